@@ -1,0 +1,47 @@
+#include "macpict/files.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+
+#include "platform/quickdraw/lister.h"
+#include "platform/runtime/host.h"
+
+namespace fs = std::filesystem;
+
+std::string readFile(const fs::path& path) {
+  std::error_code error;
+  if (fs::is_directory(path, error)) throw runtime::Error("\"" + path.string() + "\" is a folder, not a file.");
+  std::ifstream in(path, std::ios::binary);
+  if (!in) throw runtime::Error("\"" + path.string() + "\" can't be read: " + std::strerror(errno) + ".");
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+void writeFile(const fs::path& path, std::string_view bytes) {
+  fs::path half = path;
+  half += ".part";
+  std::ofstream out(half, std::ios::binary);
+  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  out.close();
+  std::error_code error;
+  if (out) fs::rename(half, path, error);
+  if (!out || error) {
+    const std::string why = error ? error.message() : std::strerror(errno);
+    fs::remove(half, error);
+    throw runtime::Error("\"" + path.string() + "\" can't be written: " + why + ".");
+  }
+}
+
+std::string readPicture(const fs::path& path) {
+  const std::string file = readFile(path);
+  const auto picture = qd::pictureInFile({reinterpret_cast<const std::uint8_t*>(file.data()), file.size()});
+  if (!picture) {
+    throw runtime::Error("\"" + path.string() + "\" is no PICT file: no picture begins in it, at its start or behind 512 bytes.");
+  }
+  return {picture->begin(), picture->end()};
+}
+
+void writePicture(const fs::path& path, std::string_view picture) {
+  writeFile(path, std::string(512, '\0').append(picture));
+}

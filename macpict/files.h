@@ -1,0 +1,15 @@
+// Files, read whole and written whole or not at all.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+// Both throw runtime::Error with a sentence for a person.
+std::string readFile(const std::filesystem::path& path);
+void writeFile(const std::filesystem::path& path, std::string_view bytes);
+
+// The picture in a PICT file, with or without the 512 bytes in front of it.
+std::string readPicture(const std::filesystem::path& path);
+// Writes a PICT file: 512 zero bytes and the picture.
+void writePicture(const std::filesystem::path& path, std::string_view picture);

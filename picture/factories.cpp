@@ -1,0 +1,42 @@
+// New pictures of a chosen depth, in a colour and a gray form that differ in their colour tables alone.
+#include "picture/handlers.h"
+
+namespace {
+
+struct Depth {
+  std::int16_t depth;
+  std::int16_t colorTable, grayTable;  // ids for GetCTable; 0 for a depth without a table
+};
+
+constexpr Depth kDepths[] = {
+    {1, 33, 33}, {2, 66, 34}, {4, 68, 36}, {8, 72, 40}, {16, 0, 0}, {24, 0, 0}, {32, 0, 0},
+};
+
+// The world comes with undefined pixels and is never made current. It belongs to the picture; a host that can't build
+// one leaves it behind, for QuickDraw's operation that disposes of a world isn't among ours.
+REALpictureStruct* NewPicture(std::int32_t width, std::int32_t height, std::int32_t depth,
+                              std::int16_t Depth::*tableId) {
+  const quickdraw::SavedWorld saved;
+  const Rect bounds = MakeRect(0, 0, width, height);
+  for (const Depth& row : kDepths) {
+    if (row.depth != depth) continue;
+    const bool hasTable = row.*tableId != 0;
+    const CTabHandle colors = hasTable ? quickdraw::GetCTable(row.*tableId) : nullptr;
+    GWorldPtr world = nullptr;
+    const OSErr error = quickdraw::NewGWorld(&world, row.depth, &bounds, colors, nullptr, 0);
+    if (hasTable) quickdraw::DisposeCTable(colors);
+    if (error == 0 && world != nullptr) return host::REALBuildPictureFromGWorld(world, 1);
+    break;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+REALpictureStruct* NewColorPicture(std::int32_t width, std::int32_t height, std::int32_t depth, signed char) {
+  return NewPicture(width, height, depth, &Depth::colorTable);
+}
+
+REALpictureStruct* NewGrayPicture(std::int32_t width, std::int32_t height, std::int32_t depth, signed char) {
+  return NewPicture(width, height, depth, &Depth::grayTable);
+}

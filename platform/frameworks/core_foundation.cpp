@@ -1,0 +1,134 @@
+// The few calls of CoreFoundation and CoreServices by which a program reaches a framework, on top of the dynamic loader.
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "platform/visibility.h"
+#include "quickdraw/system.h"
+
+namespace fs = std::filesystem;
+
+extern "C" {
+#define IMPORT(name, result, arguments) PLATFORM_EXPORT result name arguments;
+#define WEAK_IMPORT(name, result, arguments)
+#include "quickdraw/system.def"
+
+PLATFORM_EXPORT extern const CFAllocatorRef kCFAllocatorSystemDefault;
+const CFAllocatorRef kCFAllocatorSystemDefault = nullptr;
+PLATFORM_EXPORT extern int __CFConstantStringClassReference[];
+int __CFConstantStringClassReference[12] = {};
+}
+
+namespace {
+
+constexpr OSErr kNoErr = 0;
+constexpr OSErr kNoSuchFolder = -120;  // fnfErr's sister for folders: dirNFErr
+constexpr std::int16_t kSystemDomain = -32767;
+constexpr OSType kFrameworksFolder = 0x6672616D;  // 'fram'
+
+// What CFRelease counts. Constant strings are not among these objects.
+struct Object {
+  virtual ~Object() = default;
+  int references = 1;
+};
+
+struct URL : Object {
+  explicit URL(fs::path of) : path(std::move(of)) {}
+  fs::path path;
+};
+
+struct Bundle : Object {
+  explicit Bundle(fs::path of) : path(std::move(of)) {}
+  Bundle(const Bundle&) = delete;
+  Bundle& operator=(const Bundle&) = delete;
+  ~Bundle() override {
+    if (library != nullptr) dlclose(library);
+  }
+
+  // A bundle keeps its executable under Contents, a framework beside its Resources.
+  fs::path executable() const {
+    const fs::path name = path.stem();
+    const fs::path deep = path / "Contents" / "MacOS" / name;
+    return fs::exists(deep) ? deep : path / name;
+  }
+
+  fs::path path;
+  void* library = nullptr;
+};
+
+URL* urlOf(CFURLRef ref) { return reinterpret_cast<URL*>(const_cast<__CFURL*>(ref)); }
+Bundle* bundleOf(CFBundleRef ref) { return reinterpret_cast<Bundle*>(ref); }
+CFURLRef newURL(fs::path path) { return reinterpret_cast<CFURLRef>(new URL(std::move(path))); }
+
+std::string textOf(CFStringRef ref) {
+  const auto* string = reinterpret_cast<const ConstantString*>(ref);
+  const bool isConstant = string != nullptr && string->isa == __CFConstantStringClassReference && string->flags == 0x7C8;
+  return isConstant ? std::string(string->characters, string->length) : std::string();
+}
+
+// The folders that an FSRef was given for; the reference holds an index, since a path has no place in it.
+std::vector<fs::path>& knownFolders() {
+  static std::vector<fs::path> folders;
+  return folders;
+}
+
+// The frameworks lie beside the one that holds this code, unless the environment names another folder.
+fs::path frameworksFolder() {
+  if (const char* named = std::getenv("MACPICT_FRAMEWORKS")) return named;
+  Dl_info self = {};
+  if (dladdr(reinterpret_cast<void*>(&frameworksFolder), &self) == 0) return {};
+  return fs::absolute(self.dli_fname).parent_path().parent_path();
+}
+
+}  // namespace
+
+OSErr FSFindFolder(std::int16_t volume, OSType folder, Boolean, FSRef* found) {
+  if (volume != kSystemDomain || folder != kFrameworksFolder) return kNoSuchFolder;
+  const fs::path path = frameworksFolder();
+  std::error_code error;
+  if (!fs::is_directory(path, error)) return kNoSuchFolder;
+  const auto index = static_cast<std::uint32_t>(knownFolders().size());
+  knownFolders().push_back(path);
+  *found = {};
+  std::memcpy(found->hidden, &index, sizeof index);
+  return kNoErr;
+}
+
+CFURLRef CFURLCreateFromFSRef(CFAllocatorRef, const FSRef* folder) {
+  std::uint32_t index = 0;
+  std::memcpy(&index, folder->hidden, sizeof index);
+  return index < knownFolders().size() ? newURL(knownFolders()[index]) : nullptr;
+}
+
+CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef, CFURLRef url, CFStringRef component, Boolean) {
+  const std::string name = textOf(component);
+  return url != nullptr && !name.empty() ? newURL(urlOf(url)->path / name) : nullptr;
+}
+
+CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef url) {
+  std::error_code error;
+  if (url == nullptr || !fs::is_directory(urlOf(url)->path, error)) return nullptr;
+  return reinterpret_cast<CFBundleRef>(new Bundle(urlOf(url)->path));
+}
+
+Boolean CFBundleLoadExecutable(CFBundleRef ref) {
+  Bundle* bundle = bundleOf(ref);
+  if (bundle == nullptr) return 0;
+  if (bundle->library == nullptr) bundle->library = dlopen(bundle->executable().c_str(), RTLD_NOW | RTLD_LOCAL);
+  return bundle->library != nullptr ? 1 : 0;
+}
+
+void* CFBundleGetFunctionPointerForName(CFBundleRef ref, CFStringRef name) {
+  const Bundle* bundle = bundleOf(ref);
+  if (bundle == nullptr || bundle->library == nullptr) return nullptr;
+  return dlsym(bundle->library, textOf(name).c_str());
+}
+
+void CFRelease(CFTypeRef ref) {
+  auto* object = static_cast<Object*>(const_cast<void*>(ref));
+  if (object != nullptr && --object->references == 0) delete object;
+}

@@ -1,0 +1,21 @@
+// A PICT as readable text: the head, then an opcode a line with its operands.
+#pragma once
+
+#include <functional>
+
+#include "platform/quickdraw/picture_reader.h"
+#include "platform/visibility.h"
+
+namespace qd {
+
+// Calls `line` for each line, without a line end. True if the picture is whole: it ends in its end opcode. Else the last
+// line says where and why it broke.
+PLATFORM_EXPORT bool listPicture(Bytes picture, const std::function<void(const std::string&)>& line);
+
+// The head of a picture; nothing if it is none.
+PLATFORM_EXPORT std::optional<PictureHeader> pictureHeader(Bytes picture);
+
+// "at offset 42, in opcode 0030 FrameRect: its operands ...".
+PLATFORM_EXPORT std::string describe(const PictureError& error);
+
+}  // namespace qd

@@ -1,0 +1,507 @@
+// QuickDraw's operations as the framework exports them. Each works on the current port, or on what it is given; what is
+// no port, handle or picture is left alone.
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "platform/memory/memory.h"
+#include "platform/quickdraw/colors.h"
+#include "platform/quickdraw/command.h"
+#include "platform/quickdraw/copy.h"
+#include "platform/quickdraw/operations.h"
+#include "platform/quickdraw/picture_player.h"
+#include "platform/quickdraw/picture_writer.h"
+#include "platform/quickdraw/text.h"
+
+using namespace qd;
+
+namespace {
+
+enum : OSErr { noErr = 0, paramErr = -50, memFullErr = -108, cDepthErr = -157 };
+
+constexpr std::size_t kMostPoints = 16381;  // of a polygon, whose size in bytes is a word
+
+// The screen of the host: what is drawn on before anything else is selected.
+constexpr int kScreenWidth = 640;
+constexpr int kScreenHeight = 480;
+
+struct Worlds {
+  std::unordered_map<const Port*, std::unique_ptr<Port>> alive;
+  Port* screen = nullptr;
+  Port* current = nullptr;
+};
+
+Port* newPort(Worlds& worlds, OwnedPixels pixels) {
+  auto port = std::make_unique<Port>(std::move(pixels));
+  Port* const made = port.get();
+  worlds.alive.emplace(made, std::move(port));
+  return made;
+}
+
+void whiten(const PixelMap& map) {
+  if (!map.isDirect()) return;  // zero is white already
+  const Region all(map.bounds);
+  Painter(map, all, Pattern{}, patCopy, TransferColors{}).box(map.bounds);
+}
+
+Worlds& worlds() {
+  static Worlds all = [] {
+    Worlds made;
+    auto pixels = OwnedPixels::make(Box(0, 0, kScreenHeight, kScreenWidth), 32, nullptr);
+    whiten(pixels->map);
+    made.screen = made.current = newPort(made, std::move(*pixels));
+    return made;
+  }();
+  return all;
+}
+
+Port& current() { return *worlds().current; }
+
+Port* portOf(CGrafPtr ref) {
+  auto* port = reinterpret_cast<Port*>(ref);
+  return worlds().alive.contains(port) ? port : nullptr;
+}
+CGrafPtr refOf(Port* port) { return reinterpret_cast<CGrafPtr>(port); }
+
+// There is one device, which nothing looks into.
+GDHandle theDevice() {
+  static GDevice* device = nullptr;
+  return &device;
+}
+
+// PixMapHandles and BitMapPtrs are made from ports that are alive, and go bad with them.
+const PixelMap* mapOf(PixMapHandle pixels) {
+  for (const auto& [port, owned] : worlds().alive) {
+    if (reinterpret_cast<const void*>(&port->mapMaster) == pixels) return &port->map();
+  }
+  return nullptr;
+}
+const PixelMap* mapOf(BitMapPtr bits) {
+  for (const auto& [port, owned] : worlds().alive) {
+    if (reinterpret_cast<const void*>(&port->map()) == bits) return &port->map();
+  }
+  return nullptr;
+}
+
+struct Tables {
+  std::unordered_map<const void*, ColorTablePtr> alive;
+  ColorTablePtr of(CTabHandle handle) const {
+    const auto found = alive.find(handle);
+    return found != alive.end() ? found->second : nullptr;
+  }
+};
+Tables& tables() {
+  static Tables all;
+  return all;
+}
+
+// A polygon in a handle: size, box, points.
+constexpr std::int32_t kPolygonHead = 10;
+
+std::vector<Point> pointsOf(PolyHandle polygon) {
+  const auto handle = reinterpret_cast<Handle>(polygon);
+  const std::int32_t size = GetHandleSize(handle) - kPolygonHead;
+  std::vector<Point> points(static_cast<std::size_t>(std::max(size, 0)) / sizeof(Point));
+  if (!points.empty()) std::memcpy(points.data(), *handle + kPolygonHead, points.size() * sizeof(Point));
+  return points;
+}
+
+void shape(Shape kind, Verb verb, const Rect* area, Point ovalSize = {}, Wedge wedge = {}) {
+  ShapeCommand command;
+  command.shape = kind;
+  command.verb = verb;
+  command.rect = *area;
+  command.ovalSize = ovalSize;
+  command.wedge = wedge;
+  perform(current(), command);
+}
+
+void polygon(Verb verb, PolyHandle handle) {
+  const std::vector<Point> points = pointsOf(handle);
+  if (points.size() < 2) return;
+  ShapeCommand command;
+  command.shape = Shape::polygon;
+  command.verb = verb;
+  command.points = points;
+  perform(current(), command);
+}
+
+void lineTo(Point to) {
+  Port& port = current();
+  const Point from = port.state.pen;
+  port.state.pen = to;
+  if (!port.polygon) return perform(port, LineCommand{from, to});
+  if (port.polygon->empty()) port.polygon->push_back(from);
+  if (port.polygon->size() < kMostPoints) port.polygon->push_back(to);
+}
+
+Point fromPen(std::int16_t dh, std::int16_t dv) {
+  const Point pen = current().state.pen;
+  return {Low16(pen.v + dv), Low16(pen.h + dh)};
+}
+
+std::string_view textOf(const void* bytes, std::int16_t first, std::int16_t count) {
+  if (bytes == nullptr || count <= 0) return {};
+  return {static_cast<const char*>(bytes) + first, static_cast<std::size_t>(count)};
+}
+
+// Ends a port's recording, whose picture goes on to exist or not as the caller sees to.
+void endRecording(Port& port) {
+  if (port.recording == nullptr) return;
+  port.recording->close();
+  port.recording.reset();
+  ++port.state.penVisibility;
+}
+
+}  // namespace
+
+// ---- ports
+
+void GetPort(CGrafPtr* port) { *port = refOf(worlds().current); }
+
+void GetGWorld(CGrafPtr* port, GDHandle* device) {
+  *port = refOf(worlds().current);
+  *device = theDevice();
+}
+
+void SetGWorld(CGrafPtr port, GDHandle) {
+  if (Port* const selected = portOf(port)) worlds().current = selected;
+}
+
+std::int16_t GetPortTextSize(CGrafPtr ref) {
+  const Port* port = portOf(ref);
+  return port != nullptr ? port->state.text.size : std::int16_t{0};
+}
+
+Style GetPortTextFace(CGrafPtr ref) {
+  const Port* port = portOf(ref);
+  return port != nullptr ? port->state.text.face : Style{0};
+}
+
+std::int16_t GetPortTextMode(CGrafPtr ref) {
+  const Port* port = portOf(ref);
+  return port != nullptr ? port->state.text.mode : std::int16_t{0};
+}
+
+BitMapPtr GetPortBitMapForCopyBits(CGrafPtr ref) {
+  const Port* port = portOf(ref);
+  return port != nullptr ? reinterpret_cast<BitMapPtr>(&port->map()) : nullptr;
+}
+
+Point* GetPortPenSize(CGrafPtr ref, Point* size) {
+  const Port* port = portOf(ref);
+  *size = port != nullptr ? port->state.penSize : Point{0, 0};
+  return size;
+}
+
+void SetPortPenSize(CGrafPtr ref, Point size) {
+  if (Port* const port = portOf(ref)) port->state.penSize = size;
+}
+
+// ---- pixels
+
+PixMapHandle GetGWorldPixMap(GWorldPtr world) {
+  Port* const port = portOf(world);
+  return port != nullptr ? reinterpret_cast<PixMapHandle>(const_cast<PixelMap**>(&port->mapMaster)) : nullptr;
+}
+
+Boolean LockPixels(PixMapHandle pixels) { return mapOf(pixels) != nullptr ? 1 : 0; }  // they don't move
+
+void UnlockPixels(PixMapHandle) {}
+
+std::int32_t GetPixRowBytes(PixMapHandle pixels) {
+  const PixelMap* map = mapOf(pixels);
+  return map != nullptr ? map->rowBytes : 0;
+}
+
+Ptr GetPixBaseAddr(PixMapHandle pixels) {
+  const PixelMap* map = mapOf(pixels);
+  return map != nullptr ? reinterpret_cast<Ptr>(map->base) : nullptr;
+}
+
+std::int16_t GetPixDepth(PixMapHandle pixels) {
+  const PixelMap* map = mapOf(pixels);
+  return static_cast<std::int16_t>(map != nullptr ? map->depth : 0);
+}
+
+Rect* GetPortBounds(CGrafPtr ref, Rect* bounds) {
+  const Port* port = portOf(ref);
+  *bounds = port != nullptr ? toRect(port->map().bounds) : Rect{};
+  return bounds;
+}
+
+// ---- colours
+
+void ForeColor(std::int32_t color) { current().state.colors.foreground = classicColor(color); }
+void BackColor(std::int32_t color) { current().state.colors.background = classicColor(color); }
+void GetForeColor(RGBColor* color) { *color = current().state.colors.foreground; }
+void GetBackColor(RGBColor* color) { *color = current().state.colors.background; }
+void RGBForeColor(const RGBColor* color) { current().state.colors.foreground = *color; }
+void RGBBackColor(const RGBColor* color) { current().state.colors.background = *color; }
+
+// ---- pictures
+
+PicHandle OpenCPicture(const OpenCPicParams* params) {
+  Port& port = current();
+  if (port.recording != nullptr) return nullptr;
+  auto writer = std::make_unique<PictureWriter>(*params);
+  const Handle handle = writer->handle();
+  if (handle == nullptr) return nullptr;
+  port.recording = std::move(writer);
+  --port.state.penVisibility;
+  return reinterpret_cast<PicHandle>(handle);
+}
+
+void ClosePicture() { endRecording(current()); }
+
+void KillPicture(PicHandle picture) {
+  const auto handle = reinterpret_cast<Handle>(picture);
+  // A picture that some port still records can't outlive its handle.
+  for (const auto& [ref, port] : worlds().alive) {
+    if (port->recording != nullptr && port->recording->handle() == handle) endRecording(*port);
+  }
+  DisposeHandle(handle);
+}
+
+void DrawPicture(PicHandle picture, const Rect* target) {
+  const auto handle = reinterpret_cast<Handle>(picture);
+  const std::int32_t size = GetHandleSize(handle);
+  if (size <= 0) return setLastPlayback({});
+  Port& port = current();
+  // What is played may be what is being recorded: its bytes would move.
+  std::vector<std::uint8_t> copy;
+  Bytes bytes(reinterpret_cast<const std::uint8_t*>(*handle), static_cast<std::size_t>(size));
+  if (port.recording != nullptr && port.recording->handle() == handle) {
+    copy.assign(bytes.begin(), bytes.end());
+    bytes = copy;
+  }
+  setLastPlayback(play(port, bytes, *target));
+}
+
+// ---- worlds, colour tables, regions
+
+OSErr NewGWorld(GWorldPtr* world, std::int16_t depth, const Rect* bounds, CTabHandle colors, GDHandle, std::uint32_t) {
+  *world = nullptr;
+  if (depth == 24) depth = 32;
+  if (depth != 1 && depth != 2 && depth != 4 && depth != 8 && depth != 16 && depth != 32) return cDepthErr;
+  if (Box(*bounds).empty()) return paramErr;
+  ColorTablePtr table;
+  if (depth <= 8) {
+    table = tables().of(colors);
+    if (table == nullptr || table->colors().size() > std::size_t{1} << depth) table = qd::ColorTable::standard(depth);
+  }
+  auto pixels = OwnedPixels::make(Box(*bounds), depth, table);
+  if (!pixels) return memFullErr;
+  whiten(pixels->map);
+  *world = refOf(newPort(worlds(), std::move(*pixels)));
+  return noErr;
+}
+
+void DisposeGWorld(GWorldPtr world) {
+  Port* const port = portOf(world);
+  if (port == nullptr || port == worlds().screen) return;
+  if (worlds().current == port) worlds().current = worlds().screen;
+  worlds().alive.erase(port);
+}
+
+CTabHandle GetCTable(std::int16_t id) {
+  ColorTablePtr table = qd::ColorTable::byId(id);
+  if (table == nullptr) return nullptr;
+  const Handle handle = NewHandle(0);
+  if (handle != nullptr) tables().alive[handle] = std::move(table);
+  return reinterpret_cast<CTabHandle>(handle);
+}
+
+void DisposeCTable(CTabHandle colors) {
+  if (tables().alive.erase(colors) != 0) DisposeHandle(reinterpret_cast<Handle>(colors));
+}
+
+RgnHandle NewRgn() {
+  const Handle handle = NewHandle(0);
+  const auto region = reinterpret_cast<RgnHandle>(handle);
+  if (handle != nullptr) setRegion(region, Region());
+  return region;
+}
+
+void DisposeRgn(RgnHandle region) { DisposeHandle(reinterpret_cast<Handle>(region)); }
+
+void setRegion(RgnHandle handle, const Region& region) {
+  const auto words = region.inversionPoints();
+  const auto size = static_cast<std::int32_t>(words.size() * sizeof words[0]);
+  if (SetHandleSize(reinterpret_cast<Handle>(handle), size)) std::memcpy(*handle, words.data(), static_cast<std::size_t>(size));
+}
+
+Region regionOf(RgnHandle handle) {
+  const std::int32_t size = GetHandleSize(reinterpret_cast<Handle>(handle));
+  constexpr std::size_t kHead = 5;
+  std::vector<std::int16_t> words(static_cast<std::size_t>(size) / sizeof(std::int16_t));
+  if (words.size() < kHead) return {};
+  std::memcpy(words.data(), *handle, words.size() * sizeof words[0]);
+  const Box bounds(words[1], words[2], words[3], words[4]);
+  return Region::fromInversionPoints(bounds, std::span(words).subspan(kHead)).value_or(Region());
+}
+
+// Moves what the clip shows of the area; what is uncovered is erased, and is the update region.
+void ScrollRect(const Rect* area, std::int16_t dh, std::int16_t dv, RgnHandle update) {
+  Port& port = current();
+  const Region visible = intersect(port.visible(), Region(Box(*area)));
+  const Region moved = intersect(visible.offset(dh, dv), visible);
+  const Region uncovered = subtract(visible, moved);
+  if (update != nullptr) setRegion(update, uncovered);
+  if (port.state.penVisibility < 0) return;
+  const Box from = moved.bounds().offset(-dh, -dv);
+  copyBits(port.map(), port.map(), from, moved.bounds(), srcCopy, moved, TransferColors{});
+  Painter eraser(port.map(), uncovered, port.state.backPattern, patCopy, port.state.colors);
+  uncovered.emit(eraser);
+}
+
+// ---- copies
+
+void CopyBits(BitMapPtr source, BitMapPtr destination, const Rect* from, const Rect* to, std::int16_t mode, RgnHandle mask) {
+  const PixelMap* const sourceMap = mapOf(source);
+  const PixelMap* const destinationMap = mapOf(destination);
+  if (sourceMap == nullptr || destinationMap == nullptr) return;
+  Port& port = current();
+  const Region within = mask != nullptr ? regionOf(mask) : Region();
+  const Region* const limit = mask != nullptr ? &within : nullptr;
+  // Onto the current port it is a drawing like any other; onto another map the current port only lends its colours.
+  if (destinationMap == &port.map()) return perform(port, BitsCommand{sourceMap, *from, *to, mode, limit});
+  Region clip(destinationMap->bounds);
+  if (limit != nullptr) clip = intersect(clip, *limit);
+  copyBits(*sourceMap, *destinationMap, Box(*from), Box(*to), mode, clip, port.state.colors);
+}
+
+// Not recorded, onto whatever map.
+void CopyMask(BitMapPtr source, BitMapPtr mask, BitMapPtr destination, const Rect* from, const Rect* maskFrom, const Rect* to) {
+  const PixelMap* const sourceMap = mapOf(source);
+  const PixelMap* const maskMap = mapOf(mask);
+  const PixelMap* const destinationMap = mapOf(destination);
+  if (sourceMap == nullptr || maskMap == nullptr || destinationMap == nullptr) return;
+  const Port& port = current();
+  const bool isOwn = destinationMap == &port.map();
+  if (isOwn && port.state.penVisibility < 0) return;
+  const Region clip = isOwn ? port.visible() : Region(destinationMap->bounds);
+  copyMask(*sourceMap, *maskMap, *destinationMap, Box(*from), Box(*maskFrom), Box(*to), clip, port.state.colors);
+}
+
+// ---- shapes
+
+void MacFrameRect(const Rect* area) { shape(Shape::rect, Verb::frame, area); }
+void PaintRect(const Rect* area) { shape(Shape::rect, Verb::paint, area); }
+void EraseRect(const Rect* area) { shape(Shape::rect, Verb::erase, area); }
+void MacInvertRect(const Rect* area) { shape(Shape::rect, Verb::invert, area); }
+
+void FrameOval(const Rect* area) { shape(Shape::oval, Verb::frame, area); }
+void PaintOval(const Rect* area) { shape(Shape::oval, Verb::paint, area); }
+void EraseOval(const Rect* area) { shape(Shape::oval, Verb::erase, area); }
+void InvertOval(const Rect* area) { shape(Shape::oval, Verb::invert, area); }
+
+#define ARC(name, verb)                                                        \
+  void name(const Rect* area, std::int16_t start, std::int16_t arc) {          \
+    shape(Shape::arc, verb, area, {}, {start, arc});                           \
+  }
+ARC(FrameArc, Verb::frame)
+ARC(PaintArc, Verb::paint)
+ARC(EraseArc, Verb::erase)
+ARC(InvertArc, Verb::invert)
+#undef ARC
+
+#define ROUND_RECT(name, verb)                                                 \
+  void name(const Rect* area, std::int16_t width, std::int16_t height) {       \
+    shape(Shape::roundRect, verb, area, {height, width});                      \
+  }
+ROUND_RECT(FrameRoundRect, Verb::frame)
+ROUND_RECT(PaintRoundRect, Verb::paint)
+ROUND_RECT(EraseRoundRect, Verb::erase)
+ROUND_RECT(InvertRoundRect, Verb::invert)
+#undef ROUND_RECT
+
+// ---- polygons
+
+PolyHandle OpenPoly() {
+  Port& port = current();
+  if (port.polygon) return nullptr;
+  const Handle handle = NewHandle(kPolygonHead);
+  if (handle == nullptr) return nullptr;
+  port.polygon.emplace();
+  port.polygonHandle = handle;
+  --port.state.penVisibility;
+  return reinterpret_cast<PolyHandle>(handle);
+}
+
+void ClosePoly() {
+  Port& port = current();
+  if (!port.polygon) return;
+  ++port.state.penVisibility;
+  const std::vector<Point> points = std::move(*port.polygon);
+  port.polygon.reset();
+  const auto size = static_cast<std::int32_t>(points.size() * sizeof(Point)) + kPolygonHead;
+  const Handle handle = port.polygonHandle;
+  if (!SetHandleSize(handle, size)) return;
+  Box bounds;
+  for (const Point& p : points) {
+    const Box at(p.v, p.h, p.v, p.h);
+    bounds = &p == &points[0] ? at : Box(std::min(bounds.top, at.top), std::min(bounds.left, at.left), std::max(bounds.bottom, at.bottom), std::max(bounds.right, at.right));
+  }
+  const auto words = static_cast<std::uint16_t>(size);
+  const Rect box = toRect(bounds);
+  std::memcpy(*handle, &words, sizeof words);
+  std::memcpy(*handle + sizeof words, &box, sizeof box);
+  if (!points.empty()) std::memcpy(*handle + kPolygonHead, points.data(), points.size() * sizeof(Point));
+}
+
+void FramePoly(PolyHandle handle) { polygon(Verb::frame, handle); }
+void PaintPoly(PolyHandle handle) { polygon(Verb::paint, handle); }
+void ErasePoly(PolyHandle handle) { polygon(Verb::erase, handle); }
+void InvertPoly(PolyHandle handle) { polygon(Verb::invert, handle); }
+void KillPoly(PolyHandle handle) { DisposeHandle(reinterpret_cast<Handle>(handle)); }
+
+// ---- the pen
+
+void MoveTo(std::int16_t h, std::int16_t v) { current().state.pen = {v, h}; }
+void Move(std::int16_t dh, std::int16_t dv) { current().state.pen = fromPen(dh, dv); }
+void LineTo(std::int16_t h, std::int16_t v) { lineTo({v, h}); }
+void Line(std::int16_t dh, std::int16_t dv) { lineTo(fromPen(dh, dv)); }
+void PenSize(std::int16_t width, std::int16_t height) { current().state.penSize = {height, width}; }
+void ShowPen() { ++current().state.penVisibility; }
+void HidePen() { --current().state.penVisibility; }
+
+void PenNormal() {
+  PortState& state = current().state;
+  state.penSize = {1, 1};
+  state.penMode = patCopy;
+  state.penPattern = {kBlack, nullptr};
+}
+
+// ---- text
+
+void TextSize(std::int16_t size) { current().state.text.size = size; }
+void TextFace(std::int16_t face) { current().state.text.face = static_cast<std::uint8_t>(face); }
+void TextMode(std::int16_t mode) { current().state.text.mode = mode; }
+
+void DrawText(const void* bytes, std::int16_t first, std::int16_t count) {
+  Port& port = current();
+  const std::string_view text = textOf(bytes, first, count);
+  if (text.empty()) return;
+  perform(port, TextCommand{port.state.pen, text});
+  port.state.pen.h = Low16(port.state.pen.h + TextWidth(bytes, first, count));
+}
+
+std::int16_t TextWidth(const void* bytes, std::int16_t first, std::int16_t count) {
+  return Low16(textWidth(current().state.text, textOf(bytes, first, count)));
+}
+
+namespace qd {
+
+std::size_t livePorts() { return worlds().alive.size() - 1; }
+
+void resetCurrentPort() {
+  worlds().current = worlds().screen;
+  Port& screen = *worlds().screen;
+  if (screen.recording != nullptr) endRecording(screen);
+  screen.state = PortState{};
+}
+
+}  // namespace qd

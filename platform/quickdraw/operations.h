@@ -1,0 +1,29 @@
+// The 68 operations, and what other parts of the platform need of QuickDraw besides.
+#pragma once
+
+#include "platform/quickdraw/region.h"
+#include "platform/visibility.h"
+#include "quickdraw/types.h"
+
+extern "C" {
+#define OPERATION(name, result, arguments) PLATFORM_EXPORT result name arguments;
+#include "quickdraw/operations.def"
+
+// QuickDraw's too, though not among the operations that the plug-in uses.
+PLATFORM_EXPORT void DisposeGWorld(GWorldPtr world);
+PLATFORM_EXPORT std::int16_t GetPixDepth(PixMapHandle pixels);
+PLATFORM_EXPORT Rect* GetPortBounds(CGrafPtr port, Rect* bounds);
+}
+
+// A region handle's content.
+void setRegion(RgnHandle handle, const qd::Region& region);
+qd::Region regionOf(RgnHandle handle);
+
+namespace qd {
+
+// Worlds that nobody has disposed of.
+PLATFORM_EXPORT std::size_t livePorts();
+// The screen is current again, without a picture or a state.
+PLATFORM_EXPORT void resetCurrentPort();
+
+}  // namespace qd

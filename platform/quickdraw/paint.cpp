@@ -1,0 +1,123 @@
+#include "platform/quickdraw/paint.h"
+
+#include <cstring>
+
+namespace qd {
+
+Painter::Painter(const PixelMap& map, const Region& clip, const Pattern& pattern, int mode, const TransferColors& colors)
+    : map_(map), clip_(clip), pattern_(pattern), transfer_(map, mode, colors) {}
+
+void Painter::run(int y, int left, int right) {
+  const auto edges = clip_.row(y);
+  for (std::size_t i = 0; i < edges.size() && edges[i] < right; i += 2) {
+    const int from = std::max(left, edges[i]);
+    const int to = std::min(right, edges[i + 1]);
+    if (from < to) fill(y, from, to);
+  }
+}
+
+void Painter::box(const Box& box) {
+  const Box visible = intersect(box, clip_.bounds());
+  if (visible.empty()) return;
+  for (int y = visible.top; y < visible.bottom; ++y) {
+    if (clip_.isRect()) {
+      fill(y, visible.left, visible.right);
+    } else {
+      run(y, visible.left, visible.right);
+    }
+  }
+}
+
+// Eight pixels of the pattern's row, repeated over as many bytes as eight of the deepest pixels take: at every depth the
+// row of a map is filled by words of this tile.
+const Painter::Tile& Painter::tileOf(int y) {
+  Tile& tile = tiles_[static_cast<std::size_t>(y & 7)];
+  if (tile.ready) return tile;
+  const Transfer::Masks set = transfer_.masks(map_.ones());
+  const Transfer::Masks clear = transfer_.masks(0);
+  const std::uint8_t bits = pattern_.bits[static_cast<std::size_t>(y & 7)];
+  std::array<std::uint32_t, 8> keep;
+  std::array<std::uint32_t, 8> flip;
+  tile.stores = true;
+  for (int i = 0; i < 8; ++i) {
+    const bool isSet = (bits >> (7 - ((map_.bounds.left + i) & 7)) & 1) != 0;
+    keep[static_cast<std::size_t>(i)] = isSet ? set.keep : clear.keep;
+    flip[static_cast<std::size_t>(i)] = isSet ? set.flip : clear.flip;
+    tile.stores = tile.stores && keep[static_cast<std::size_t>(i)] == 0;
+  }
+  const auto expand = [depth = map_.depth](const auto& pixels, std::uint32_t* words) {
+    std::uint8_t bytes[kTileWords * 4];
+    for (int first = 0; first < kTileWords * 32 / depth; first += 8) packPixels(depth, bytes, first, pixels);
+    std::memcpy(words, bytes, sizeof bytes);
+  };
+  expand(keep, tile.keep);
+  expand(flip, tile.flip);
+  tile.ready = true;
+  return tile;
+}
+
+void Painter::fill(int y, int left, int right) {
+  if (pattern_.pixels != nullptr || !transfer_.isBoolean()) return fillByPixel(y, left, right);
+
+  const Tile& tile = tileOf(y);
+  const std::int64_t firstBit = std::int64_t{left - map_.bounds.left} * map_.depth;
+  const std::int64_t endBit = std::int64_t{right - map_.bounds.left} * map_.depth;
+  std::size_t word = static_cast<std::size_t>(firstBit / 32);
+  const std::size_t lastWord = static_cast<std::size_t>((endBit - 1) / 32);
+  std::uint8_t* const row = map_.row(y);
+
+  // Bits of a word count from its first byte's most significant one.
+  const auto put = [&](std::size_t at, std::uint32_t mask) {
+    mask = __builtin_bswap32(mask);
+    std::uint32_t pixels = 0;
+    std::memcpy(&pixels, row + at * 4, 4);
+    pixels = (pixels & (tile.keep[at % kTileWords] | ~mask)) ^ (tile.flip[at % kTileWords] & mask);
+    std::memcpy(row + at * 4, &pixels, 4);
+  };
+  const std::uint32_t firstMask = ~0U >> (firstBit % 32);
+  const std::uint32_t lastMask = ~0U << (31 - (endBit - 1) % 32);
+  if (word == lastWord) return put(word, firstMask & lastMask);
+  put(word, firstMask);
+  ++word;
+  for (; word < lastWord && word % kTileWords != 0; ++word) put(word, ~0U);
+  for (; word + kTileWords <= lastWord; word += kTileWords) {
+    std::uint32_t pixels[kTileWords];
+    if (tile.stores) {
+      std::memcpy(row + word * 4, tile.flip, sizeof tile.flip);
+      continue;
+    }
+    std::memcpy(pixels, row + word * 4, sizeof pixels);
+    for (int i = 0; i < kTileWords; ++i) pixels[i] = (pixels[i] & tile.keep[i]) ^ tile.flip[i];
+    std::memcpy(row + word * 4, pixels, sizeof pixels);
+  }
+  for (; word < lastWord; ++word) put(word, ~0U);
+  put(lastWord, lastMask);
+}
+
+void Painter::fillByPixel(int y, int left, int right) {
+  const auto count = static_cast<std::size_t>(right - left);
+  source_.resize(count);
+  there_.resize(count);
+  if (pattern_.pixels != nullptr) {
+    const PixelMap& tile = pattern_.pixels->tile.map;
+    const auto wrap = [](int value, int size) { return (value % size + size) % size; };
+    const int row = wrap(y, tile.bounds.height());
+    std::vector<std::uint32_t> pixels(static_cast<std::size_t>(tile.bounds.width()));
+    tile.get(row, 0, pixels);
+    for (std::uint32_t& pixel : pixels) pixel = map_.pixelOf(tile.colorOf(pixel));
+    for (std::size_t i = 0; i < count; ++i) {
+      source_[i] = pixels[static_cast<std::size_t>(wrap(left + static_cast<int>(i), tile.bounds.width()))];
+    }
+  } else {
+    const std::uint8_t bits = pattern_.bits[static_cast<std::size_t>(y & 7)];
+    for (std::size_t i = 0; i < count; ++i) {
+      const bool isSet = (bits >> (7 - ((left + static_cast<int>(i)) & 7)) & 1) != 0;
+      source_[i] = transfer_.patternPixel(isSet);
+    }
+  }
+  map_.get(y, left, there_);
+  for (std::size_t i = 0; i < count; ++i) there_[i] = transfer_.apply(source_[i], there_[i]);
+  map_.put(y, left, there_);
+}
+
+}  // namespace qd

@@ -1,0 +1,34 @@
+#include "plugin/classes.h"
+
+#include "graphics/graphics.h"
+#include "picture/picture.h"
+#include "recorder/recorder.h"
+
+constinit REALclassDefinition graphicseClass = {
+    .version = 12,
+    .name = "graphics",
+    .methods = graphicsMethods,
+    .methodCount = kGraphicsMethodCount,
+};
+
+constinit REALclassDefinition pictureClass = {
+    .version = 12,
+    .name = "Picture",
+    .methods = pictureMethods,
+    .methodCount = kPictureMethodCount,
+};
+
+// Constructor and destructor are handlers like any other, and so need a cast.
+REALclassDefinition PICTClass = {
+    .version = 12,
+    .name = "MacPictTVK",
+    .dataSize = kPICTDataSize,
+    .constructor = REAL_HANDLER(PICTConstructor),
+    .destructor = REAL_HANDLER(PICTDestructor),
+    .properties = PICTProperties,
+    .propertyCount = kPICTPropertyCount,
+    .methods = PICTMethods,
+    .methodCount = kPICTMethodCount,
+    .attributes = DeprecatedAttributes,
+    .attributeCount = 1,
+};

@@ -1,0 +1,55 @@
+// The bundle's one export: the host calls it once, when it loads the plug-in.
+#include <cstdlib>
+#include <cstring>
+
+#include "host/host.h"
+#include "picture/picture.h"
+#include "plugin/classes.h"
+#include "plugin/legacy.h"
+#include "recorder/recorder.h"
+
+namespace {
+
+constexpr std::uint32_t kDataSizeUnit = 16;
+
+std::int32_t RecordVersion(double hostVersion) {
+  if (hostVersion >= 2013.03) return 12;
+  if (hostVersion >= 2013.0) return 11;
+  if (hostVersion >= 2012.0) return 10;
+  return 9;
+}
+
+// The host gets the address of the static record in either layout. A record that can't be converted for want of memory
+// isn't registered.
+template <class EntryPoint>
+void Register(EntryPoint& entryPoint, REALclassDefinition& record) {
+  if (CurrentREALControlVersion > 9) {
+    record.version = static_cast<std::uint32_t>(CurrentREALControlVersion);
+  } else {
+    LegacyClass* legacy = FixClass(&record);
+    if (legacy == nullptr) return;
+    std::memcpy(static_cast<void*>(&record), legacy->words, sizeof legacy->words);
+    std::free(legacy);
+  }
+  entryPoint(&record);
+}
+
+}  // namespace
+
+extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALResolver resolver) {
+  gResolver = resolver;
+  const auto tellVersion = reinterpret_cast<void (*)(std::int32_t)>(resolver("RegisterPluginVersion"));
+  const auto hostVersion = reinterpret_cast<double (*)()>(resolver("REALGetRBVersion"));
+  if (hostVersion != nullptr) rbversion_rbversion = hostVersion();
+
+  CurrentREALControlVersion = RecordVersion(rbversion_rbversion);
+  // A host that can't be told which records it gets can't be trusted to read them.
+  if (tellVersion == nullptr) return;
+  tellVersion(CurrentREALControlVersion);
+
+  Register(host::REALRegisterClassExtension, graphicseClass);
+  Register(host::REALRegisterClassExtension, pictureClass);
+  PICTClass.dataSize = (PICTClass.dataSize + kDataSizeUnit - 1) / kDataSizeUnit * kDataSizeUnit;
+  Register(host::REALRegisterClass, PICTClass);
+  for (REALmethodDefinition& row : globalMethodsTVK) host::REALRegisterMethod(&row);
+}

@@ -1,0 +1,40 @@
+// Opening a recording, ending it, and the end of a recorder.
+#include "recorder/handlers.h"
+
+void EndRecording(PICTData& data) {
+  if (data.isOpen == 0) return;
+  quickdraw::ClosePicture();
+  data.isOpen = 0;
+}
+
+void DropPicture(PICTData& data) {
+  if (data.PicHandle == nullptr) return;
+  EndRecording(data);
+  quickdraw::KillPicture(data.PicHandle);
+  data.PicHandle = nullptr;
+}
+
+void PICTConstructor(REALobjectStruct*) {}
+
+void PICTDestructor(REALobjectStruct* object) { DropPicture(DataOf(object)); }
+
+void CreatePicture(REALobjectStruct* object, std::int32_t width, std::int32_t height) {
+  PICTData& data = DataOf(object);
+  const quickdraw::SavedWorld saved;
+  quickdraw::BlackOnWhite();
+  const OpenCPicParams params = PictureParams(width, height);
+  // A port has one open picture: this recorder's must be closed to make room for the next.
+  EndRecording(data);
+  const PicHandle picture = quickdraw::OpenCPicture(&params);
+  if (picture == nullptr) return;  // the earlier picture stays
+  DropPicture(data);
+  data.Width = width;
+  data.Height = height;
+  data.isOpen = 1;
+  data.PicHandle = picture;
+}
+
+void rbClosePicture(REALobjectStruct* object) {
+  PICTData& data = DataOf(object);
+  if (data.PicHandle != nullptr) EndRecording(data);
+}
