@@ -121,7 +121,7 @@ Host::~Host() { runningHost = nullptr; }
 
 void Host::Unload::operator()(void* bundle) const { CFRelease(bundle); }
 
-void Host::load(const std::filesystem::path& path) {
+void Host::load(const std::filesystem::path& path, Resolver resolver) {
   static constinit const ConstantString kEntryPoint("REALPluginMain");
   const std::filesystem::path whole = std::filesystem::absolute(path);
   if (!std::filesystem::is_directory(whole)) {
@@ -146,7 +146,7 @@ void Host::load(const std::filesystem::path& path) {
   void* const entry = CFBundleGetFunctionPointerForName(ref, kEntryPoint.ref());
   if (entry == nullptr) throw Error("The plug-in \"" + path.string() + "\" has no REALPluginMain.");
   bundles_.push_back(std::move(bundle));
-  reinterpret_cast<void (*)(void* (*)(const char*))>(entry)(&Host::resolve);
+  reinterpret_cast<void (*)(Resolver)>(entry)(resolver);
   if (refused_) throw Error(*std::exchange(refused_, std::nullopt));
 }
 

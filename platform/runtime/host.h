@@ -94,7 +94,9 @@ class Host {
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
-  void load(const std::filesystem::path& bundle);
+  using Resolver = void* (*)(const char* name);
+  // The plug-in gets its entry points from the resolver.
+  void load(const std::filesystem::path& bundle, Resolver resolver = &Host::resolve);
 
   // Takes an entry point or a class of the host's own away, and gives it back.
   void take(const std::string& name) { taken_.insert(name); }

@@ -1,0 +1,65 @@
+// A host with the plug-in loaded, between spies. After each test everything is in balance again.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "platform/quickdraw/operations.h"
+#include "platform/runtime/host.h"
+#include "tests/spy.h"
+
+using runtime::Host;
+using runtime::Object;
+using runtime::String;
+using runtime::Value;
+
+class PluginTest : public ::testing::Test {
+ protected:
+  PluginTest() { spy::reset(); }
+  ~PluginTest() override {
+    stop();
+    spy::reset();
+  }
+
+  // Starts a host; another one ends first.
+  Host& start(std::optional<double> version = 2014.0) {
+    stop();
+    host_.emplace(version);
+    // The platform's own folder, whatever stands in for the search later.
+    const auto search = std::exchange(spy::system::FSFindFolder::instead, nullptr);
+    host_->load(BUNDLE, &spy::resolve);
+    spy::system::FSFindFolder::instead = search;
+    spy::clear();
+    return *host_;
+  }
+  Host& host() { return host_ ? *host_ : start(); }
+
+  Object recorder(int width = 100, int height = 80) {
+    Object made = host().make("MacPictTVK");
+    host().call(made, "CreatePicture", {width, height});
+    spy::clear();
+    return made;
+  }
+  std::int32_t number(const Value& value) { return std::get<std::int32_t>(value); }
+  static bool isNil(const Value& value) { return std::holds_alternative<runtime::Nil>(value); }
+  static std::string bytes(const Value& value) {
+    const auto* string = std::get_if<String>(&value);
+    return string != nullptr ? std::string(runtime::bytesOf(string->get())) : "(no string)";
+  }
+  // What the calls of one action are.
+  template <class Action>
+  std::string traceOf(Action action) {
+    spy::clear();
+    action();
+    return spy::trace();
+  }
+
+ private:
+  void stop() {
+    if (!host_) return;
+    host_.reset();
+    qd::resetCurrentPort();
+    EXPECT_EQ(runtime::audit(), std::vector<std::string>());
+  }
+
+  std::optional<Host> host_;
+};

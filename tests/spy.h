@@ -1,0 +1,120 @@
+// Doubles for both boundaries of the plug-in, made from their tables: each tells of its call and passes it on to the real
+// function, unless a test puts something else in its place. The functions that the plug-in links with tell of their
+// calls too.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+
+#include "host/host.h"
+#include "quickdraw/system.h"
+
+namespace spy {
+
+// The calls so far, a line each: "FrameArc([20 10 70 50], 30, 90)". Rectangles are top, left, bottom, right; references
+// are numbered as they come.
+std::string trace();
+void clear();
+// Forgets overrides, absences and numbers too.
+void reset();
+
+// Names of either side that are not there.
+extern std::set<std::string> absent;
+
+// ---- machinery
+
+void tell(const std::string& line);
+extern int depth;  // above 0 inside a real function, whose own calls are nobody's business
+std::string reference(const void* pointer);
+
+inline std::string show(std::int32_t value) { return std::to_string(value); }
+inline std::string show(std::uint32_t value) { return std::to_string(value); }
+inline std::string show(const void* pointer) { return reference(pointer); }
+inline std::string show(const char* text) { return text != nullptr ? "\"" + std::string(text) + "\"" : "null"; }
+inline std::string show(const Rect* r) {
+  return "[" + std::to_string(r->top) + " " + std::to_string(r->left) + " " + std::to_string(r->bottom) + " " + std::to_string(r->right) + "]";
+}
+inline std::string show(const RGBColor* c) {
+  return std::to_string(c->red) + "/" + std::to_string(c->green) + "/" + std::to_string(c->blue);
+}
+inline std::string show(Point p) { return std::to_string(p.h) + "x" + std::to_string(p.v); }
+inline std::string show(const OpenCPicParams* p) { return show(&p->srcRect); }
+// Filled in by the call.
+template <class T>
+std::string show(T** out) {
+  return out != nullptr ? "&" : "null";
+}
+inline std::string show(RGBColor*) { return "&"; }
+inline std::string show(Point*) { return "&"; }
+inline std::string show(REALstringData*) { return "&"; }
+inline std::string show(REALpictureDescription*) { return "&"; }
+
+template <class Tag, class Signature>
+struct Double;
+
+template <class Tag, class Result, class... Arguments>
+struct Double<Tag, Result(Arguments...)> {
+  static inline Result (*real)(Arguments...) = nullptr;
+  static inline std::function<Result(Arguments...)> instead;
+
+  static Result call(Arguments... arguments) {
+    if (depth == 0) {
+      std::string line = std::string(Tag::name) + "(";
+      [[maybe_unused]] const char* separator = "";
+      ((line += separator + shown(arguments), separator = ", "), ...);
+      tell(line + ")");
+    }
+    ++depth;
+    struct Leave {
+      ~Leave() { --depth; }
+    } leave;
+    if (instead) return instead(arguments...);
+    return real(arguments...);
+  }
+
+ private:
+  template <class T>
+  static std::string shown(T value) {
+    if constexpr (std::is_same_v<T, PicHandle> || std::is_same_v<T, PolyHandle> || std::is_same_v<T, RgnHandle> ||
+                  std::is_same_v<T, CTabHandle> || std::is_same_v<T, PixMapHandle> || std::is_same_v<T, GDHandle> || std::is_same_v<T, Handle>) {
+      return reference(value);
+    } else {
+      return show(value);
+    }
+  }
+};
+
+// spy::host::REALLockString::instead, spy::qd::PaintRect::instead, spy::system::HLock::instead.
+namespace host {
+#define ENTRY_POINT(wrapper, known, result, arguments)       \
+  struct wrapper##Tag {                                      \
+    static constexpr const char* name = known;               \
+  };                                                         \
+  using wrapper = Double<wrapper##Tag, result arguments>;
+#include "host/entry_points.def"
+}  // namespace host
+
+namespace qd {
+#define OPERATION(operation, result, arguments)              \
+  struct operation##Tag {                                    \
+    static constexpr const char* name = #operation;          \
+  };                                                         \
+  using operation = Double<operation##Tag, result arguments>;
+#include "quickdraw/operations.def"
+}  // namespace qd
+
+namespace system {
+#define IMPORT(function, result, arguments)                  \
+  struct function##Tag {                                     \
+    static constexpr const char* name = #function;           \
+  };                                                         \
+  using function = Double<function##Tag, result arguments>;
+#include "quickdraw/system.def"
+}  // namespace system
+
+// What the plug-in gets in place of the host's resolver.
+void* resolve(const char* name);
+
+}  // namespace spy
