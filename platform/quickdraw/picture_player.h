@@ -22,6 +22,6 @@ Playback play(Port& port, Bytes picture, const Rect& target);
 
 // How the last DrawPicture went.
 PLATFORM_EXPORT const Playback& lastPlayback();
-void setLastPlayback(Playback playback);
+PLATFORM_EXPORT void setLastPlayback(Playback playback);
 
 }  // namespace qd

@@ -1,0 +1,524 @@
+// QuickDraw's pixels and pictures, seen from inside and through its operations.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+
+#include "platform/memory/memory.h"
+#include "platform/quickdraw/lister.h"
+#include "platform/quickdraw/operations.h"
+#include "platform/quickdraw/pict_bits.h"
+#include "platform/quickdraw/picture_player.h"
+#include "platform/quickdraw/picture_writer.h"
+#include "platform/quickdraw/scan.h"
+
+using namespace qd;
+
+namespace {
+
+// The runs of a shape as text: "2..14 0..16 1..15", a row behind the other.
+class RunText : public RunSink {
+ public:
+  void run(int y, int left, int right) override {
+    if (!text.empty()) text += y == last_ ? "+" : " ";
+    text += std::to_string(left) + ".." + std::to_string(right);
+    last_ = y;
+  }
+  std::string text;
+
+ private:
+  int last_ = INT32_MIN;
+};
+
+template <class Scan>
+std::string runsOf(Scan scan) {
+  RunText sink;
+  scan(sink);
+  return sink.text;
+}
+
+// A port that drawing goes to, with a picture open on it if a test wants.
+class Canvas {
+ public:
+  explicit Canvas(int depth, int width = 64, int height = 48, int table = 0) : depth_(depth) {
+    const Rect bounds = MakeRect(0, 0, width, height);
+    const CTabHandle colors = table != 0 ? GetCTable(static_cast<std::int16_t>(table)) : nullptr;
+    EXPECT_EQ(NewGWorld(&world_, static_cast<std::int16_t>(depth), &bounds, colors, nullptr, 0), 0);
+    if (colors != nullptr) DisposeCTable(colors);
+    select();
+  }
+  Canvas(const Canvas&) = delete;
+  Canvas& operator=(const Canvas&) = delete;
+  ~Canvas() { DisposeGWorld(world_); }
+  void select() const { SetGWorld(world_, nullptr); }
+  BitMapPtr bits() const { return GetPortBitMapForCopyBits(world_); }
+  std::string pixels() const {
+    const PixMapHandle map = GetGWorldPixMap(world_);
+    Rect bounds = {};
+    GetPortBounds(world_, &bounds);
+    return {GetPixBaseAddr(map), static_cast<std::size_t>(GetPixRowBytes(map) * bounds.bottom)};
+  }
+  // One character a pixel: '.' white, '#' black, 'o' another colour.
+  std::string picture() const {
+    Canvas deep(32);
+    Rect bounds = {};
+    GetPortBounds(world_, &bounds);
+    ForeColor(blackColor);
+    BackColor(whiteColor);
+    CopyBits(bits(), deep.bits(), &bounds, &bounds, srcCopy, nullptr);
+    const std::string bytes = deep.pixels();
+    std::string text;
+    for (int y = 0; y < bounds.bottom; ++y) {
+      for (int x = 0; x < bounds.right; ++x) {
+        const std::string pixel = bytes.substr(static_cast<std::size_t>(y * 256 + x * 4 + 1), 3);
+        text += pixel == "\xFF\xFF\xFF" ? '.' : pixel == std::string(3, '\0') ? '#' : 'o';
+      }
+      text += '\n';
+    }
+    select();
+    return text;
+  }
+
+ private:
+  int depth_;
+  GWorldPtr world_ = nullptr;
+};
+
+std::string bytesOf(PicHandle picture) {
+  const auto handle = reinterpret_cast<Handle>(picture);
+  return {*handle, static_cast<std::size_t>(GetHandleSize(handle))};
+}
+Bytes span(const std::string& bytes) { return {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}; }
+
+struct QuickDraw : ::testing::Test {
+  ~QuickDraw() override {
+    resetCurrentPort();
+    EXPECT_EQ(livePorts(), 0U);
+    EXPECT_EQ(memory::audit().handles, 0U);
+  }
+};
+
+PicHandle openPicture(int width, int height) {
+  const OpenCPicParams params = PictureParams(width, height);
+  return OpenCPicture(&params);
+}
+
+}  // namespace
+
+TEST_F(QuickDraw, ShapesTouchTheirPixels) {
+  EXPECT_EQ(runsOf([](RunSink& s) { scanRoundBox(RoundBox::oval(Box(0, 0, 3, 16)), s); }), "2..14 0..16 1..15");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanRoundBox(RoundBox::oval(Box(0, 0, 8, 8)), s); }), "2..6 1..7 0..8 0..8 0..8 0..8 1..7 2..6");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanRoundBox({Box(0, 0, 5, 9), 4, 4}, s); }), "1..8 0..9 0..9 0..9 1..8");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanFrame({Box(0, 0, 4, 5), 0, 0}, {1, 2}, s); }), "0..5 0..2+3..5 0..2+3..5 0..5");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanFrame({Box(0, 0, 3, 3), 0, 0}, {2, 2}, s); }), "0..3 0..3 0..3") << "nothing is left inside";
+  EXPECT_EQ(runsOf([](RunSink& s) { scanArc(Box(0, 0, 8, 8), {0, 90}, s); }), "4..6 4..7 4..8 4..8");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanArc(Box(0, 0, 8, 8), {90, -90}, s); }), "4..6 4..7 4..8 4..8");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanArc(Box(0, 0, 8, 8), {90, 180}, s); }), "0..8 0..8 1..7 2..6");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanArc(Box(0, 0, 8, 8), {45, 0}, s); }), "");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanArcFrame(Box(0, 0, 8, 8), {270, 90}, {1, 1}, s); }), "2..4 1..2 0..1 0..1");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanLine({0, 0}, {2, 5}, {1, 1}, s); }), "0..1 1..4 4..6");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanLine({5, 3}, {5, 0}, {2, 2}, s); }), "0..5 0..5");
+  const Point triangle[] = {{0, 0}, {4, 0}, {4, 4}};
+  EXPECT_EQ(runsOf([&](RunSink& s) { scanPolygon(triangle, Box(0, 0, 10, 10), s); }), "0..1 0..2 0..3 0..4");
+}
+
+TEST_F(QuickDraw, ScannersStayInTheirRectangleAndEnd) {
+  class Bounds : public RunSink {
+   public:
+    explicit Bounds(const Box& limit) : limit_(limit) {}
+    void run(int y, int left, int right) override {
+      ASSERT_TRUE(limit_.contains(Box(y, left, y + 1, right))) << y << " " << left << ".." << right;
+    }
+
+   private:
+    Box limit_;
+  };
+  std::mt19937 random(7);
+  const auto any = [&](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
+  for (int i = 0; i < 400; ++i) {
+    const bool isHuge = i % 40 == 0;
+    const int far = isHuge ? 32767 : 60;
+    const Box box(any(-far, far), any(-far, far), any(-far, far), any(-far, far));
+    Bounds sink(box);
+    const Point pen = {static_cast<std::int16_t>(any(-1, 9)), static_cast<std::int16_t>(any(-1, 9))};
+    scanRoundBox({box, any(-3, far), any(-3, far)}, sink);
+    scanFrame({box, any(-3, far), any(-3, far)}, pen, sink);
+    if (!box.empty()) {
+      scanArc(box, {any(-400, 400), any(-400, 400)}, sink);
+      scanArcFrame(box, {any(-400, 400), any(-400, 400)}, pen, sink);
+    }
+    const Point from = {static_cast<std::int16_t>(any(-far, far)), static_cast<std::int16_t>(any(-far, far))};
+    const Point to = {static_cast<std::int16_t>(any(-far, far)), static_cast<std::int16_t>(any(-far, far))};
+    Bounds swept(Box(std::min(from.v, to.v), std::min(from.h, to.h), std::max(from.v, to.v) + std::max<int>(pen.v, 0), std::max(from.h, to.h) + std::max<int>(pen.h, 0)));
+    scanLine(from, to, pen, swept);
+  }
+}
+
+TEST_F(QuickDraw, RegionsCombineAsSetsOfPixels) {
+  std::mt19937 random(3);
+  const auto any = [&](int high) { return std::uniform_int_distribution<int>(0, high)(random); };
+  const auto isIn = [](const Region& region, int x, int y) {
+    const auto edges = region.row(y);
+    return (std::upper_bound(edges.begin(), edges.end(), x) - edges.begin()) % 2 != 0;
+  };
+  const auto make = [&] {
+    Region region;
+    for (int i = 0; i < 6; ++i) {
+      const int x = any(20);
+      const int y = any(20);
+      const Region box(Box(y, x, y + any(9), x + any(9)));
+      region = i % 3 == 2 ? subtract(region, box) : unite(region, box);
+    }
+    return region;
+  };
+  for (int round = 0; round < 60; ++round) {
+    const Region a = make();
+    const Region b = make();
+    const Region both = unite(a, b);
+    const Region common = intersect(a, b);
+    const Region rest = subtract(a, b);
+    const Region inner = a.inset(1, 2);
+    for (int y = -2; y < 34; ++y) {
+      for (int x = -2; x < 34; ++x) {
+        ASSERT_EQ(isIn(both, x, y), isIn(a, x, y) || isIn(b, x, y));
+        ASSERT_EQ(isIn(common, x, y), isIn(a, x, y) && isIn(b, x, y));
+        ASSERT_EQ(isIn(rest, x, y), isIn(a, x, y) && !isIn(b, x, y));
+        bool surrounded = true;
+        for (int dy = -2; dy <= 2; ++dy) surrounded = surrounded && isIn(a, x - 1, y + dy) && isIn(a, x, y + dy) && isIn(a, x + 1, y + dy);
+        ASSERT_EQ(isIn(inner, x, y), surrounded) << x << " " << y;
+      }
+    }
+    const auto words = a.inversionPoints();
+    const auto again = Region::fromInversionPoints(a.bounds(), std::span(words).subspan(5));
+    ASSERT_TRUE(again);
+    EXPECT_EQ(*again, a);
+  }
+  const std::int16_t unsorted[] = {0, 5, 3, 0x7FFF, 9, 3, 5, 0x7FFF, 0x7FFF};
+  EXPECT_FALSE(Region::fromInversionPoints(Box(0, 0, 9, 9), unsorted));
+  const std::int16_t open[] = {0, 3, 5, 0x7FFF, 0x7FFF};
+  EXPECT_FALSE(Region::fromInversionPoints(Box(0, 0, 9, 9), open));
+}
+
+TEST_F(QuickDraw, TransfersByTheRulesOfTheirModes) {
+  // Two pixels of source, black and white, on black and white.
+  const auto row = [](int depth, int mode) {
+    Canvas source(depth, 8, 1);
+    const Rect black = MakeRect(0, 0, 2, 1);
+    PaintRect(&black);
+    Canvas target(depth, 8, 1);
+    const Rect half = MakeRect(0, 0, 1, 1);
+    const Rect other = MakeRect(2, 0, 1, 1);
+    PaintRect(&half);
+    PaintRect(&other);
+    const Rect all = MakeRect(0, 0, 4, 1);
+    CopyBits(source.bits(), target.bits(), &all, &all, static_cast<std::int16_t>(mode), nullptr);
+    return target.picture().substr(0, 4);
+  };
+  // Source ##.. on #.#.
+  for (const int depth : {1, 2, 4, 8, 16, 32}) {
+    SCOPED_TRACE(depth);
+    EXPECT_EQ(row(depth, srcCopy), "##..");
+    EXPECT_EQ(row(depth, srcOr), "###.");
+    EXPECT_EQ(row(depth, srcXor), ".##.");
+    EXPECT_EQ(row(depth, srcBic), "..#.");
+    EXPECT_EQ(row(depth, notSrcCopy), "..##");
+    EXPECT_EQ(row(depth, 5), "#.##");
+    EXPECT_EQ(row(depth, 6), "#..#");
+    EXPECT_EQ(row(depth, 7), "#...");
+    EXPECT_EQ(row(depth, srcCopy + ditherCopy), "##..");
+    if (depth == 1) continue;
+    EXPECT_EQ(row(depth, transparent), "###.");
+    EXPECT_EQ(row(depth, adMax), "#...");
+    EXPECT_EQ(row(depth, adMin), "###.");
+  }
+  EXPECT_EQ(row(1, blend) + row(1, addPin) + row(1, adMin), "##....#.###.");
+}
+
+TEST_F(QuickDraw, CopiesStretchBetweenDepthsAndWithinOneMap) {
+  for (const int from : {1, 2, 4, 8, 16, 32}) {
+    for (const int to : {1, 4, 8, 16, 32}) {
+      SCOPED_TRACE(std::to_string(from) + " to " + std::to_string(to));
+      Canvas source(from, 8, 4);
+      const Rect corner = MakeRect(1, 1, 2, 2);
+      PaintRect(&corner);
+      Canvas target(to, 12, 8);
+      const Rect part = MakeRect(0, 0, 4, 4);
+      const Rect twice = MakeRect(2, 0, 8, 8);
+      CopyBits(source.bits(), target.bits(), &part, &twice, srcCopy, nullptr);
+      EXPECT_EQ(target.picture(), "............\n............\n....####....\n....####....\n....####....\n....####....\n............\n............\n");
+      const Rect outside = MakeRect(-2, -2, 4, 4);
+      CopyBits(target.bits(), target.bits(), &twice, &outside, srcCopy, nullptr);
+      EXPECT_EQ(target.picture().substr(0, 13), "#...........\n");
+    }
+  }
+  Canvas canvas(8, 12, 3);
+  const Rect square = MakeRect(0, 0, 4, 3);
+  FrameOval(&square);
+  const std::string before = canvas.picture();
+  const Rect moved = MakeRect(1, 0, 4, 3);
+  CopyBits(canvas.bits(), canvas.bits(), &square, &moved, srcCopy, nullptr);
+  for (std::size_t y = 0; y < 3; ++y) EXPECT_EQ(canvas.picture().substr(y * 13 + 1, 4), before.substr(y * 13, 4));
+}
+
+TEST_F(QuickDraw, MasksCopyBlackLeaveWhiteAndMixBetween) {
+  Canvas source(32, 4, 1);
+  const Rect all = MakeRect(0, 0, 4, 1);
+  PaintRect(&all);
+  Canvas mask(8, 4, 1, 40);
+  const RGBColor levels[] = {{0, 0, 0}, {0x8080, 0x8080, 0x8080}, {0xFFFF, 0xFFFF, 0xFFFF}};
+  for (std::int16_t i = 0; i < 3; ++i) {
+    RGBForeColor(&levels[i]);
+    const Rect one = MakeRect(i, 0, 1, 1);
+    PaintRect(&one);
+  }
+  Canvas target(32, 4, 1);
+  CopyMask(source.bits(), mask.bits(), target.bits(), &all, &all, &all);
+  EXPECT_EQ(target.pixels().substr(0, 12), std::string("\0\0\0\0" "\0\x80\x80\x80" "\0\xFF\xFF\xFF", 12));
+}
+
+TEST_F(QuickDraw, ScrollingErasesWhatItUncovers) {
+  Canvas canvas(4, 12, 4);
+  const Rect dot = MakeRect(2, 1, 2, 2);
+  PaintRect(&dot);
+  const Rect area = MakeRect(1, 0, 8, 4);
+  const RgnHandle update = NewRgn();
+  ScrollRect(&area, 3, 1, update);
+  EXPECT_EQ(canvas.picture(), "............\n............\n.....##.....\n.....##.....\n");
+  EXPECT_EQ(Box((*reinterpret_cast<const Rect*>(reinterpret_cast<const char*>(*update) + 2))), Box(0, 1, 4, 9));
+  DisposeRgn(update);
+}
+
+TEST_F(QuickDraw, PackBitsGoesBothWays) {
+  std::mt19937 random(11);
+  for (int round = 0; round < 300; ++round) {
+    std::vector<std::uint8_t> row(static_cast<std::size_t>(2 * (1 + random() % 300)));
+    for (auto& byte : row) byte = static_cast<std::uint8_t>(random() % (round % 5 + 1));
+    for (const std::size_t unit : {1, 2}) {
+      ByteWriter packed;
+      packBits(row, unit, packed);
+      EXPECT_LE(packed.size(), row.size() + row.size() / 100 + 3);
+      for (std::size_t at = 0; at < packed.size();) {
+        const auto count = static_cast<std::int8_t>(packed.bytes()[at]);
+        ASSERT_NE(count, -128);
+        at += 1 + unit * static_cast<std::size_t>(count >= 0 ? count + 1 : 1);
+      }
+      std::vector<std::uint8_t> again(row.size());
+      ASSERT_TRUE(unpackBits(packed.bytes(), unit, again));
+      ASSERT_EQ(again, row);
+    }
+  }
+}
+
+// Draws something of everything by chance; the same for the same seed.
+void drawAnything(unsigned seed, BitMapPtr otherBits, BitMapPtr deepBits) {
+  std::mt19937 random(seed);
+  const auto any = [&](int low, int high) { return static_cast<std::int16_t>(std::uniform_int_distribution<int>(low, high)(random)); };
+  for (int i = 0; i < 40; ++i) {
+    const Rect r = MakeRect(any(-10, 60), any(-10, 44), any(-3, 50), any(-3, 40));
+    const std::int16_t a = any(-200, 400);
+    const std::int16_t b = any(-50, 90);
+    switch (any(0, 26)) {
+      case 0: MacFrameRect(&r); break;
+      case 1: PaintRect(&r); break;
+      case 2: EraseRect(&r); break;
+      case 3: MacInvertRect(&r); break;
+      case 4: FrameOval(&r); break;
+      case 5: PaintOval(&r); break;
+      case 6: EraseOval(&r); break;
+      case 7: InvertOval(&r); break;
+      case 8: FrameArc(&r, a, b); break;
+      case 9: PaintArc(&r, a, b); break;
+      case 10: EraseArc(&r, a, b); break;
+      case 11: InvertArc(&r, a, b); break;
+      case 12: FrameRoundRect(&r, 9, 7); break;
+      case 13: PaintRoundRect(&r, 12, 30); break;
+      case 14: EraseRoundRect(&r, 5, 5); break;
+      case 15: InvertRoundRect(&r, b, b); break;
+      case 16: MoveTo(a, b); LineTo(any(-5, 70), any(-5, 50)); break;
+      case 17: Move(any(-9, 9), 3); Line(any(-99, 99), any(-40, 40)); break;
+      case 18: PenSize(any(0, 5), any(0, 5)); break;
+      case 19: PenNormal(); break;
+      case 20: {
+        const RGBColor color = {static_cast<std::uint16_t>(random()), static_cast<std::uint16_t>(random()), static_cast<std::uint16_t>(random())};
+        if (any(0, 3) == 0) RGBBackColor(&color); else RGBForeColor(&color);
+        break;
+      }
+      case 21: TextSize(any(0, 24)); TextFace(any(0, 127)); TextMode(any(0, 3)); break;
+      case 22: MoveTo(any(0, 50), any(0, 48)); DrawText("Pict \x80 123", 0, 10); DrawText("more", 1, 3); break;
+      case 23: {
+        const PolyHandle polygon = OpenPoly();
+        MoveTo(any(0, 60), any(0, 40));
+        for (int p = any(1, 6); p > 0; --p) LineTo(any(-9, 70), any(-9, 60));
+        ClosePoly();
+        const int verb = any(0, 3);
+        if (verb == 0) FramePoly(polygon);
+        if (verb == 1) PaintPoly(polygon);
+        if (verb == 2) ErasePoly(polygon);
+        if (verb == 3) InvertPoly(polygon);
+        KillPoly(polygon);
+        break;
+      }
+      case 24: case 25: case 26: {
+        CGrafPtr port = nullptr;
+        GetPort(&port);
+        const Rect from = MakeRect(any(-4, 20), any(-4, 20), any(1, 40), any(1, 30));
+        CopyBits(any(0, 1) == 0 ? otherBits : deepBits, GetPortBitMapForCopyBits(port), &from, &r, any(0, 7), nullptr);
+        break;
+      }
+    }
+  }
+}
+
+class DirectEqualsPlayed : public QuickDraw, public ::testing::WithParamInterface<std::pair<int, int>> {};
+
+TEST_P(DirectEqualsPlayed, OverAllOperations) {
+  const auto [depth, table] = GetParam();
+  Canvas bits(1, 30, 20);
+  const Rect dot = MakeRect(3, 4, 20, 9);
+  PaintOval(&dot);
+  for (const int otherDepth : {2, 4, 8, 16, 32}) {
+    Canvas deep(otherDepth, 40, 24);
+    for (std::int16_t x = 0; x < 40; x += 4) {
+      const RGBColor color = {static_cast<std::uint16_t>(x * 1600), static_cast<std::uint16_t>(0xFFFF - x * 1000), 0x4321};
+      RGBForeColor(&color);
+      const Rect bar = MakeRect(x, 0, 4, 24);
+      PaintRect(&bar);
+    }
+    for (unsigned seed = 0; seed < 12; ++seed) {
+      SCOPED_TRACE("seed " + std::to_string(seed) + ", copies from depth " + std::to_string(otherDepth));
+      Canvas direct(depth, 64, 48, table);
+      drawAnything(seed, bits.bits(), deep.bits());
+      const std::string expected = direct.pixels();
+
+      Canvas recording(depth, 64, 48, table);
+      const std::string blank = recording.pixels();
+      const PicHandle picture = openPicture(64, 48);
+      drawAnything(seed, bits.bits(), deep.bits());
+      ClosePicture();
+      EXPECT_EQ(recording.pixels(), blank) << "recording draws nothing";
+
+      Canvas played(depth, 64, 48, table);
+      const Rect target = MakeRect(0, 0, 64, 48);
+      DrawPicture(picture, &target);
+      ASSERT_FALSE(lastPlayback().error) << describe(*lastPlayback().error);
+      ASSERT_EQ(played.pixels(), expected);
+
+      // What is played into an open recording comes out the same again.
+      Canvas rerecording(depth, 64, 48, table);
+      const PicHandle again = openPicture(64, 48);
+      DrawPicture(picture, &target);
+      ClosePicture();
+      Canvas replayed(depth, 64, 48, table);
+      DrawPicture(again, &target);
+      ASSERT_EQ(replayed.pixels(), expected);
+      KillPicture(picture);
+      KillPicture(again);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Depths, DirectEqualsPlayed,
+                         ::testing::Values(std::pair(1, 33), std::pair(2, 66), std::pair(2, 34), std::pair(4, 68), std::pair(4, 36),
+                                           std::pair(8, 72), std::pair(8, 40), std::pair(16, 0), std::pair(32, 0)),
+                         [](const auto& info) { return "Depth" + std::to_string(info.param.first) + "Table" + std::to_string(info.param.second); });
+
+TEST_F(QuickDraw, APictureBeginsAndEndsAsReadersExpect) {
+  Canvas canvas(32);
+  const OpenCPicParams params = {{0, 0, 144, 288}, 0x900000, 0x480000, -2, 0, 0};
+  const PicHandle picture = OpenCPicture(&params);
+  EXPECT_EQ(OpenCPicture(&params), nullptr) << "a port has one open picture";
+  const Rect r = MakeRect(1, 2, 3, 4);
+  PaintRect(&r);
+  PaintRect(&r);
+  ClosePicture();
+  const std::string bytes = bytesOf(picture);
+  const std::string head("\x00\x00\x00\x00\x00\x90\x00\x90\x00\x11\x02\xFF\x0C\x00\xFF\xFE\x00\x00\x00\x90\x00\x00\x00\x48\x00\x00"
+                         "\x00\x00\x00\x00\x00\x90\x01\x20\x00\x00\x00\x00", 38);
+  EXPECT_EQ(bytes.substr(2, head.size()), head);
+  EXPECT_EQ(bytes.substr(2 + head.size()), std::string("\x00\x01\x00\x0A\x00\x00\x00\x00\x00\x90\x01\x20"
+                                                       "\x00\x31\x00\x02\x00\x01\x00\x06\x00\x04\x00\x39\x00\xFF", 26));
+  EXPECT_EQ(static_cast<unsigned char>(bytes[0]) << 8 | static_cast<unsigned char>(bytes[1]), static_cast<int>(bytes.size()));
+  KillPicture(picture);
+}
+
+TEST_F(QuickDraw, PlayingScalesAndLeavesThePortAsItWas) {
+  Canvas canvas(32, 40, 20);
+  const PicHandle picture = openPicture(10, 5);
+  const Rect r = MakeRect(1, 1, 4, 2);
+  MacFrameRect(&r);
+  ClosePicture();
+  PenSize(3, 4);
+  const RGBColor red = {0xFFFF, 0, 0};
+  RGBForeColor(&red);
+  MoveTo(7, 8);
+  const Rect target = MakeRect(0, 0, 40, 20);
+  DrawPicture(picture, &target);
+  // At four times the size the pen is four pixels wide, so nothing is left inside.
+  EXPECT_EQ(canvas.picture().substr(4 * 41, 40), "....################....................");
+  Point pen = {};
+  CGrafPtr port = nullptr;
+  GetPort(&port);
+  GetPortPenSize(port, &pen);
+  EXPECT_EQ(pen, (Point{4, 3}));
+  RGBColor color = {};
+  GetForeColor(&color);
+  EXPECT_EQ(color, red);
+  KillPicture(picture);
+}
+
+TEST_F(QuickDraw, BrokenPicturesEndWithoutHarm) {
+  Canvas canvas(8);
+  Canvas source(16, 20, 10);
+  canvas.select();
+  const PicHandle picture = openPicture(64, 48);
+  drawAnything(5, source.bits(), source.bits());
+  ClosePicture();
+  const std::string whole = bytesOf(picture);
+  KillPicture(picture);
+  std::mt19937 random(1);
+  const Rect target = MakeRect(3, 3, 40, 30);
+  int broken = 0;
+  for (int i = 0; i < 1500; ++i) {
+    std::string bytes = whole;
+    if (i % 3 == 0) bytes.resize(random() % bytes.size());
+    for (int change = i % 7; change > 0 && !bytes.empty(); --change) bytes[random() % bytes.size()] = static_cast<char>(random());
+    const Handle handle = NewHandle(static_cast<std::int32_t>(bytes.size()));
+    if (!bytes.empty()) std::memcpy(*handle, bytes.data(), bytes.size());
+    DrawPicture(reinterpret_cast<PicHandle>(handle), &target);
+    broken += lastPlayback().error ? 1 : 0;
+    const bool listed = listPicture(span(bytes), [](const std::string&) {});
+    if (listed && lastPlayback().error) {
+      EXPECT_EQ(lastPlayback().error->what, "its operands make no sense");
+    }
+    DisposeHandle(handle);
+  }
+  EXPECT_GT(broken, 500);
+}
+
+TEST_F(QuickDraw, EndsOfPicturesAreTold) {
+  const auto error = [](const std::string& bytes) {
+    std::string last;
+    EXPECT_FALSE(listPicture(span(bytes), [&](const std::string& line) { last = line; }));
+    return last;
+  };
+  const std::string head("\0\0\0\0\0\0\0\x09\0\x09\0\x11\x02\xFF", 14);
+  EXPECT_NE(error("nonsense of some length").find("it doesn't begin as a picture does"), std::string::npos);
+  EXPECT_NE(error(head).find("at offset 14, in opcode 0000 NOP: it ends without an end opcode"), std::string::npos);
+  EXPECT_NE(error(head + std::string("\0\x30\0\1", 4)).find("at offset 14, in opcode 0030 FrameRect: its operands"), std::string::npos);
+  EXPECT_TRUE(listPicture(span(head + std::string("\x01\x02\0\0\0\xFF", 6)), [](const std::string&) {})) << "reserved, by its length";
+}
+
+TEST_F(QuickDraw, RefusesWorldsThatCannotBe) {
+  const auto made = [](int depth, const Rect& bounds) {
+    auto* world = reinterpret_cast<GWorldPtr>(1);
+    const OSErr error = NewGWorld(&world, static_cast<std::int16_t>(depth), &bounds, nullptr, nullptr, 0);
+    EXPECT_EQ(error == 0, world != nullptr);
+    if (world != nullptr) DisposeGWorld(world);
+    return error;
+  };
+  EXPECT_EQ(made(3, MakeRect(0, 0, 5, 5)), -157);
+  EXPECT_EQ(made(32, MakeRect(0, 0, 0, 5)), -50);
+  EXPECT_EQ(made(32, {10, 10, 5, 20}), -50);
+  EXPECT_EQ(made(32, {-32768, -32768, 32767, 32767}), -108);
+  EXPECT_EQ(made(1, MakeRect(0, 0, 32767, 4)), 0);
+}
