@@ -26,8 +26,8 @@ struct REALproperty {
   const char* name;
   const char* type;
   std::uint32_t none3;
-  std::int32_t getter;  // kREALstandardAccess: the host itself reads the field
-  std::int32_t setter;  // kREALstandardAccess, or 0 for a property that can't be set
+  std::int32_t getter;      // kREALstandardAccess: the host itself reads the field
+  std::int32_t setter;      // kREALstandardAccess, or 0 for a property that can't be set
   std::uint32_t parameter;  // the field's offset in the class data
   std::uint32_t none7[5];
 };

@@ -3,8 +3,9 @@
 
 #include "host/host.h"
 
-// Gets a string's bytes in the wanted encoding; kTextEncodingUnknown wants them unconverted. True means that `out` holds
-// the bytes until REALDisposeStringData; false means that nothing is held. Works on hosts with and without a call for it.
+// Gets a string's bytes in the wanted encoding; kTextEncodingUnknown wants them unconverted. True means that `out`
+// holds the bytes until REALDisposeStringData; false means that nothing is held. Works on hosts with and without a call
+// for it.
 bool REALGetStringData(REALstringStruct* string, std::uint32_t encoding, REALstringData* out);
 void REALDisposeStringData(REALstringData* record);
 

@@ -37,7 +37,8 @@ std::string readPicture(const fs::path& path) {
   const std::string file = readFile(path);
   const auto picture = qd::pictureInFile({reinterpret_cast<const std::uint8_t*>(file.data()), file.size()});
   if (!picture) {
-    throw runtime::Error("\"" + path.string() + "\" is no PICT file: no picture begins in it, at its start or behind 512 bytes.");
+    throw runtime::Error("\"" + path.string() +
+                         "\" is no PICT file: no picture begins in it, at its start or behind 512 bytes.");
   }
   return {picture->begin(), picture->end()};
 }

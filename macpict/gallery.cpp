@@ -27,7 +27,9 @@ class Pen {
   void color(std::int32_t rgb) { set("ForeColor", rgb); }
   void size(int width, int height) { (*this)("PenSize", {width, height}); }
   void text(const std::string& utf8, int x, int y) { (*this)("DrawString", {host_.string(utf8), x, y}); }
-  int width(const std::string& utf8) { return std::get<std::int32_t>(host_.call(recorder_, "StringWidth", {host_.string(utf8)})); }
+  int width(const std::string& utf8) {
+    return std::get<std::int32_t>(host_.call(recorder_, "StringWidth", {host_.string(utf8)}));
+  }
   void label(const std::string& utf8, int x, int y) {
     color(kBlack);
     set("TextFace", 0);
@@ -58,7 +60,8 @@ void shapes(Pen& pen) {
     for (int column = 0; column < 4; ++column) {
       const int x = 12 + 92 * column;
       const int y = 20 + 78 * row;
-      pen.label(std::string(kVerbs[static_cast<std::size_t>(column)]) + kShapes[static_cast<std::size_t>(row)], x, y - 6);
+      pen.label(std::string(kVerbs[static_cast<std::size_t>(column)]) + kShapes[static_cast<std::size_t>(row)], x,
+                y - 6);
       if (column >= 2) {
         pen.color(kSky);
         pen("PaintRect", {x, y, 80, 54});
@@ -135,7 +138,7 @@ void text(Pen& pen) {
     int bits;
     const char* name;
   };
-  constexpr Face kFaces[] = {{0, "plain"},    {1, "bold"},      {2, "italic"}, {4, "underline"}, {8, "outline"},
+  constexpr Face kFaces[] = {{0, "plain"},   {1, "bold"},      {2, "italic"},  {4, "underline"},  {8, "outline"},
                              {16, "shadow"}, {32, "condense"}, {64, "extend"}, {3, "bold italic"}};
   int y = 26;
   for (const Face& face : kFaces) {
@@ -230,7 +233,9 @@ class Gallery {
     const Object again = session_.recorderWith(readPicture(folder_ / (name + ".pict")));
     const Object picture = session_.picture(width, height);
     session_.play(again, picture, 0, 0, width, height);
-    show(name, picture, std::to_string(bytes.size()) + " bytes of PICT, played at " + std::to_string(width) + "x" + std::to_string(height));
+    show(name, picture,
+         std::to_string(bytes.size()) + " bytes of PICT, played at " + std::to_string(width) + "x" +
+             std::to_string(height));
   }
 
   void show(const std::string& name, const Object& picture, const std::string& what) {
@@ -266,7 +271,11 @@ class Gallery {
     host_.call(graphics, "InvertArcTVK", {294, 30, 100, 70, 0, 135});
     host_.call(graphics, "ScrollTVK", {12, 126, 120, 90, 30, 20});
     host_.call(graphics, "ClearRoundRectTVK", {168, 136, 60, 40, 20, 20});
-    captions(sheet, {{"InvertRectTVK", 12, 14}, {"InvertOvalTVK", 148, 14}, {"InvertArcTVK", 284, 14}, {"ScrollTVK by 30, 20", 12, 122}, {"ClearRoundRectTVK", 148, 122}});
+    captions(sheet, {{"InvertRectTVK", 12, 14},
+                     {"InvertOvalTVK", 148, 14},
+                     {"InvertArcTVK", 284, 14},
+                     {"ScrollTVK by 30, 20", 12, 122},
+                     {"ClearRoundRectTVK", 148, 122}});
     show("invert-scroll", sheet, "inverts, clears and scrolls parts of a picture");
   }
 
@@ -278,7 +287,8 @@ class Gallery {
     host_.call(sheet, "DrawPictureTVK", {card, 0, 0, 120, 90, 216, 20, 240, 180, 0});
     host_.call(sheet, "DrawPictureTVK", {card, 76, 4, 36, 36, 12, 130, 90, 90, 0});
     host_.call(sheet, "DrawPictureTVK", {card, 0, 0, 120, 90, 468, 20, 60, 200, 4});
-    captions(sheet, {{"1:1", 12, 14}, {"1:2", 144, 14}, {"2:1", 216, 14}, {"a part", 12, 126}, {"notSrcCopy", 468, 14}});
+    captions(sheet,
+             {{"1:1", 12, 14}, {"1:2", 144, 14}, {"2:1", 216, 14}, {"a part", 12, 126}, {"notSrcCopy", 468, 14}});
     show("stretch-copy", sheet, "copies with DrawPictureTVK, stretched and shrunk");
   }
 
@@ -339,7 +349,8 @@ class Gallery {
     writePicture(folder_ / "export.pict", pict);
     session_.play(session_.recorderWith(pict), sheet, 148, 20, 120, 90);
     captions(sheet, {{"the picture", 12, 14}, {"its PICT, played", 148, 14}});
-    show("export", sheet, std::to_string(pict.size()) + " bytes of PICT from PicHandleDataTVK, played beside the picture");
+    show("export", sheet,
+         std::to_string(pict.size()) + " bytes of PICT from PicHandleDataTVK, played beside the picture");
   }
 
   void demo() {
@@ -365,7 +376,8 @@ class Gallery {
     for (const auto& [name, scale] : {std::pair("demo", 1), {"demo-double", 2}}) {
       const Object picture = session_.picture(384 * scale, 580 * scale);
       session_.play(again, picture, 0, 0, 384 * scale, 580 * scale);
-      show(name, picture, "demo.pict, read back and played at " + std::to_string(384 * scale) + "x" + std::to_string(580 * scale));
+      show(name, picture,
+           "demo.pict, read back and played at " + std::to_string(384 * scale) + "x" + std::to_string(580 * scale));
     }
   }
 

@@ -54,7 +54,8 @@ Size parseSize(const std::string& text) {
   if (x != std::string::npos) {
     const auto width = parseNumber<int>(std::string_view(text).substr(0, x));
     const auto height = parseNumber<int>(std::string_view(text).substr(x + 1));
-    if (width && height && *width > 0 && *height > 0 && *width <= kMostPixels && *height <= kMostPixels) return {*width, *height};
+    if (width && height && *width > 0 && *height > 0 && *width <= kMostPixels && *height <= kMostPixels)
+      return {*width, *height};
   }
   throw Usage("--size takes a width and a height of 1 to 32767, not \"" + text + "\"; 640x480 would work.");
 }
@@ -81,7 +82,8 @@ RenderOptions parseRender(const std::vector<std::string>& words) {
     } else if (word == "--scale") {
       const std::string& text = value();
       const auto scale = parseNumber<double>(text);
-      if (!scale || !(*scale > 0) || *scale > 1000) throw Usage("--scale takes a factor above 0 and up to 1000, not \"" + text + "\"; 2 or 0.5 would work.");
+      if (!scale || !(*scale > 0) || *scale > 1000)
+        throw Usage("--scale takes a factor above 0 and up to 1000, not \"" + text + "\"; 2 or 0.5 would work.");
       options.scale = *scale;
     } else if (word == "--depth") {
       const std::string& text = value();
@@ -123,25 +125,28 @@ Status render(const std::vector<std::string>& words) {
   const std::string& in = options.files[0];
   const std::string picture = readPicture(in);
   const auto header = qd::pictureHeader(bytesOf(picture));
-  if (!header || header->source.empty()) throw runtime::Error("The picture \"" + in + "\" has an empty frame: there is nothing to render.");
+  if (!header || header->source.empty())
+    throw runtime::Error("The picture \"" + in + "\" has an empty frame: there is nothing to render.");
   const Size size = options.size.value_or(sizeOnPage(*header, options.scale));
 
   Session session;
   const runtime::Object recorder = session.recorderWith(picture);
-  const runtime::Object canvas = options.depth || options.isGray
-                                     ? session.picture(size.width, size.height, options.depth.value_or(8), options.isGray)
-                                     : session.picture(size.width, size.height);
+  const runtime::Object canvas =
+      options.depth || options.isGray
+          ? session.picture(size.width, size.height, options.depth.value_or(8), options.isGray)
+          : session.picture(size.width, size.height);
   session.play(recorder, canvas, 0, 0, size.width, size.height);
   const qd::Playback& playback = qd::lastPlayback();
-  for (const std::string& remark : playback.remarks) std::fprintf(stderr, "macpict: %s: %s\n", in.c_str(), remark.c_str());
+  for (const std::string& remark : playback.remarks)
+    std::fprintf(stderr, "macpict: %s: %s\n", in.c_str(), remark.c_str());
   if (playback.error) {
     const std::string broken = "The picture \"" + in + "\" is broken " + qd::describe(*playback.error) + ".";
     if (!options.keepGoing) throw runtime::Error(broken + " --keep-going would show what was drawn till then.");
     std::fprintf(stderr, "macpict: %s\n", broken.c_str());
   }
   writePNG(options.files[1], session.imageOf(canvas));
-  std::printf("%s: %dx%d, %d opcodes played, %d skipped, %d not drawn\n", options.files[1].c_str(), size.width, size.height,
-              playback.played, playback.skipped, playback.undrawn);
+  std::printf("%s: %dx%d, %d opcodes played, %d skipped, %d not drawn\n", options.files[1].c_str(), size.width,
+              size.height, playback.played, playback.skipped, playback.undrawn);
   return playback.error ? kFailed : kDone;
 }
 

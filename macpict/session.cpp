@@ -67,9 +67,7 @@ void Session::copy(const Object& from, const Object& to, int x, int y) {
 }
 
 // Every shape method leaves its object's port selected; one of no size draws nothing.
-void Session::select(const Object& picture) {
-  host_.call(host_.graphicsOf(picture), "DrawArcTVK", {0, 0, 0, 0, 0, 0});
-}
+void Session::select(const Object& picture) { host_.call(host_.graphicsOf(picture), "DrawArcTVK", {0, 0, 0, 0, 0, 0}); }
 
 Image Session::imageOf(const Object& picture) {
   const auto [width, height] = sizeOf(picture);

@@ -18,11 +18,10 @@ struct Table {
 };
 
 constexpr Table kTables[] = {
-    {7, 12, 10, false},  // properties
-    {9, 6, 4, false},    // methods
-    {11, 4, 2, true},   {18, 5, 3, false},
-    {21, 12, 10, false},  // properties again
-    {23, 6, 4, false},    // methods again
+    {7, 12, 10, false},                                          // properties
+    {9, 6, 4, false},                                            // methods
+    {11, 4, 2, true},   {18, 5, 3, false}, {21, 12, 10, false},  // properties again
+    {23, 6, 4, false},                                           // methods again
 };
 
 constexpr int kVersionWord = 0;
@@ -36,7 +35,8 @@ std::uint32_t Word(const void* address) {
 // The leading words of each row in a new table; null for no rows, or without memory.
 std::uint32_t* FixTable(std::uint32_t* rows, std::uint32_t count, const Table& table) {
   if (rows == nullptr || count == 0) return nullptr;
-  auto* legacy = static_cast<std::uint32_t*>(std::calloc(count, static_cast<std::size_t>(table.legacyRowWords) * kWordSize));
+  auto* legacy =
+      static_cast<std::uint32_t*>(std::calloc(count, static_cast<std::size_t>(table.legacyRowWords) * kWordSize));
   if (legacy == nullptr) return nullptr;
   std::uint32_t* to = legacy;
   for (std::uint32_t i = 0; i < count; ++i, rows += table.rowWords, to += table.legacyRowWords) {

@@ -56,7 +56,9 @@ using CTabHandle = struct ColorTable**;
 enum : std::int32_t { whiteColor = 30, blackColor = 33 };
 
 // Every integer that goes to QuickDraw keeps its low 16 bits, sign and all; nothing clamps.
-constexpr std::int16_t Low16(std::int32_t value) { return static_cast<std::int16_t>(static_cast<std::uint32_t>(value)); }
+constexpr std::int16_t Low16(std::int32_t value) {
+  return static_cast<std::int16_t>(static_cast<std::uint32_t>(value));
+}
 
 // The host gives an origin and an extent; the far edges are summed in 32 bits, where they may wrap.
 constexpr Rect MakeRect(std::int32_t left, std::int32_t top, std::int32_t width, std::int32_t height) {

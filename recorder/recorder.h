@@ -1,5 +1,5 @@
-// The class `MacPictTVK`: records a PICT from drawing commands on the current port, and gives the picture away as bytes,
-// as a host picture, on the clipboard and as pixels.
+// The class `MacPictTVK`: records a PICT from drawing commands on the current port, and gives the picture away as
+// bytes, as a host picture, on the clipboard and as pixels.
 #pragma once
 
 #include "host/records.h"
@@ -21,9 +21,9 @@ void PICTDestructor(REALobjectStruct* object);
 
 // What each instance holds. Zeroed by the host: a new recorder is empty.
 struct PICTData {
-  ::PicHandle PicHandle;        // the recorder's own, or null; host code sees it as an integer and may write it
-  std::int32_t Width, Height;   // of the last CreatePicture; for host code alone
-  std::uint8_t isOpen;          // 1 while the picture is open for recording
+  ::PicHandle PicHandle;       // the recorder's own, or null; host code sees it as an integer and may write it
+  std::int32_t Width, Height;  // of the last CreatePicture; for host code alone
+  std::uint8_t isOpen;         // 1 while the picture is open for recording
 };
 
 inline constexpr std::uint32_t kPICTDataSize = 20;

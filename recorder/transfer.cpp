@@ -29,7 +29,8 @@ Handle CopyToHandle(const rbByteView& view) {
   const Handle handle = NewHandle(view.length);
   if (handle == nullptr) return nullptr;
   HLock(handle);
-  if (*handle != nullptr && view.bytes != nullptr) std::memcpy(*handle, view.bytes, static_cast<std::size_t>(view.length));
+  if (*handle != nullptr && view.bytes != nullptr)
+    std::memcpy(*handle, view.bytes, static_cast<std::size_t>(view.length));
   HUnlock(handle);
   return handle;
 }

@@ -17,7 +17,9 @@ struct GraphicsTest : PluginTest {
   std::string run(const std::string& method, const std::vector<Value>& arguments) {
     return traceOf([&] { host().call(graphics, method, arguments); });
   }
-  std::string selected(const std::string& call) { return "SelectGraphics(" + spy::reference(graphics.get()) + ")\n" + call + "\n"; }
+  std::string selected(const std::string& call) {
+    return "SelectGraphics(" + spy::reference(graphics.get()) + ")\n" + call + "\n";
+  }
   CGrafPtr currentPort() {
     CGrafPtr port = nullptr;
     GetPort(&port);
@@ -46,7 +48,9 @@ TEST_F(GraphicsTest, ANilObjectIsTestedForByTheTwoThatAreNoShapes) {
   const auto callOnNil = [&](const std::string& name) {
     for (const auto& method : host().classes().at("graphics").methods) {
       if (method.declaration.name != name) continue;
-      return traceOf([&] { reinterpret_cast<void (*)(void*, int, int, int, int, int, int)>(method.handler)(nullptr, 1, 2, 3, 4, 5, 6); });
+      return traceOf([&] {
+        reinterpret_cast<void (*)(void*, int, int, int, int, int, int)>(method.handler)(nullptr, 1, 2, 3, 4, 5, 6);
+      });
     }
     return std::string("no such method");
   };

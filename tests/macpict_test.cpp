@@ -29,7 +29,9 @@ struct Macpict : ::testing::Test {
     return {WEXITSTATUS(pclose(pipe)), text};
   }
   std::string path(const std::string& name) const { return (folder / name).string(); }
-  void write(const std::string& name, const std::string& bytes) { std::ofstream(folder / name, std::ios::binary) << bytes; }
+  void write(const std::string& name, const std::string& bytes) {
+    std::ofstream(folder / name, std::ios::binary) << bytes;
+  }
   std::string read(const std::string& name) {
     std::ifstream in(folder / name, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
@@ -55,7 +57,8 @@ TEST_F(Macpict, MakesItsGalleryAndRendersItAgain) {
 
   const Outcome list = run("list " + path("bare.pict"));
   EXPECT_EQ(list.status, 0);
-  EXPECT_EQ(list.text.substr(0, list.text.find('\n')), "version 2, frame (0, 0, 384, 580), source (0, 0, 384, 580), 72x72 dpi");
+  EXPECT_EQ(list.text.substr(0, list.text.find('\n')),
+            "version 2, frame (0, 0, 384, 580), source (0, 0, 384, 580), 72x72 dpi");
   EXPECT_NE(list.text.find("PaintArc"), std::string::npos);
 }
 
@@ -64,15 +67,21 @@ TEST_F(Macpict, SaysInOneSentenceWhatWasWrong) {
   write("foreign.pict", std::string(700, 'x'));
   const std::string head("\0\0\0\0\0\0\0\x09\0\x09\0\x11\x02\xFF", 14);
   write("broken.pict", head + std::string("\0\x31\0\0\0\0\0\x05\0\x05\0\x30\0", 13));
-  const std::pair<std::string, int> cases[] = {
-      {"render " + path("none.pict") + " " + path("o.png"), 1},    {"render " + path("empty.pict") + " " + path("o.png"), 1},
-      {"render " + path("foreign.pict") + " " + path("o.png"), 1}, {"render " + path("broken.pict") + " " + path("o.png"), 1},
-      {"list " + path("broken.pict"), 1},                          {"list " + path(""), 1},
-      {"demo " + path("empty.pict"), 1},                           {"", 2},
-      {"draw", 2},                                                 {"render one.pict", 2},
-      {"render a b --size 5", 2},                                  {"render a b --depth 5", 2},
-      {"render a b --scale zero", 2},                              {"render a b --what", 2},
-      {"list", 2}};
+  const std::pair<std::string, int> cases[] = {{"render " + path("none.pict") + " " + path("o.png"), 1},
+                                               {"render " + path("empty.pict") + " " + path("o.png"), 1},
+                                               {"render " + path("foreign.pict") + " " + path("o.png"), 1},
+                                               {"render " + path("broken.pict") + " " + path("o.png"), 1},
+                                               {"list " + path("broken.pict"), 1},
+                                               {"list " + path(""), 1},
+                                               {"demo " + path("empty.pict"), 1},
+                                               {"", 2},
+                                               {"draw", 2},
+                                               {"render one.pict", 2},
+                                               {"render a b --size 5", 2},
+                                               {"render a b --depth 5", 2},
+                                               {"render a b --scale zero", 2},
+                                               {"render a b --what", 2},
+                                               {"list", 2}};
   for (const auto& [arguments, status] : cases) {
     const Outcome outcome = run(arguments);
     EXPECT_EQ(outcome.status, status) << arguments << "\n" << outcome.text;

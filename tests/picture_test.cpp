@@ -45,10 +45,13 @@ TEST_F(PictureTest, APICTPassesThroughAndAnythingElseIsRecorded) {
 
   for (const Object& picture : {host().newPicture(12, 8), host().strangePicture(12, 8)}) {
     const std::string out = traceOf([&] { EXPECT_FALSE(isNil(host().get(picture, "PicHandleTVK"))); });
-    EXPECT_EQ(out.substr(0, out.find("REALBuild")), locks(picture) + unlocks(picture) + "ForeColor(33)\nBackColor(30)\nOpenCPicture([0 0 8 12])\ndrawPicturePrimitive(" + ref(picture) +
-                       ", [0 0 8 12], 0)\nClosePicture()\n");
+    EXPECT_EQ(out.substr(0, out.find("REALBuild")),
+              locks(picture) + unlocks(picture) +
+                  "ForeColor(33)\nBackColor(30)\nOpenCPicture([0 0 8 12])\ndrawPicturePrimitive(" + ref(picture) +
+                  ", [0 0 8 12], 0)\nClosePicture()\n");
     const std::string data = traceOf([&] { EXPECT_GT(bytes(host().get(picture, "PicHandleDataTVK")).size(), 40U); });
-    EXPECT_EQ(data.find(unlocks(picture)), data.size() - unlocks(picture).size()) << "the description is held to the end";
+    EXPECT_EQ(data.find(unlocks(picture)), data.size() - unlocks(picture).size())
+        << "the description is held to the end";
     EXPECT_LT(data.find("HUnlock("), data.find("KillPicture("));
   }
 }
@@ -86,7 +89,8 @@ TEST_F(PictureTest, PixelsGoOutAndIn) {
   held[1] = '\x7E';
   EXPECT_EQ(runtime::as<runtime::MemoryBlock>(std::get<Object>(shorter).get())->bytes, held);
 
-  EXPECT_EQ(inside([&] { EXPECT_EQ(number(host().get(picture, "GWorldPixelRowBytesTVK")), 48); }).find("LockPixels("), std::string::npos);
+  EXPECT_EQ(inside([&] { EXPECT_EQ(number(host().get(picture, "GWorldPixelRowBytesTVK")), 48); }).find("LockPixels("),
+            std::string::npos);
 }
 
 TEST_F(PictureTest, PixelsOfWhatHasNone) {
@@ -94,15 +98,18 @@ TEST_F(PictureTest, PixelsOfWhatHasNone) {
   EXPECT_TRUE(isNil(host().get(kept, "GWorldPixelDataTVK")));
   EXPECT_EQ(number(host().get(kept, "GWorldPixelRowBytesTVK")), 0);
   host().set(kept, "GWorldPixelDataTVK", host().block("ignored"));
-  const std::string trace = traceOf([&] { EXPECT_THROW(host().set(kept, "GWorldPixelDataTVK", Value()), runtime::Exception); });
+  const std::string trace =
+      traceOf([&] { EXPECT_THROW(host().set(kept, "GWorldPixelDataTVK", Value()), runtime::Exception); });
   EXPECT_EQ(trace.find("GetGWorld"), std::string::npos);
   EXPECT_NE(trace.find("PluginNewInstance(\"NilObjectException\")"), std::string::npos);
 
   const Object picture = host().newPicture(10, 6);
   spy::qd::GetPixBaseAddr::instead = [](PixMapHandle) -> Ptr { return nullptr; };
-  EXPECT_NE(inside([&] { EXPECT_TRUE(isNil(host().get(picture, "GWorldPixelDataTVK"))); }).find("UnlockPixels("), std::string::npos);
+  EXPECT_NE(inside([&] { EXPECT_TRUE(isNil(host().get(picture, "GWorldPixelDataTVK"))); }).find("UnlockPixels("),
+            std::string::npos);
   spy::qd::LockPixels::instead = [](PixMapHandle) -> Boolean { return 0; };
-  EXPECT_EQ(inside([&] { EXPECT_TRUE(isNil(host().get(picture, "GWorldPixelDataTVK"))); }).find("UnlockPixels("), std::string::npos);
+  EXPECT_EQ(inside([&] { EXPECT_TRUE(isNil(host().get(picture, "GWorldPixelDataTVK"))); }).find("UnlockPixels("),
+            std::string::npos);
   // The size of a block is a 32-bit product, whatever the factors.
   spy::qd::LockPixels::instead = nullptr;
   spy::qd::GetPixBaseAddr::instead = nullptr;
@@ -123,14 +130,20 @@ TEST_F(PictureTest, CopiesAskForBitmapsAndUnlockInOrder) {
             locks(from) + locks(to) + "ForeColor(33)\nBackColor(30)\n" + bitmapOf(from) + bitmapOf(to));
   EXPECT_NE(copy.find(", [2 1 6 4], [6 5 6 -2], 36, null)\n" + unlocks(from) + unlocks(to)), std::string::npos) << copy;
 
-  const std::string masked = inside([&] { host().call(to, "DrawPictureMaskTVK", {from, mask, 1, 2, 3, 4, 5, 6, 7, 8}); });
-  EXPECT_EQ(masked.substr(0, masked.find("CopyMask(")), locks(from) + locks(to) + locks(mask) + "ForeColor(33)\nBackColor(30)\n" +
-                                                            bitmapOf(from) + bitmapOf(mask) + bitmapOf(to));
-  EXPECT_NE(masked.find(", [2 1 6 4], [2 1 6 4], [6 5 14 12])\n" + unlocks(from) + unlocks(to) + unlocks(mask)), std::string::npos);
+  const std::string masked = inside([&] {
+    host().call(to, "DrawPictureMaskTVK", {from, mask, 1, 2, 3, 4, 5, 6, 7, 8});
+  });
+  EXPECT_EQ(masked.substr(0, masked.find("CopyMask(")), locks(from) + locks(to) + locks(mask) +
+                                                            "ForeColor(33)\nBackColor(30)\n" + bitmapOf(from) +
+                                                            bitmapOf(mask) + bitmapOf(to));
+  EXPECT_NE(masked.find(", [2 1 6 4], [2 1 6 4], [6 5 14 12])\n" + unlocks(from) + unlocks(to) + unlocks(mask)),
+            std::string::npos);
 
   const Object kept = pict();
   spy::clear();
-  EXPECT_EQ(inside([&] { host().call(to, "DrawPictureTVK", {kept, 0, 0, 1, 1, 0, 0, 1, 1, 0}); }),
+  EXPECT_EQ(inside([&] {
+              host().call(to, "DrawPictureTVK", {kept, 0, 0, 1, 1, 0, 0, 1, 1, 0});
+            }),
             locks(kept) + locks(to) + unlocks(kept) + unlocks(to));
   EXPECT_EQ(inside([&] { host().call(to, "DrawPictureMaskTVK", {from, Value(), 0, 0, 1, 1, 0, 0, 1, 1}); }), "");
 }
@@ -142,13 +155,16 @@ TEST_F(PictureTest, FactoriesAskForTheTablesOfTheirDepth) {
   for (const Row row : {Row{1, 33, 33}, {2, 66, 34}, {4, 68, 36}, {8, 72, 40}, {16, 0, 0}, {24, 0, 0}, {32, 0, 0}}) {
     for (const bool isGray : {false, true}) {
       const std::string trace = inside([&] {
-        const Value made = host().call(isGray ? "NewGrayPictureTVK" : "NewColorPictureTVK", {65536 + 100, 20, row.depth, isGray});
+        const Value made =
+            host().call(isGray ? "NewGrayPictureTVK" : "NewColorPictureTVK", {65536 + 100, 20, row.depth, isGray});
         ASSERT_FALSE(isNil(made));
-        EXPECT_EQ(GetPixDepth(GetGWorldPixMap(reinterpret_cast<GWorldPtr>(host().worldOf(std::get<Object>(made))))), row.depth == 24 ? 32 : row.depth);
+        EXPECT_EQ(GetPixDepth(GetGWorldPixMap(reinterpret_cast<GWorldPtr>(host().worldOf(std::get<Object>(made))))),
+                  row.depth == 24 ? 32 : row.depth);
       });
       const int table = isGray ? row.gray : row.color;
       EXPECT_EQ(trace.find("GetCTable(" + std::to_string(table) + ")") == 0, table != 0) << trace;
-      EXPECT_NE(trace.find("NewGWorld(&, " + std::to_string(row.depth) + ", [0 0 20 100], "), std::string::npos) << trace;
+      EXPECT_NE(trace.find("NewGWorld(&, " + std::to_string(row.depth) + ", [0 0 20 100], "), std::string::npos)
+          << trace;
       EXPECT_EQ(trace.find("DisposeCTable(") != std::string::npos, table != 0);
     }
   }
@@ -161,7 +177,10 @@ TEST_F(PictureTest, FactoriesAskForTheTablesOfTheirDepth) {
 TEST_F(PictureTest, FactoriesWithoutANameMakeNoPicture) {
   spy::absent = {"GetCTable", "NewGWorld", "GetGWorld"};
   host();
-  EXPECT_EQ(traceOf([&] { EXPECT_TRUE(isNil(host().call("NewColorPictureTVK", {5, 5, 8, true}))); }), "DisposeCTable(null)\n");
+  EXPECT_EQ(traceOf([&] {
+              EXPECT_TRUE(isNil(host().call("NewColorPictureTVK", {5, 5, 8, true})));
+            }),
+            "DisposeCTable(null)\n");
   spy::absent = {"GetCTable"};
   EXPECT_FALSE(isNil(host().call("NewColorPictureTVK", {5, 5, 8, true})));
 }
@@ -171,6 +190,10 @@ TEST_F(PictureTest, ADescriptionThatIsNotFilledIsFollowedNowhere) {
   const Object picture = host().newPicture(10, 6);
   EXPECT_TRUE(isNil(host().get(picture, "GWorldPixelDataTVK")));
   EXPECT_EQ(number(host().get(picture, "GWorldPixelRowBytesTVK")), 0);
-  EXPECT_EQ(traceOf([&] { host().call(picture, "DrawPictureTVK", {picture, 0, 0, 1, 1, 0, 0, 1, 1, 0}); }).find("GetPortBitMap"), std::string::npos);
-  EXPECT_NE(traceOf([&] { host().get(picture, "PicHandleDataTVK"); }).find("OpenCPicture([0 0 0 0])"), std::string::npos);
+  EXPECT_EQ(traceOf([&] {
+              host().call(picture, "DrawPictureTVK", {picture, 0, 0, 1, 1, 0, 0, 1, 1, 0});
+            }).find("GetPortBitMap"),
+            std::string::npos);
+  EXPECT_NE(traceOf([&] { host().get(picture, "PicHandleDataTVK"); }).find("OpenCPicture([0 0 0 0])"),
+            std::string::npos);
 }

@@ -43,14 +43,15 @@ class Loading : public PluginTest {
 }  // namespace
 
 TEST_F(Loading, ChoosesTheRecordVersionByTheHosts) {
-  const std::pair<std::optional<double>, int> cases[] = {
-      {2011.9, 9},  {2011.99, 9}, {2012.0, 10}, {2012.9, 10},      {2013.0, 11},
-      {2013.02, 11}, {2013.03, 12}, {2013.9, 12}, {std::nullopt, 9}, {2014.0, 12}};
+  const std::pair<std::optional<double>, int> cases[] = {{2011.9, 9},       {2011.99, 9},  {2012.0, 10},  {2012.9, 10},
+                                                         {2013.0, 11},      {2013.02, 11}, {2013.03, 12}, {2013.9, 12},
+                                                         {std::nullopt, 9}, {2014.0, 12}};
   for (const auto& [version, recordVersion] : cases) {
     SCOPED_TRACE(version.value_or(0));
     load(version);
     EXPECT_EQ(spy::trace(), expected(recordVersion, version.has_value()));
-    for (const auto& [name, record] : records_) EXPECT_EQ(record->version, static_cast<std::uint32_t>(recordVersion)) << name;
+    for (const auto& [name, record] : records_)
+      EXPECT_EQ(record->version, static_cast<std::uint32_t>(recordVersion)) << name;
     EXPECT_EQ(records_["MacPictTVK"]->dataSize, 32U);
     EXPECT_EQ(host_->classes().at("graphics").methods.size(), 10U);
     EXPECT_EQ(host_->classes().at("Picture").methods.size(), 6U);
@@ -69,8 +70,10 @@ TEST_F(Loading, AttributesReachNewHostsOnly) {
   std::string deprecated;
   for (const auto& method : host_->classes().at("graphics").methods) deprecated += isDeprecated(method) ? 'd' : '-';
   EXPECT_EQ(deprecated, "--dddddddd");
-  for (const auto& method : host_->classes().at("Picture").methods) EXPECT_TRUE(isDeprecated(method)) << method.declaration.name;
-  for (const auto& method : host_->classes().at("MacPictTVK").methods) EXPECT_TRUE(method.attributes.empty()) << method.declaration.name;
+  for (const auto& method : host_->classes().at("Picture").methods)
+    EXPECT_TRUE(isDeprecated(method)) << method.declaration.name;
+  for (const auto& method : host_->classes().at("MacPictTVK").methods)
+    EXPECT_TRUE(method.attributes.empty()) << method.declaration.name;
   for (const auto& method : host_->globalMethods()) EXPECT_TRUE(isDeprecated(method));
   EXPECT_TRUE(isDeprecated(host_->classes().at("MacPictTVK")));
   unload();

@@ -107,10 +107,15 @@ PicHandle openPicture(int width, int height) {
 
 TEST_F(QuickDraw, ShapesTouchTheirPixels) {
   EXPECT_EQ(runsOf([](RunSink& s) { scanRoundBox(RoundBox::oval(Box(0, 0, 3, 16)), s); }), "2..14 0..16 1..15");
-  EXPECT_EQ(runsOf([](RunSink& s) { scanRoundBox(RoundBox::oval(Box(0, 0, 8, 8)), s); }), "2..6 1..7 0..8 0..8 0..8 0..8 1..7 2..6");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanRoundBox(RoundBox::oval(Box(0, 0, 8, 8)), s); }),
+            "2..6 1..7 0..8 0..8 0..8 0..8 1..7 2..6");
   EXPECT_EQ(runsOf([](RunSink& s) { scanRoundBox({Box(0, 0, 5, 9), 4, 4}, s); }), "1..8 0..9 0..9 0..9 1..8");
   EXPECT_EQ(runsOf([](RunSink& s) { scanFrame({Box(0, 0, 4, 5), 0, 0}, {1, 2}, s); }), "0..5 0..2+3..5 0..2+3..5 0..5");
-  EXPECT_EQ(runsOf([](RunSink& s) { scanFrame({Box(0, 0, 3, 3), 0, 0}, {2, 2}, s); }), "0..3 0..3 0..3") << "nothing is left inside";
+  EXPECT_EQ(runsOf([](RunSink& s) {
+              scanFrame({Box(0, 0, 3, 3), 0, 0}, {2, 2}, s);
+            }),
+            "0..3 0..3 0..3")
+      << "nothing is left inside";
   EXPECT_EQ(runsOf([](RunSink& s) { scanArc(Box(0, 0, 8, 8), {0, 90}, s); }), "4..6 4..7 4..8 4..8");
   EXPECT_EQ(runsOf([](RunSink& s) { scanArc(Box(0, 0, 8, 8), {90, -90}, s); }), "4..6 4..7 4..8 4..8");
   EXPECT_EQ(runsOf([](RunSink& s) { scanArc(Box(0, 0, 8, 8), {90, 180}, s); }), "0..8 0..8 1..7 2..6");
@@ -149,7 +154,8 @@ TEST_F(QuickDraw, ScannersStayInTheirRectangleAndEnd) {
     }
     const Point from = {static_cast<std::int16_t>(any(-far, far)), static_cast<std::int16_t>(any(-far, far))};
     const Point to = {static_cast<std::int16_t>(any(-far, far)), static_cast<std::int16_t>(any(-far, far))};
-    Bounds swept(Box(std::min(from.v, to.v), std::min(from.h, to.h), std::max(from.v, to.v) + std::max<int>(pen.v, 0), std::max(from.h, to.h) + std::max<int>(pen.h, 0)));
+    Bounds swept(Box(std::min(from.v, to.v), std::min(from.h, to.h), std::max(from.v, to.v) + std::max<int>(pen.v, 0),
+                     std::max(from.h, to.h) + std::max<int>(pen.h, 0)));
     scanLine(from, to, pen, swept);
   }
 }
@@ -184,7 +190,8 @@ TEST_F(QuickDraw, RegionsCombineAsSetsOfPixels) {
         ASSERT_EQ(isIn(common, x, y), isIn(a, x, y) && isIn(b, x, y));
         ASSERT_EQ(isIn(rest, x, y), isIn(a, x, y) && !isIn(b, x, y));
         bool surrounded = true;
-        for (int dy = -2; dy <= 2; ++dy) surrounded = surrounded && isIn(a, x - 1, y + dy) && isIn(a, x, y + dy) && isIn(a, x + 1, y + dy);
+        for (int dy = -2; dy <= 2; ++dy)
+          surrounded = surrounded && isIn(a, x - 1, y + dy) && isIn(a, x, y + dy) && isIn(a, x + 1, y + dy);
         ASSERT_EQ(isIn(inner, x, y), surrounded) << x << " " << y;
       }
     }
@@ -245,7 +252,9 @@ TEST_F(QuickDraw, CopiesStretchBetweenDepthsAndWithinOneMap) {
       const Rect part = MakeRect(0, 0, 4, 4);
       const Rect twice = MakeRect(2, 0, 8, 8);
       CopyBits(source.bits(), target.bits(), &part, &twice, srcCopy, nullptr);
-      EXPECT_EQ(target.picture(), "............\n............\n....####....\n....####....\n....####....\n....####....\n............\n............\n");
+      EXPECT_EQ(target.picture(),
+                "............\n............\n....####....\n....####....\n....####....\n....####....\n............\n...."
+                "........\n");
       const Rect outside = MakeRect(-2, -2, 4, 4);
       CopyBits(target.bits(), target.bits(), &twice, &outside, srcCopy, nullptr);
       EXPECT_EQ(target.picture().substr(0, 13), "#...........\n");
@@ -273,7 +282,10 @@ TEST_F(QuickDraw, MasksCopyBlackLeaveWhiteAndMixBetween) {
   }
   Canvas target(32, 4, 1);
   CopyMask(source.bits(), mask.bits(), target.bits(), &all, &all, &all);
-  EXPECT_EQ(target.pixels().substr(0, 12), std::string("\0\0\0\0" "\0\x80\x80\x80" "\0\xFF\xFF\xFF", 12));
+  EXPECT_EQ(target.pixels().substr(0, 12), std::string("\0\0\0\0"
+                                                       "\0\x80\x80\x80"
+                                                       "\0\xFF\xFF\xFF",
+                                                       12));
 }
 
 TEST_F(QuickDraw, ScrollingErasesWhatItUncovers) {
@@ -312,39 +324,95 @@ TEST_F(QuickDraw, PackBitsGoesBothWays) {
 // Draws something of everything by chance; the same for the same seed.
 void drawAnything(unsigned seed, BitMapPtr otherBits, BitMapPtr deepBits) {
   std::mt19937 random(seed);
-  const auto any = [&](int low, int high) { return static_cast<std::int16_t>(std::uniform_int_distribution<int>(low, high)(random)); };
+  const auto any = [&](int low, int high) {
+    return static_cast<std::int16_t>(std::uniform_int_distribution<int>(low, high)(random));
+  };
   for (int i = 0; i < 40; ++i) {
     const Rect r = MakeRect(any(-10, 60), any(-10, 44), any(-3, 50), any(-3, 40));
     const std::int16_t a = any(-200, 400);
     const std::int16_t b = any(-50, 90);
     switch (any(0, 26)) {
-      case 0: MacFrameRect(&r); break;
-      case 1: PaintRect(&r); break;
-      case 2: EraseRect(&r); break;
-      case 3: MacInvertRect(&r); break;
-      case 4: FrameOval(&r); break;
-      case 5: PaintOval(&r); break;
-      case 6: EraseOval(&r); break;
-      case 7: InvertOval(&r); break;
-      case 8: FrameArc(&r, a, b); break;
-      case 9: PaintArc(&r, a, b); break;
-      case 10: EraseArc(&r, a, b); break;
-      case 11: InvertArc(&r, a, b); break;
-      case 12: FrameRoundRect(&r, 9, 7); break;
-      case 13: PaintRoundRect(&r, 12, 30); break;
-      case 14: EraseRoundRect(&r, 5, 5); break;
-      case 15: InvertRoundRect(&r, b, b); break;
-      case 16: MoveTo(a, b); LineTo(any(-5, 70), any(-5, 50)); break;
-      case 17: Move(any(-9, 9), 3); Line(any(-99, 99), any(-40, 40)); break;
-      case 18: PenSize(any(0, 5), any(0, 5)); break;
-      case 19: PenNormal(); break;
+      case 0:
+        MacFrameRect(&r);
+        break;
+      case 1:
+        PaintRect(&r);
+        break;
+      case 2:
+        EraseRect(&r);
+        break;
+      case 3:
+        MacInvertRect(&r);
+        break;
+      case 4:
+        FrameOval(&r);
+        break;
+      case 5:
+        PaintOval(&r);
+        break;
+      case 6:
+        EraseOval(&r);
+        break;
+      case 7:
+        InvertOval(&r);
+        break;
+      case 8:
+        FrameArc(&r, a, b);
+        break;
+      case 9:
+        PaintArc(&r, a, b);
+        break;
+      case 10:
+        EraseArc(&r, a, b);
+        break;
+      case 11:
+        InvertArc(&r, a, b);
+        break;
+      case 12:
+        FrameRoundRect(&r, 9, 7);
+        break;
+      case 13:
+        PaintRoundRect(&r, 12, 30);
+        break;
+      case 14:
+        EraseRoundRect(&r, 5, 5);
+        break;
+      case 15:
+        InvertRoundRect(&r, b, b);
+        break;
+      case 16:
+        MoveTo(a, b);
+        LineTo(any(-5, 70), any(-5, 50));
+        break;
+      case 17:
+        Move(any(-9, 9), 3);
+        Line(any(-99, 99), any(-40, 40));
+        break;
+      case 18:
+        PenSize(any(0, 5), any(0, 5));
+        break;
+      case 19:
+        PenNormal();
+        break;
       case 20: {
-        const RGBColor color = {static_cast<std::uint16_t>(random()), static_cast<std::uint16_t>(random()), static_cast<std::uint16_t>(random())};
-        if (any(0, 3) == 0) RGBBackColor(&color); else RGBForeColor(&color);
+        const RGBColor color = {static_cast<std::uint16_t>(random()), static_cast<std::uint16_t>(random()),
+                                static_cast<std::uint16_t>(random())};
+        if (any(0, 3) == 0)
+          RGBBackColor(&color);
+        else
+          RGBForeColor(&color);
         break;
       }
-      case 21: TextSize(any(0, 24)); TextFace(any(0, 127)); TextMode(any(0, 3)); break;
-      case 22: MoveTo(any(0, 50), any(0, 48)); DrawText("Pict \x80 123", 0, 10); DrawText("more", 1, 3); break;
+      case 21:
+        TextSize(any(0, 24));
+        TextFace(any(0, 127));
+        TextMode(any(0, 3));
+        break;
+      case 22:
+        MoveTo(any(0, 50), any(0, 48));
+        DrawText("Pict \x80 123", 0, 10);
+        DrawText("more", 1, 3);
+        break;
       case 23: {
         const PolyHandle polygon = OpenPoly();
         MoveTo(any(0, 60), any(0, 40));
@@ -358,7 +426,9 @@ void drawAnything(unsigned seed, BitMapPtr otherBits, BitMapPtr deepBits) {
         KillPoly(polygon);
         break;
       }
-      case 24: case 25: case 26: {
+      case 24:
+      case 25:
+      case 26: {
         CGrafPtr port = nullptr;
         GetPort(&port);
         const Rect from = MakeRect(any(-4, 20), any(-4, 20), any(1, 40), any(1, 30));
@@ -379,7 +449,8 @@ TEST_P(DirectEqualsPlayed, OverAllOperations) {
   for (const int otherDepth : {2, 4, 8, 16, 32}) {
     Canvas deep(otherDepth, 40, 24);
     for (std::int16_t x = 0; x < 40; x += 4) {
-      const RGBColor color = {static_cast<std::uint16_t>(x * 1600), static_cast<std::uint16_t>(0xFFFF - x * 1000), 0x4321};
+      const RGBColor color = {static_cast<std::uint16_t>(x * 1600), static_cast<std::uint16_t>(0xFFFF - x * 1000),
+                              0x4321};
       RGBForeColor(&color);
       const Rect bar = MakeRect(x, 0, 4, 24);
       PaintRect(&bar);
@@ -418,9 +489,13 @@ TEST_P(DirectEqualsPlayed, OverAllOperations) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Depths, DirectEqualsPlayed,
-                         ::testing::Values(std::pair(1, 33), std::pair(2, 66), std::pair(2, 34), std::pair(4, 68), std::pair(4, 36),
-                                           std::pair(8, 72), std::pair(8, 40), std::pair(16, 0), std::pair(32, 0)),
-                         [](const auto& info) { return "Depth" + std::to_string(info.param.first) + "Table" + std::to_string(info.param.second); });
+                         ::testing::Values(std::pair(1, 33), std::pair(2, 66), std::pair(2, 34), std::pair(4, 68),
+                                           std::pair(4, 36), std::pair(8, 72), std::pair(8, 40), std::pair(16, 0),
+                                           std::pair(32, 0)),
+                         [](const auto& info) {
+                           return "Depth" + std::to_string(info.param.first) + "Table" +
+                                  std::to_string(info.param.second);
+                         });
 
 TEST_F(QuickDraw, APictureBeginsAndEndsAsReadersExpect) {
   Canvas canvas(32);
@@ -432,12 +507,16 @@ TEST_F(QuickDraw, APictureBeginsAndEndsAsReadersExpect) {
   PaintRect(&r);
   ClosePicture();
   const std::string bytes = bytesOf(picture);
-  const std::string head("\x00\x00\x00\x00\x00\x90\x00\x90\x00\x11\x02\xFF\x0C\x00\xFF\xFE\x00\x00\x00\x90\x00\x00\x00\x48\x00\x00"
-                         "\x00\x00\x00\x00\x00\x90\x01\x20\x00\x00\x00\x00", 38);
+  const std::string head(
+      "\x00\x00\x00\x00\x00\x90\x00\x90\x00\x11\x02\xFF\x0C\x00\xFF\xFE\x00\x00\x00\x90\x00\x00\x00\x48\x00\x00"
+      "\x00\x00\x00\x00\x00\x90\x01\x20\x00\x00\x00\x00",
+      38);
   EXPECT_EQ(bytes.substr(2, head.size()), head);
   EXPECT_EQ(bytes.substr(2 + head.size()), std::string("\x00\x01\x00\x0A\x00\x00\x00\x00\x00\x90\x01\x20"
-                                                       "\x00\x31\x00\x02\x00\x01\x00\x06\x00\x04\x00\x39\x00\xFF", 26));
-  EXPECT_EQ(static_cast<unsigned char>(bytes[0]) << 8 | static_cast<unsigned char>(bytes[1]), static_cast<int>(bytes.size()));
+                                                       "\x00\x31\x00\x02\x00\x01\x00\x06\x00\x04\x00\x39\x00\xFF",
+                                                       26));
+  EXPECT_EQ(static_cast<unsigned char>(bytes[0]) << 8 | static_cast<unsigned char>(bytes[1]),
+            static_cast<int>(bytes.size()));
   KillPicture(picture);
 }
 
@@ -481,7 +560,8 @@ TEST_F(QuickDraw, BrokenPicturesEndWithoutHarm) {
   for (int i = 0; i < 1500; ++i) {
     std::string bytes = whole;
     if (i % 3 == 0) bytes.resize(random() % bytes.size());
-    for (int change = i % 7; change > 0 && !bytes.empty(); --change) bytes[random() % bytes.size()] = static_cast<char>(random());
+    for (int change = i % 7; change > 0 && !bytes.empty(); --change)
+      bytes[random() % bytes.size()] = static_cast<char>(random());
     const Handle handle = NewHandle(static_cast<std::int32_t>(bytes.size()));
     if (!bytes.empty()) std::memcpy(*handle, bytes.data(), bytes.size());
     DrawPicture(reinterpret_cast<PicHandle>(handle), &target);
@@ -504,8 +584,10 @@ TEST_F(QuickDraw, EndsOfPicturesAreTold) {
   const std::string head("\0\0\0\0\0\0\0\x09\0\x09\0\x11\x02\xFF", 14);
   EXPECT_NE(error("nonsense of some length").find("it doesn't begin as a picture does"), std::string::npos);
   EXPECT_NE(error(head).find("at offset 14, in opcode 0000 NOP: it ends without an end opcode"), std::string::npos);
-  EXPECT_NE(error(head + std::string("\0\x30\0\1", 4)).find("at offset 14, in opcode 0030 FrameRect: its operands"), std::string::npos);
-  EXPECT_TRUE(listPicture(span(head + std::string("\x01\x02\0\0\0\xFF", 6)), [](const std::string&) {})) << "reserved, by its length";
+  EXPECT_NE(error(head + std::string("\0\x30\0\1", 4)).find("at offset 14, in opcode 0030 FrameRect: its operands"),
+            std::string::npos);
+  EXPECT_TRUE(listPicture(span(head + std::string("\x01\x02\0\0\0\xFF", 6)), [](const std::string&) {}))
+      << "reserved, by its length";
 }
 
 TEST_F(QuickDraw, RefusesWorldsThatCannotBe) {

@@ -17,7 +17,9 @@ struct RecorderTest : PluginTest {
     return reinterpret_cast<const unsigned char*>(recorder.get())[runtime::kDataOffset + 12];
   }
   Object blank() { return host().make("MacPictTVK"); }
-  String string(const std::string& text, std::uint32_t encoding = kCFStringEncodingUTF8) { return host().string(text, encoding); }
+  String string(const std::string& text, std::uint32_t encoding = kCFStringEncodingUTF8) {
+    return host().string(text, encoding);
+  }
 };
 
 constexpr const char* kOpening = "GetGWorld(&, &)\nForeColor(33)\nBackColor(30)\nOpenCPicture(%)\nSetGWorld(#2, #3)\n";
@@ -113,8 +115,9 @@ TEST_F(RecorderTest, CommandsNeedAPictureButNoOpenOne) {
     EXPECT_EQ(run(recorder, method, arguments), expected);
   }
   // These act without a picture too.
-  EXPECT_EQ(run(empty, "ShowPen") + run(empty, "HidePen") + run(empty, "PenNormal") + run(empty, "PenSize", {65537, -2}),
-            "ShowPen()\nHidePen()\nPenNormal()\nPenSize(1, -2)\n");
+  EXPECT_EQ(
+      run(empty, "ShowPen") + run(empty, "HidePen") + run(empty, "PenNormal") + run(empty, "PenSize", {65537, -2}),
+      "ShowPen()\nHidePen()\nPenNormal()\nPenSize(1, -2)\n");
 }
 
 TEST_F(RecorderTest, BytesGoOutAndComeBack) {
@@ -157,17 +160,20 @@ TEST_F(RecorderTest, TransferLocksWhatItReadsAndGivesBack) {
   const Object recorder = this->recorder();
   run(recorder, "ClosePicture");
   const std::string handle = name(handleOf(recorder));
-  EXPECT_EQ(traceOf([&] { host().get(recorder, "PicHandleData"); }).substr(0, handle.size() * 2 + 32),
-            ("GetHandleSize(" + handle + ")\nHLock(" + handle + ")\nREALBuildString(").substr(0, handle.size() * 2 + 32));
+  EXPECT_EQ(
+      traceOf([&] { host().get(recorder, "PicHandleData"); }).substr(0, handle.size() * 2 + 32),
+      ("GetHandleSize(" + handle + ")\nHLock(" + handle + ")\nREALBuildString(").substr(0, handle.size() * 2 + 32));
   spy::system::GetHandleSize::instead = [](Handle) { return -1; };
-  EXPECT_EQ(traceOf([&] { EXPECT_TRUE(isNil(host().get(recorder, "PicHandleData"))); }), "GetHandleSize(" + handle + ")\n");
+  EXPECT_EQ(traceOf([&] { EXPECT_TRUE(isNil(host().get(recorder, "PicHandleData"))); }),
+            "GetHandleSize(" + handle + ")\n");
   // A size that no block can have raises, and the handle is unlocked.
   spy::system::GetHandleSize::instead = [](Handle) { return INT32_MAX; };
   try {
     host().get(recorder, "PicHandleDataMemory");
     FAIL() << "no exception";
   } catch (const runtime::Exception& raised) {
-    EXPECT_STREQ(raised.what(), "OutOfMemoryException: Failed to allocate a memoryblock with 2147483647 bytes in size.");
+    EXPECT_STREQ(raised.what(),
+                 "OutOfMemoryException: Failed to allocate a memoryblock with 2147483647 bytes in size.");
     EXPECT_EQ(raised.number, 0);
   }
   EXPECT_EQ(spy::trace().find("newMemoryBlock"), std::string::npos);
@@ -175,7 +181,8 @@ TEST_F(RecorderTest, TransferLocksWhatItReadsAndGivesBack) {
   spy::system::GetHandleSize::instead = nullptr;
 
   // On a host of before 2013 a string is locked while its record is read, by 2013 its data is held.
-  EXPECT_NE(traceOf([&] { host().set(recorder, "PicHandleData", string("bytes")); }).find("PluginGetStringData("), std::string::npos);
+  EXPECT_NE(traceOf([&] { host().set(recorder, "PicHandleData", string("bytes")); }).find("PluginGetStringData("),
+            std::string::npos);
   spy::system::NewHandle::instead = [](std::int32_t) -> Handle { return nullptr; };
   host().set(recorder, "PicHandleData", string("bytes"));
   EXPECT_EQ(handleOf(recorder), 0);
@@ -187,7 +194,8 @@ TEST_F(RecorderTest, AnExceptionFallsBackOnTheRuntimes) {
   spy::host::REALNewMemoryBlock::instead = [](std::int32_t) -> REALmemoryBlockStruct* { return nullptr; };
   EXPECT_THROW(host().get(recorder, "PicHandleDataMemory"), runtime::Exception);
   const std::string trace = spy::trace();
-  EXPECT_NE(trace.find("PluginNewInstance(\"OutOfMemoryException\")\nPluginNewInstance(\"RuntimeException\")\n"), std::string::npos);
+  EXPECT_NE(trace.find("PluginNewInstance(\"OutOfMemoryException\")\nPluginNewInstance(\"RuntimeException\")\n"),
+            std::string::npos);
   // The object's lock goes before the string's, both after the raise.
   const auto at = [&](const char* call) { return trace.find(call); };
   EXPECT_LT(at("RuntimeRaiseException"), at("REALUnlockObject"));
@@ -210,15 +218,17 @@ TEST_F(RecorderTest, PlaysWithTheTargetSelectedAndGivesThePortBack) {
   const Object recorder = this->recorder();
   CGrafPtr port = nullptr;
   GetPort(&port);
-  EXPECT_EQ(run(recorder, "Drawpicture", {Value(), 0, 0, 5, 5}) + run(recorder, "DrawpictureIntoGWorld", {0, 0, 0, 5, 5}), "");
+  EXPECT_EQ(
+      run(recorder, "Drawpicture", {Value(), 0, 0, 5, 5}) + run(recorder, "DrawpictureIntoGWorld", {0, 0, 0, 5, 5}),
+      "");
   EXPECT_EQ(isOpen(recorder), 1) << "without a target the recording goes on";
   const std::string handle = name(handleOf(recorder));
   GDHandle device = nullptr;
   GetGWorld(&port, &device);
   const std::string back = "SetGWorld(" + spy::reference(port) + ", " + spy::reference(device) + ")\n";
   EXPECT_EQ(run(recorder, "Drawpicture", {graphics, 1, 2, 30, -40}),
-            "ClosePicture()\nGetGWorld(&, &)\nSelectGraphics(" + spy::reference(graphics.get()) + ")\nDrawPicture(" + handle +
-                ", [2 1 -38 31])\n" + back);
+            "ClosePicture()\nGetGWorld(&, &)\nSelectGraphics(" + spy::reference(graphics.get()) + ")\nDrawPicture(" +
+                handle + ", [2 1 -38 31])\n" + back);
   const std::int32_t world = host().worldOf(picture);
   EXPECT_EQ(run(recorder, "DrawpictureIntoGWorld", {world, 1, 2, 30, 40}),
             "GetGWorld(&, &)\nSetGWorld(" + name(world) + ", null)\nDrawPicture(" + handle + ", [2 1 42 31])\n" + back);
@@ -231,7 +241,8 @@ TEST_F(RecorderTest, PutsAllItsBytesOnTheClipboard) {
   spy::clear();
   EXPECT_EQ(number(host().call(recorder, "CopyPicture")), 0);
   const std::string h = name(handleOf(recorder));
-  const std::string expected = "ClosePicture()\nClearCurrentScrap()\nGetCurrentScrap(&)\nHLock(" + h + ")\nGetHandleSize(" + h + ")\nPutScrapFlavor(";
+  const std::string expected = "ClosePicture()\nClearCurrentScrap()\nGetCurrentScrap(&)\nHLock(" + h +
+                               ")\nGetHandleSize(" + h + ")\nPutScrapFlavor(";
   EXPECT_EQ(spy::trace().substr(0, expected.size()), expected);
   EXPECT_NE(spy::trace().find(", 1346978644, 0, "), std::string::npos);
   EXPECT_NE(spy::trace().find(")\nHUnlock(" + h + ")\n"), std::string::npos);
@@ -244,7 +255,9 @@ TEST_F(RecorderTest, PutsAllItsBytesOnTheClipboard) {
   ASSERT_EQ(GetScrapFlavorData(scrap, 0x50494354, &size, pasted.data()), 0);
   EXPECT_EQ(pasted, bytes(host().get(recorder, "PicHandleData")));
 
-  spy::system::PutScrapFlavor::instead = [](ScrapRef, OSType, std::uint32_t, std::int32_t, const void*) { return 0x12340000; };
+  spy::system::PutScrapFlavor::instead = [](ScrapRef, OSType, std::uint32_t, std::int32_t, const void*) {
+    return 0x12340000;
+  };
   EXPECT_EQ(number(host().call(recorder, "CopyPicture")), 0x12340000);
   spy::system::ClearCurrentScrap::instead = [] { return -7; };
   EXPECT_EQ(traceOf([&] { EXPECT_EQ(number(host().call(recorder, "CopyPicture")), -7); }), "ClearCurrentScrap()\n");
@@ -255,7 +268,8 @@ TEST_F(RecorderTest, ColoursKeepTheirEightBits) {
   EXPECT_EQ(number(host().get(empty, "ForeColor")), 0);
   EXPECT_EQ(traceOf([&] { host().set(empty, "ForeColor", 0x123456); }), "");
   const Object recorder = this->recorder();
-  EXPECT_EQ(traceOf([&] { host().set(recorder, "ForeColor", static_cast<std::int32_t>(0xFF01FF00)); }), "RGBForeColor(257/65535/0)\n");
+  EXPECT_EQ(traceOf([&] { host().set(recorder, "ForeColor", static_cast<std::int32_t>(0xFF01FF00)); }),
+            "RGBForeColor(257/65535/0)\n");
   EXPECT_EQ(number(host().get(recorder, "ForeColor")), 0x01FF00);
   spy::qd::GetBackColor::instead = [](RGBColor* color) { *color = {0xFF00, 0x0101, 0x0100}; };
   EXPECT_EQ(number(host().get(recorder, "BackColor")), 0xFE0100);
@@ -299,7 +313,9 @@ TEST_F(RecorderTest, PolygonsAreReadFromTheArrayAsTheVersionWants) {
     EXPECT_EQ(six.find("RuntimeDirectReadIntArray") != std::string::npos, throughHost);
     EXPECT_NE(five.find("LineTo(3, 4)\nClosePoly()\nPaintPoly("), std::string::npos) << five;
     if (!throughHost) {
-      EXPECT_NE(six.find("OpenPoly()\nMoveTo(8, 2)\nLineTo(3, 4)\nMoveTo(3, 4)\nLineTo(5, 6)\nClosePoly()\nPaintPoly("), std::string::npos) << six;
+      EXPECT_NE(six.find("OpenPoly()\nMoveTo(8, 2)\nLineTo(3, 4)\nMoveTo(3, 4)\nLineTo(5, 6)\nClosePoly()\nPaintPoly("),
+                std::string::npos)
+          << six;
     } else {
       // Four elements, then the two pen calls.
       const std::size_t move = six.find("MoveTo(8, 2)");

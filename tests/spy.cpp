@@ -55,10 +55,10 @@ namespace {
 
 void* operationFor(const std::string& wanted, void* real) {
   if (real == nullptr || absent.contains(wanted)) return nullptr;
-#define OPERATION(name, result, arguments)                                 \
-  if (wanted == #name) {                                                   \
-    qd::name::real = reinterpret_cast<decltype(qd::name::real)>(real);     \
-    return reinterpret_cast<void*>(&qd::name::call);                       \
+#define OPERATION(name, result, arguments)                             \
+  if (wanted == #name) {                                               \
+    qd::name::real = reinterpret_cast<decltype(qd::name::real)>(real); \
+    return reinterpret_cast<void*>(&qd::name::call);                   \
   }
 #include "quickdraw/operations.def"
   return real;
@@ -68,14 +68,16 @@ void* operationFor(const std::string& wanted, void* real) {
 }  // namespace spy
 
 // The system's functions, in front of the real ones. Only those of the Memory and Scrap Managers tell of their calls.
-#define FORWARD(name) \
-  if (spy::system::name::real == nullptr) spy::system::name::real = reinterpret_cast<decltype(spy::system::name::real)>(dlsym(RTLD_NEXT, #name));
+#define FORWARD(name)                     \
+  if (spy::system::name::real == nullptr) \
+    spy::system::name::real = reinterpret_cast<decltype(spy::system::name::real)>(dlsym(RTLD_NEXT, #name));
 
 extern "C" {
 PLATFORM_EXPORT void* CFBundleGetFunctionPointerForName(CFBundleRef bundle, CFStringRef name) {
   FORWARD(CFBundleGetFunctionPointerForName)
   const auto* text = reinterpret_cast<const ConstantString*>(name);
-  return spy::operationFor({text->characters, text->length}, spy::system::CFBundleGetFunctionPointerForName::real(bundle, name));
+  return spy::operationFor({text->characters, text->length},
+                           spy::system::CFBundleGetFunctionPointerForName::real(bundle, name));
 }
 PLATFORM_EXPORT std::int32_t GetHandleSize(Handle handle) {
   FORWARD(GetHandleSize)
@@ -101,13 +103,15 @@ PLATFORM_EXPORT OSStatus GetCurrentScrap(ScrapRef* scrap) {
   FORWARD(GetCurrentScrap)
   return spy::system::GetCurrentScrap::call(scrap);
 }
-PLATFORM_EXPORT OSStatus PutScrapFlavor(ScrapRef scrap, OSType flavor, std::uint32_t flags, std::int32_t size, const void* bytes) {
+PLATFORM_EXPORT OSStatus PutScrapFlavor(ScrapRef scrap, OSType flavor, std::uint32_t flags, std::int32_t size,
+                                        const void* bytes) {
   FORWARD(PutScrapFlavor)
   return spy::system::PutScrapFlavor::call(scrap, flavor, flags, size, bytes);
 }
 PLATFORM_EXPORT OSErr FSFindFolder(std::int16_t volume, OSType folder, Boolean create, FSRef* found) {
   FORWARD(FSFindFolder)
   auto& instead = spy::system::FSFindFolder::instead;
-  return instead ? instead(volume, folder, create, found) : spy::system::FSFindFolder::real(volume, folder, create, found);
+  return instead ? instead(volume, folder, create, found)
+                 : spy::system::FSFindFolder::real(volume, folder, create, found);
 }
 }

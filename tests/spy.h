@@ -1,6 +1,6 @@
-// Doubles for both boundaries of the plug-in, made from their tables: each tells of its call and passes it on to the real
-// function, unless a test puts something else in its place. The functions that the plug-in links with tell of their
-// calls too.
+// Doubles for both boundaries of the plug-in, made from their tables: each tells of its call and passes it on to the
+// real function, unless a test puts something else in its place. The functions that the plug-in links with tell of
+// their calls too.
 #pragma once
 
 #include <functional>
@@ -34,7 +34,8 @@ inline std::string show(std::uint32_t value) { return std::to_string(value); }
 inline std::string show(const void* pointer) { return reference(pointer); }
 inline std::string show(const char* text) { return text != nullptr ? "\"" + std::string(text) + "\"" : "null"; }
 inline std::string show(const Rect* r) {
-  return "[" + std::to_string(r->top) + " " + std::to_string(r->left) + " " + std::to_string(r->bottom) + " " + std::to_string(r->right) + "]";
+  return "[" + std::to_string(r->top) + " " + std::to_string(r->left) + " " + std::to_string(r->bottom) + " " +
+         std::to_string(r->right) + "]";
 }
 inline std::string show(const RGBColor* c) {
   return std::to_string(c->red) + "/" + std::to_string(c->green) + "/" + std::to_string(c->blue);
@@ -78,7 +79,8 @@ struct Double<Tag, Result(Arguments...)> {
   template <class T>
   static std::string shown(T value) {
     if constexpr (std::is_same_v<T, PicHandle> || std::is_same_v<T, PolyHandle> || std::is_same_v<T, RgnHandle> ||
-                  std::is_same_v<T, CTabHandle> || std::is_same_v<T, PixMapHandle> || std::is_same_v<T, GDHandle> || std::is_same_v<T, Handle>) {
+                  std::is_same_v<T, CTabHandle> || std::is_same_v<T, PixMapHandle> || std::is_same_v<T, GDHandle> ||
+                  std::is_same_v<T, Handle>) {
       return reference(value);
     } else {
       return show(value);
@@ -88,28 +90,28 @@ struct Double<Tag, Result(Arguments...)> {
 
 // spy::host::REALLockString::instead, spy::qd::PaintRect::instead, spy::system::HLock::instead.
 namespace host {
-#define ENTRY_POINT(wrapper, known, result, arguments)       \
-  struct wrapper##Tag {                                      \
-    static constexpr const char* name = known;               \
-  };                                                         \
+#define ENTRY_POINT(wrapper, known, result, arguments) \
+  struct wrapper##Tag {                                \
+    static constexpr const char* name = known;         \
+  };                                                   \
   using wrapper = Double<wrapper##Tag, result arguments>;
 #include "host/entry_points.def"
 }  // namespace host
 
 namespace qd {
-#define OPERATION(operation, result, arguments)              \
-  struct operation##Tag {                                    \
-    static constexpr const char* name = #operation;          \
-  };                                                         \
+#define OPERATION(operation, result, arguments)     \
+  struct operation##Tag {                           \
+    static constexpr const char* name = #operation; \
+  };                                                \
   using operation = Double<operation##Tag, result arguments>;
 #include "quickdraw/operations.def"
 }  // namespace qd
 
 namespace system {
-#define IMPORT(function, result, arguments)                  \
-  struct function##Tag {                                     \
-    static constexpr const char* name = #function;           \
-  };                                                         \
+#define IMPORT(function, result, arguments)        \
+  struct function##Tag {                           \
+    static constexpr const char* name = #function; \
+  };                                               \
   using function = Double<function##Tag, result arguments>;
 #include "quickdraw/system.def"
 }  // namespace system

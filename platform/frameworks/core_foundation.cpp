@@ -1,4 +1,5 @@
-// The few calls of CoreFoundation and CoreServices by which a program reaches a framework, on top of the dynamic loader.
+// The few calls of CoreFoundation and CoreServices by which a program reaches a framework, on top of the dynamic
+// loader.
 #include <dlfcn.h>
 
 #include <cstdlib>
@@ -66,7 +67,8 @@ CFURLRef newURL(fs::path path) { return reinterpret_cast<CFURLRef>(new URL(std::
 
 std::string textOf(CFStringRef ref) {
   const auto* string = reinterpret_cast<const ConstantString*>(ref);
-  const bool isConstant = string != nullptr && string->isa == __CFConstantStringClassReference && string->flags == 0x7C8;
+  const bool isConstant =
+      string != nullptr && string->isa == __CFConstantStringClassReference && string->flags == 0x7C8;
   return isConstant ? std::string(string->characters, string->length) : std::string();
 }
 

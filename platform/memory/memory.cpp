@@ -20,9 +20,7 @@ std::unordered_set<const void*>& blocks() {
   return alive;
 }
 
-Block* blockOf(Handle handle) {
-  return blocks().contains(handle) ? reinterpret_cast<Block*>(handle) : nullptr;
-}
+Block* blockOf(Handle handle) { return blocks().contains(handle) ? reinterpret_cast<Block*>(handle) : nullptr; }
 
 }  // namespace
 

@@ -11,7 +11,8 @@ namespace qd {
 
 using Bytes = std::span<const std::uint8_t>;
 
-// One cursor. The first read past the end moves it there for good; every later read gives zeros, and the caller asks once.
+// One cursor. The first read past the end moves it there for good; every later read gives zeros, and the caller asks
+// once.
 class ByteReader {
  public:
   ByteReader() = default;

@@ -20,9 +20,9 @@ struct ShapeCommand {
   Shape shape = Shape::rect;
   Verb verb = Verb::paint;
   Rect rect = {};
-  Point ovalSize = {};                    // of a round rectangle
-  Wedge wedge = {};                       // of an arc
-  std::span<const Point> points = {};     // of a polygon
+  Point ovalSize = {};                 // of a round rectangle
+  Wedge wedge = {};                    // of an arc
+  std::span<const Point> points = {};  // of a polygon
   const Region* region = nullptr;
 };
 

@@ -152,8 +152,8 @@ void copyBits(const PixelMap& source, const PixelMap& destination, const Box& fr
   }
 
   const Transfer transfer(destination, mode, colors);
-  const bool goesAsBytes = transfer.isPlainCopy() && sameColors(source, destination) && source.depth >= 8 &&
-                           from.width() == to.width();
+  const bool goesAsBytes =
+      transfer.isPlainCopy() && sameColors(source, destination) && source.depth >= 8 && from.width() == to.width();
   Rows rows(source, stretches.h, area.left, area.right);
   const Reader reader(source, destination, transfer);
   std::vector<std::uint32_t> there;
@@ -171,7 +171,8 @@ void copyBits(const PixelMap& source, const PixelMap& destination, const Box& fr
     const auto pixels = rows.read(sourceY);
     reader.convert(pixels);
     forRuns(clip, area, y, [&](int left, int right) {
-      const auto run = pixels.subspan(static_cast<std::size_t>(left - area.left), static_cast<std::size_t>(right - left));
+      const auto run =
+          pixels.subspan(static_cast<std::size_t>(left - area.left), static_cast<std::size_t>(right - left));
       if (transfer.isPlainCopy()) return destination.put(y, left, run);
       there.resize(run.size());
       destination.get(y, left, there);
@@ -221,7 +222,8 @@ void copyMask(const PixelMap& source, const PixelMap& mask, const PixelMap& dest
         } else if (mask.depth != 1 && !(m == RGBColor{0xFFFF, 0xFFFF, 0xFFFF})) {
           const RGBColor s = destination.colorOf(whole);
           const RGBColor d = destination.colorOf(there[i]);
-          there[i] = destination.pixelOf({mix(s.red, d.red, m.red), mix(s.green, d.green, m.green), mix(s.blue, d.blue, m.blue)});
+          there[i] = destination.pixelOf(
+              {mix(s.red, d.red, m.red), mix(s.green, d.green, m.green), mix(s.blue, d.blue, m.blue)});
         }
       }
       destination.put(y, left, there);

@@ -6,8 +6,9 @@
 
 namespace qd {
 
-// Destination pixel k of D shows source pixel ceil(S(2k+1)/2D) - 1. Pixels from outside the source leave the destination
-// alone; the clip lies within the destination. Copies within one map come out as if the source had been saved first.
+// Destination pixel k of D shows source pixel ceil(S(2k+1)/2D) - 1. Pixels from outside the source leave the
+// destination alone; the clip lies within the destination. Copies within one map come out as if the source had been
+// saved first.
 void copyBits(const PixelMap& source, const PixelMap& destination, const Box& from, const Box& to, int mode,
               const Region& clip, const TransferColors& colors);
 

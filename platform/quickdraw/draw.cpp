@@ -1,8 +1,8 @@
 // Commands become runs, and runs meet the clip in a painter.
 #include "platform/quickdraw/command.h"
 #include "platform/quickdraw/copy.h"
-#include "platform/quickdraw/text.h"
 #include "platform/quickdraw/picture_writer.h"
+#include "platform/quickdraw/text.h"
 
 namespace qd {
 namespace {
@@ -20,10 +20,14 @@ const Pattern kClear;
 
 Brush brushOf(const PortState& state, Verb verb) {
   switch (verb) {
-    case Verb::erase: return {state.backPattern, patCopy};
-    case Verb::invert: return {kSolid, state.highlights ? static_cast<int>(hilite) : static_cast<int>(patXor)};
-    case Verb::fill: return {state.fillPattern, patCopy};
-    default: return {state.penPattern, state.penMode};
+    case Verb::erase:
+      return {state.backPattern, patCopy};
+    case Verb::invert:
+      return {kSolid, state.highlights ? static_cast<int>(hilite) : static_cast<int>(patXor)};
+    case Verb::fill:
+      return {state.fillPattern, patCopy};
+    default:
+      return {state.penPattern, state.penMode};
   }
 }
 
@@ -42,7 +46,8 @@ void scan(const ShapeCommand& command, Point pen, const Box& clip, RunSink& sink
       return scanArc(Box(command.rect), command.wedge, sink);
     case Shape::polygon:
       if (!isFrame) return scanPolygon(command.points, clip, sink);
-      for (std::size_t i = 1; i < command.points.size(); ++i) scanLine(command.points[i - 1], command.points[i], pen, sink);
+      for (std::size_t i = 1; i < command.points.size(); ++i)
+        scanLine(command.points[i - 1], command.points[i], pen, sink);
       return;
     case Shape::region:
       if (!isFrame) return command.region->emit(sink);
@@ -86,7 +91,11 @@ void draw(Port& port, const TextCommand& text) {
   const int mode = style.mode & 7;
   const bool isArithmetic = style.mode >= blend && style.mode < blend + 16;
   Painter painter(port.map(), clip, style.mode == grayishTextOr ? kGrey : kSolid,
-                  style.mode == grayishTextOr ? static_cast<int>(patOr) : isArithmetic ? style.mode : mode == srcCopy ? patOr : mode + patCopy, state.colors);
+                  style.mode == grayishTextOr ? static_cast<int>(patOr)
+                  : isArithmetic              ? style.mode
+                  : mode == srcCopy           ? patOr
+                                              : mode + patCopy,
+                  state.colors);
   scanText(style, text.at, text.bytes, painter);
 }
 

@@ -81,7 +81,8 @@ Coverage Font::rasterize(char32_t character, int h, int v) const {
   coverage.height = bottom - coverage.top;
   if (coverage.width <= 0 || coverage.height <= 0) return {};
   coverage.pixels.resize(static_cast<std::size_t>(coverage.width) * static_cast<std::size_t>(coverage.height));
-  stbtt_MakeGlyphBitmap(info, coverage.pixels.data(), coverage.width, coverage.height, coverage.width, scaleH, scaleV, glyph);
+  stbtt_MakeGlyphBitmap(info, coverage.pixels.data(), coverage.width, coverage.height, coverage.width, scaleH, scaleV,
+                        glyph);
   return coverage;
 }
 
@@ -97,21 +98,33 @@ Font::Extent Font::extent(int v) const {
 
 Family familyOf(int number, const std::string& name) {
   std::string lower;
-  std::transform(name.begin(), name.end(), std::back_inserter(lower),
-                 [](unsigned char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : static_cast<char>(c); });
+  std::transform(name.begin(), name.end(), std::back_inserter(lower), [](unsigned char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : static_cast<char>(c);
+  });
   const auto isOneOf = [&lower](auto... words) { return ((lower.find(words) != std::string::npos) || ...); };
   if (!name.empty()) {
     if (isOneOf("courier", "monaco", "mono", "andale", "mishawaka")) return Family::mono;
-    if (isOneOf("times", "new york", "palatino", "bookman", "schoolbook", "garamond", "georgia", "venice", "athens", "serif")) {
+    if (isOneOf("times", "new york", "palatino", "bookman", "schoolbook", "garamond", "georgia", "venice", "athens",
+                "serif")) {
       return Family::serif;
     }
     return Family::sans;
   }
   // Numbers of the system's fonts (Inside Macintosh I; Technical Note 191).
   switch (number) {
-    case 4: case 22: return Family::mono;                                                          // Monaco, Courier
-    case 2: case 5: case 7: case 14: case 16: case 20: case 34: return Family::serif;  // New York, Venice, Athens, Bookman,
-    default: return Family::sans;                                                      // Palatino, Times, Century Schoolbook
+    case 4:
+    case 22:
+      return Family::mono;  // Monaco, Courier
+    case 2:
+    case 5:
+    case 7:
+    case 14:
+    case 16:
+    case 20:
+    case 34:
+      return Family::serif;  // New York, Venice, Athens, Bookman,
+    default:
+      return Family::sans;  // Palatino, Times, Century Schoolbook
   }
 }
 

@@ -59,17 +59,24 @@ std::string bitsOf(ByteReader& in, std::uint16_t opcode) {
 
 std::string operandOf(char letter, ByteReader& in, std::uint16_t opcode) {
   switch (letter) {
-    case 'b': return format("%d", in.s8());
-    case 'u': return format("%u", in.u8());
-    case 's': return format("%d", in.s16());
-    case 'w': return format("%u", in.u16());
-    case 'l': return format("%d", in.s32());
-    case 'F': return fixedOf(in.s32());
+    case 'b':
+      return format("%d", in.s8());
+    case 'u':
+      return format("%u", in.u8());
+    case 's':
+      return format("%d", in.s16());
+    case 'w':
+      return format("%u", in.u16());
+    case 'l':
+      return format("%d", in.s32());
+    case 'F':
+      return fixedOf(in.s32());
     case 'p': {
       const Point p = in.point();
       return format("(%d, %d)", p.h, p.v);
     }
-    case 'r': return boxOf(Box(in.rect()));
+    case 'r':
+      return boxOf(Box(in.rect()));
     case 'c': {
       const RGBColor color = in.color();
       return format("#%04X%04X%04X", color.red, color.green, color.blue);
@@ -79,13 +86,20 @@ std::string operandOf(char letter, ByteReader& in, std::uint16_t opcode) {
       for (const std::uint8_t byte : in.take(8)) text += format("%02X", byte);
       return text;
     }
-    case 'T': return textOf(in.take(in.u8()));
-    case 'n': return format("%zu bytes", in.take(in.u16()).size());
-    case 'N': return format("%zu bytes", in.take(in.u32()).size());
-    case 'H': return format("%zu bytes", in.take(std::size_t{2} * (opcode >> 8)).size());
-    case 'g': return (opcode & 0xF0) == op::Poly ? polygonOf(in) : regionOf(in);
-    case 'X': return in.u16() == 2 ? "a colour" : "a tile";
-    default: return bitsOf(in, opcode);
+    case 'T':
+      return textOf(in.take(in.u8()));
+    case 'n':
+      return format("%zu bytes", in.take(in.u16()).size());
+    case 'N':
+      return format("%zu bytes", in.take(in.u32()).size());
+    case 'H':
+      return format("%zu bytes", in.take(std::size_t{2} * (opcode >> 8)).size());
+    case 'g':
+      return (opcode & 0xF0) == op::Poly ? polygonOf(in) : regionOf(in);
+    case 'X':
+      return in.u16() == 2 ? "a colour" : "a tile";
+    default:
+      return bitsOf(in, opcode);
   }
 }
 

@@ -8,8 +8,8 @@
 
 namespace qd {
 
-// Calls `line` for each line, without a line end. True if the picture is whole: it ends in its end opcode. Else the last
-// line says where and why it broke.
+// Calls `line` for each line, without a line end. True if the picture is whole: it ends in its end opcode. Else the
+// last line says where and why it broke.
 PLATFORM_EXPORT bool listPicture(Bytes picture, const std::function<void(const std::string&)>& line);
 
 // The head of a picture; nothing if it is none.

@@ -1,5 +1,7 @@
 // QuickDraw's operations as the framework exports them. Each works on the current port, or on what it is given; what is
 // no port, handle or picture is left alone.
+#include "platform/quickdraw/operations.h"
+
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -10,7 +12,6 @@
 #include "platform/quickdraw/colors.h"
 #include "platform/quickdraw/command.h"
 #include "platform/quickdraw/copy.h"
-#include "platform/quickdraw/operations.h"
 #include "platform/quickdraw/picture_player.h"
 #include "platform/quickdraw/picture_writer.h"
 #include "platform/quickdraw/text.h"
@@ -330,7 +331,8 @@ void DisposeRgn(RgnHandle region) { DisposeHandle(reinterpret_cast<Handle>(regio
 void setRegion(RgnHandle handle, const Region& region) {
   const auto words = region.inversionPoints();
   const auto size = static_cast<std::int32_t>(words.size() * sizeof words[0]);
-  if (SetHandleSize(reinterpret_cast<Handle>(handle), size)) std::memcpy(*handle, words.data(), static_cast<std::size_t>(size));
+  if (SetHandleSize(reinterpret_cast<Handle>(handle), size))
+    std::memcpy(*handle, words.data(), static_cast<std::size_t>(size));
 }
 
 Region regionOf(RgnHandle handle) {
@@ -359,7 +361,8 @@ void ScrollRect(const Rect* area, std::int16_t dh, std::int16_t dv, RgnHandle up
 
 // ---- copies
 
-void CopyBits(BitMapPtr source, BitMapPtr destination, const Rect* from, const Rect* to, std::int16_t mode, RgnHandle mask) {
+void CopyBits(BitMapPtr source, BitMapPtr destination, const Rect* from, const Rect* to, std::int16_t mode,
+              RgnHandle mask) {
   const PixelMap* const sourceMap = mapOf(source);
   const PixelMap* const destinationMap = mapOf(destination);
   if (sourceMap == nullptr || destinationMap == nullptr) return;
@@ -374,7 +377,8 @@ void CopyBits(BitMapPtr source, BitMapPtr destination, const Rect* from, const R
 }
 
 // Not recorded, onto whatever map.
-void CopyMask(BitMapPtr source, BitMapPtr mask, BitMapPtr destination, const Rect* from, const Rect* maskFrom, const Rect* to) {
+void CopyMask(BitMapPtr source, BitMapPtr mask, BitMapPtr destination, const Rect* from, const Rect* maskFrom,
+              const Rect* to) {
   const PixelMap* const sourceMap = mapOf(source);
   const PixelMap* const maskMap = mapOf(mask);
   const PixelMap* const destinationMap = mapOf(destination);
@@ -398,19 +402,17 @@ void PaintOval(const Rect* area) { shape(Shape::oval, Verb::paint, area); }
 void EraseOval(const Rect* area) { shape(Shape::oval, Verb::erase, area); }
 void InvertOval(const Rect* area) { shape(Shape::oval, Verb::invert, area); }
 
-#define ARC(name, verb)                                                        \
-  void name(const Rect* area, std::int16_t start, std::int16_t arc) {          \
-    shape(Shape::arc, verb, area, {}, {start, arc});                           \
-  }
+#define ARC(name, verb) \
+  void name(const Rect* area, std::int16_t start, std::int16_t arc) { shape(Shape::arc, verb, area, {}, {start, arc}); }
 ARC(FrameArc, Verb::frame)
 ARC(PaintArc, Verb::paint)
 ARC(EraseArc, Verb::erase)
 ARC(InvertArc, Verb::invert)
 #undef ARC
 
-#define ROUND_RECT(name, verb)                                                 \
-  void name(const Rect* area, std::int16_t width, std::int16_t height) {       \
-    shape(Shape::roundRect, verb, area, {height, width});                      \
+#define ROUND_RECT(name, verb)                                           \
+  void name(const Rect* area, std::int16_t width, std::int16_t height) { \
+    shape(Shape::roundRect, verb, area, {height, width});                \
   }
 ROUND_RECT(FrameRoundRect, Verb::frame)
 ROUND_RECT(PaintRoundRect, Verb::paint)
@@ -443,7 +445,9 @@ void ClosePoly() {
   Box bounds;
   for (const Point& p : points) {
     const Box at(p.v, p.h, p.v, p.h);
-    bounds = &p == &points[0] ? at : Box(std::min(bounds.top, at.top), std::min(bounds.left, at.left), std::max(bounds.bottom, at.bottom), std::max(bounds.right, at.right));
+    bounds = &p == &points[0] ? at
+                              : Box(std::min(bounds.top, at.top), std::min(bounds.left, at.left),
+                                    std::max(bounds.bottom, at.bottom), std::max(bounds.right, at.right));
   }
   const auto words = static_cast<std::uint16_t>(size);
   const Rect box = toRect(bounds);

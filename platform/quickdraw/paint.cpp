@@ -4,7 +4,8 @@
 
 namespace qd {
 
-Painter::Painter(const PixelMap& map, const Region& clip, const Pattern& pattern, int mode, const TransferColors& colors)
+Painter::Painter(const PixelMap& map, const Region& clip, const Pattern& pattern, int mode,
+                 const TransferColors& colors)
     : map_(map), clip_(clip), pattern_(pattern), transfer_(map, mode, colors) {}
 
 void Painter::run(int y, int left, int right) {
@@ -28,8 +29,8 @@ void Painter::box(const Box& box) {
   }
 }
 
-// Eight pixels of the pattern's row, repeated over as many bytes as eight of the deepest pixels take: at every depth the
-// row of a map is filled by words of this tile.
+// Eight pixels of the pattern's row, repeated over as many bytes as eight of the deepest pixels take: at every depth
+// the row of a map is filled by words of this tile.
 const Painter::Tile& Painter::tileOf(int y) {
   Tile& tile = tiles_[static_cast<std::size_t>(y & 7)];
   if (tile.ready) return tile;

@@ -7,8 +7,8 @@ namespace {
 
 constexpr int kPixMapFlag = 0x8000;
 constexpr int kRowBytesMask = 0x3FFF;
-constexpr int kRawBelow = 8;      // rows this short are not packed
-constexpr int kByteCountTo = 250; // rows longer than this count their packed bytes in a word
+constexpr int kRawBelow = 8;       // rows this short are not packed
+constexpr int kByteCountTo = 250;  // rows longer than this count their packed bytes in a word
 constexpr std::uint32_t kResolution = 0x480000;
 
 enum PackType { kRaw = 1, kTriplets = 2, kWords = 3, kPlanes = 4 };
@@ -34,7 +34,8 @@ void readColorTable(ByteReader& in, BitsHeader& header) {
   const int flags = in.u16();
   const std::size_t count = in.u16() + std::size_t{1};
   if (count > 256) return in.fail();
-  std::vector<RGBColor> colors(std::max<std::size_t>(count, std::size_t{1} << std::min(header.depth, 8)), RGBColor{0, 0, 0});
+  std::vector<RGBColor> colors(std::max<std::size_t>(count, std::size_t{1} << std::min(header.depth, 8)),
+                               RGBColor{0, 0, 0});
   for (std::size_t i = 0; i < count; ++i) {
     // A device's table has its entries in order; any other says which index an entry is for.
     const std::size_t value = in.u16();
@@ -98,7 +99,9 @@ void gather(const BitsHeader& header, std::span<const std::uint8_t> row, std::sp
   const bool isPlanes = header.packType != kTriplets;
   const std::uint8_t* base = row.data() + (isPlanes && header.components == 4 ? width : 0);
   for (std::size_t x = 0; x < width; ++x) {
-    const auto component = [&](std::size_t c) -> std::uint32_t { return isPlanes ? base[c * width + x] : base[3 * x + c]; };
+    const auto component = [&](std::size_t c) -> std::uint32_t {
+      return isPlanes ? base[c * width + x] : base[3 * x + c];
+    };
     pixels[x] = component(0) << 16 | component(1) << 8 | component(2);
   }
 }

@@ -30,64 +30,140 @@ class Player {
     if (row.isFamily) return playShape(row.first, static_cast<Verb>(opcode.number - row.first), in);
     PortState& state = port_.state;
     switch (opcode.number) {
-      case op::Clip: return setClip(in);
-      case op::BkPat: state.backPattern = readPattern(in); break;
-      case op::PnPat: state.penPattern = readPattern(in); break;
-      case op::FillPat: state.fillPattern = readPattern(in); break;
-      case op::BkPixPat: return setPixelPattern(state.backPattern, in);
-      case op::PnPixPat: return setPixelPattern(state.penPattern, in);
-      case op::FillPixPat: return setPixelPattern(state.fillPattern, in);
-      case op::TxFont: text_.font = in.s16(); setText(); break;
-      case op::TxFace: text_.face = in.u8(); setText(); break;
-      case op::TxMode: text_.mode = in.s16(); setText(); break;
-      case op::SpExtra: text_.extra = in.s32(); setText(); break;
-      case op::TxSize: text_.size = in.s16(); setText(); break;
+      case op::Clip:
+        return setClip(in);
+      case op::BkPat:
+        state.backPattern = readPattern(in);
+        break;
+      case op::PnPat:
+        state.penPattern = readPattern(in);
+        break;
+      case op::FillPat:
+        state.fillPattern = readPattern(in);
+        break;
+      case op::BkPixPat:
+        return setPixelPattern(state.backPattern, in);
+      case op::PnPixPat:
+        return setPixelPattern(state.penPattern, in);
+      case op::FillPixPat:
+        return setPixelPattern(state.fillPattern, in);
+      case op::TxFont:
+        text_.font = in.s16();
+        setText();
+        break;
+      case op::TxFace:
+        text_.face = in.u8();
+        setText();
+        break;
+      case op::TxMode:
+        text_.mode = in.s16();
+        setText();
+        break;
+      case op::SpExtra:
+        text_.extra = in.s32();
+        setText();
+        break;
+      case op::TxSize:
+        text_.size = in.s16();
+        setText();
+        break;
       case op::TxRatio:
         text_.numerator = in.point();
         text_.denominator = in.point();
         setText();
         break;
-      case op::FontName: setFontName(in); break;
-      case op::PnSize: penSize_ = in.point(); setPenSize(); break;
-      case op::PnMode: state.penMode = in.s16(); break;
-      case op::OvSize: ovalSize_ = in.point(); break;
+      case op::FontName:
+        setFontName(in);
+        break;
+      case op::PnSize:
+        penSize_ = in.point();
+        setPenSize();
+        break;
+      case op::PnMode:
+        state.penMode = in.s16();
+        break;
+      case op::OvSize:
+        ovalSize_ = in.point();
+        break;
       case op::Origin: {
         const int dh = in.s16();
         mapping_.moveOrigin(dh, in.s16());
         break;
       }
-      case op::FgColor: state.colors.foreground = classicColor(in.s32()); break;
-      case op::BkColor: state.colors.background = classicColor(in.s32()); break;
-      case op::RGBFgCol: state.colors.foreground = in.color(); break;
-      case op::RGBBkCol: state.colors.background = in.color(); break;
-      case op::OpColor: state.colors.operand = in.color(); break;
-      case op::HiliteColor: state.colors.highlight = in.color(); break;
-      case op::DefHilite: state.colors.highlight = TransferColors{}.highlight; break;
-      case op::HiliteMode: state.highlights = true; break;
-      case op::Line: lineEnd_ = in.point(); [[fallthrough]];
-      case op::LineFrom: drawLine(in.point()); break;
-      case op::ShortLine: lineEnd_ = in.point(); [[fallthrough]];
+      case op::FgColor:
+        state.colors.foreground = classicColor(in.s32());
+        break;
+      case op::BkColor:
+        state.colors.background = classicColor(in.s32());
+        break;
+      case op::RGBFgCol:
+        state.colors.foreground = in.color();
+        break;
+      case op::RGBBkCol:
+        state.colors.background = in.color();
+        break;
+      case op::OpColor:
+        state.colors.operand = in.color();
+        break;
+      case op::HiliteColor:
+        state.colors.highlight = in.color();
+        break;
+      case op::DefHilite:
+        state.colors.highlight = TransferColors{}.highlight;
+        break;
+      case op::HiliteMode:
+        state.highlights = true;
+        break;
+      case op::Line:
+        lineEnd_ = in.point();
+        [[fallthrough]];
+      case op::LineFrom:
+        drawLine(in.point());
+        break;
+      case op::ShortLine:
+        lineEnd_ = in.point();
+        [[fallthrough]];
       case op::ShortLineFrom: {
         const int dh = in.s8();
         const int dv = in.s8();
         drawLine({clamp16(lineEnd_.v + dv), clamp16(lineEnd_.h + dh)});
         break;
       }
-      case op::LongText: textAt_ = in.point(); drawText(in); break;
-      case op::DHText: moveText(in.u8(), 0); drawText(in); break;
-      case op::DVText: moveText(0, in.u8()); drawText(in); break;
+      case op::LongText:
+        textAt_ = in.point();
+        drawText(in);
+        break;
+      case op::DHText:
+        moveText(in.u8(), 0);
+        drawText(in);
+        break;
+      case op::DVText:
+        moveText(0, in.u8());
+        drawText(in);
+        break;
       case op::DHDVText: {
         const int dh = in.u8();
         moveText(dh, in.u8());
         drawText(in);
         break;
       }
-      case op::BitsRect: case op::BitsRgn: case op::PackBitsRect: case op::PackBitsRgn:
-      case op::DirectBitsRect: case op::DirectBitsRgn: return drawBits(opcode.number, in);
-      case op::ShortComment: case op::LongComment: return Outcome::skipped;
-      case op::CompressedQuickTime: case op::UncompressedQuickTime: return Outcome::undrawn;
-      // Without effect on pixels: no-ops, the head, fractions of a pixel, the layout of a line that is drawn as it comes.
-      default: break;
+      case op::BitsRect:
+      case op::BitsRgn:
+      case op::PackBitsRect:
+      case op::PackBitsRgn:
+      case op::DirectBitsRect:
+      case op::DirectBitsRgn:
+        return drawBits(opcode.number, in);
+      case op::ShortComment:
+      case op::LongComment:
+        return Outcome::skipped;
+      case op::CompressedQuickTime:
+      case op::UncompressedQuickTime:
+        return Outcome::undrawn;
+      // Without effect on pixels: no-ops, the head, fractions of a pixel, the layout of a line that is drawn as it
+      // comes.
+      default:
+        break;
     }
     return in.good() ? Outcome::played : Outcome::broken;
   }
@@ -112,7 +188,8 @@ class Player {
     if (!region) return Outcome::broken;
     constexpr int kFar = 32000;
     const Box& box = region->bounds();
-    const bool isOpen = region->isRect() && box.left <= -kFar && box.top <= -kFar && box.right >= kFar && box.bottom >= kFar;
+    const bool isOpen =
+        region->isRect() && box.left <= -kFar && box.top <= -kFar && box.right >= kFar && box.bottom >= kFar;
     port_.state.clip = isOpen ? callersClip_ : intersect(callersClip_, region->mapped(mapping_));
     return Outcome::played;
   }
@@ -130,11 +207,13 @@ class Player {
     constexpr int kDefaultSize = 12;
     constexpr int kUnit = 4096;
     text.size = clamp16(mapping_.height(text_.size > 0 ? text_.size : kDefaultSize));
-    text.extra = static_cast<Fixed>(std::int64_t{text_.extra} * mapping_.to().width() / std::max(1, mapping_.from().width()));
+    text.extra =
+        static_cast<Fixed>(std::int64_t{text_.extra} * mapping_.to().width() / std::max(1, mapping_.from().width()));
     const double across = double(mapping_.to().width()) * mapping_.from().height();
     const double down = double(mapping_.to().height()) * mapping_.from().width();
     if (across == down || down == 0) return;
-    const double ratio = text_.denominator.h > 0 && text_.numerator.h > 0 ? double(text_.numerator.h) / text_.denominator.h : 1;
+    const double ratio =
+        text_.denominator.h > 0 && text_.numerator.h > 0 ? double(text_.numerator.h) / text_.denominator.h : 1;
     text.numerator.h = clamp16(static_cast<int>(std::min(ratio * across / down, 7.0) * kUnit));
     text.denominator.h = kUnit;
   }
@@ -247,10 +326,17 @@ Playback play(Port& port, Bytes picture, const Rect& target) {
   Opcode opcode;
   while (reader.next(opcode)) {
     switch (player.play(opcode, opcode.operands)) {
-      case Player::Outcome::played: ++playback.played; continue;
-      case Player::Outcome::skipped: ++playback.skipped; continue;
-      case Player::Outcome::undrawn: ++playback.undrawn; continue;
-      case Player::Outcome::broken: break;
+      case Player::Outcome::played:
+        ++playback.played;
+        continue;
+      case Player::Outcome::skipped:
+        ++playback.skipped;
+        continue;
+      case Player::Outcome::undrawn:
+        ++playback.undrawn;
+        continue;
+      case Player::Outcome::broken:
+        break;
     }
     playback.error = PictureError{opcode.offset, opcode.number, "its operands make no sense"};
     break;

@@ -9,9 +9,9 @@ namespace qd {
 
 // What became of a picture's opcodes.
 struct Playback {
-  int played = 0;   // drawn, or taken as state
-  int skipped = 0;  // reserved opcodes and comments, by their length
-  int undrawn = 0;  // known opcodes of drawings that can't be made here
+  int played = 0;                    // drawn, or taken as state
+  int skipped = 0;                   // reserved opcodes and comments, by their length
+  int undrawn = 0;                   // known opcodes of drawings that can't be made here
   std::vector<std::string> remarks;  // what a person should know, once each
   std::optional<PictureError> error;
 };

@@ -13,15 +13,38 @@ constexpr std::size_t kHeaderBytes = 24;
 void skip(ByteReader& in, const char* operands, std::uint16_t opcode) {
   for (const char* letter = operands; *letter != 0 && in.good(); ++letter) {
     switch (*letter) {
-      case 'b': case 'u': in.take(1); break;
-      case 's': case 'w': in.take(2); break;
-      case 'l': case 'F': case 'p': in.take(4); break;
-      case 'c': in.take(6); break;
-      case 'r': case '8': in.take(8); break;
-      case 'T': in.take(in.u8()); break;
-      case 'n': in.take(in.u16()); break;
-      case 'N': in.take(in.u32()); break;
-      case 'H': in.take(std::size_t{2} * (opcode >> 8)); break;
+      case 'b':
+      case 'u':
+        in.take(1);
+        break;
+      case 's':
+      case 'w':
+        in.take(2);
+        break;
+      case 'l':
+      case 'F':
+      case 'p':
+        in.take(4);
+        break;
+      case 'c':
+        in.take(6);
+        break;
+      case 'r':
+      case '8':
+        in.take(8);
+        break;
+      case 'T':
+        in.take(in.u8());
+        break;
+      case 'n':
+        in.take(in.u16());
+        break;
+      case 'N':
+        in.take(in.u32());
+        break;
+      case 'H':
+        in.take(std::size_t{2} * (opcode >> 8));
+        break;
       case 'g': {
         const std::size_t size = in.u16();
         if (size < 10) in.fail();
@@ -34,7 +57,8 @@ void skip(ByteReader& in, const char* operands, std::uint16_t opcode) {
       case 'B':
         if (!skipBits(in, opcode)) in.fail();
         break;
-      default: in.fail();
+      default:
+        in.fail();
     }
   }
 }
@@ -113,7 +137,8 @@ bool PictureReader::next(Opcode& opcode) {
   }
   const std::size_t begin = in_.at();
   skip(in_, opcodeRow(opcode.number).operands, opcode.number);
-  if (!in_.good()) return fail(opcode.offset, opcode.number, "its operands are broken or go past the end of the picture");
+  if (!in_.good())
+    return fail(opcode.offset, opcode.number, "its operands are broken or go past the end of the picture");
   opcode.length = in_.at() - begin;
   opcode.operands = ByteReader(picture_.subspan(begin, opcode.length));
   return true;

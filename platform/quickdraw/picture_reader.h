@@ -11,9 +11,9 @@
 namespace qd {
 
 struct PictureHeader {
-  int version = 0;             // 1 or 2
-  Rect frame = {};             // at 72 dpi
-  Box source;                  // the space of the picture's coordinates
+  int version = 0;  // 1 or 2
+  Rect frame = {};  // at 72 dpi
+  Box source;       // the space of the picture's coordinates
   Fixed hRes = 0x480000, vRes = 0x480000;
 };
 

@@ -138,11 +138,20 @@ void PictureWriter::write(const PortState& state, const LineCommand& line) {
 void PictureWriter::write(const PortState& state, const ShapeCommand& command) {
   writeCommon(state);
   switch (command.verb) {
-    case Verb::frame: writePen(state, true); break;
-    case Verb::paint: writePen(state, false); break;
-    case Verb::erase: writePattern(state.backPattern, written_.backPattern, op::BkPat, op::BkPixPat); break;
-    case Verb::fill: writePattern(state.fillPattern, written_.fillPattern, op::FillPat, op::FillPixPat); break;
-    case Verb::invert: break;
+    case Verb::frame:
+      writePen(state, true);
+      break;
+    case Verb::paint:
+      writePen(state, false);
+      break;
+    case Verb::erase:
+      writePattern(state.backPattern, written_.backPattern, op::BkPat, op::BkPixPat);
+      break;
+    case Verb::fill:
+      writePattern(state.fillPattern, written_.fillPattern, op::FillPat, op::FillPixPat);
+      break;
+    case Verb::invert:
+      break;
   }
   if (command.shape == Shape::roundRect && !(command.ovalSize == written_.ovalSize)) {
     out_.u16(op::OvSize);
@@ -165,8 +174,8 @@ void PictureWriter::write(const PortState& state, const ShapeCommand& command) {
     out_.u16(opcode);
     writeRegion(out_, *command.region);
   } else {
-    // "Same" means the last rectangle of any shape; some readers take it for the last one of that shape. Used only where
-    // both agree.
+    // "Same" means the last rectangle of any shape; some readers take it for the last one of that shape. Used only
+    // where both agree.
     const bool isSame = command.rect == written_.rect && command.rect == written_.rectOf[shape];
     out_.u16(isSame ? opcode + kSame : opcode);
     if (!isSame) out_.rect(command.rect);

@@ -84,12 +84,18 @@ struct Packed<32> {
 template <class Use>
 void withDepth(int depth, Use use) {
   switch (depth) {
-    case 1: return use(Packed<1>());
-    case 2: return use(Packed<2>());
-    case 4: return use(Packed<4>());
-    case 8: return use(Packed<8>());
-    case 16: return use(Packed<16>());
-    default: return use(Packed<32>());
+    case 1:
+      return use(Packed<1>());
+    case 2:
+      return use(Packed<2>());
+    case 4:
+      return use(Packed<4>());
+    case 8:
+      return use(Packed<8>());
+    case 16:
+      return use(Packed<16>());
+    default:
+      return use(Packed<32>());
   }
 }
 
@@ -98,14 +104,36 @@ void withDepth(int depth, Use use) {
 ColorTablePtr ColorTable::byId(int id) {
   const auto made = [](std::vector<RGBColor> colors) { return std::make_shared<const ColorTable>(std::move(colors)); };
   switch (id) {
-    case 33: { static const ColorTablePtr table = made(greyRamp(2)); return table; }
-    case 34: { static const ColorTablePtr table = made(greyRamp(4)); return table; }
-    case 36: { static const ColorTablePtr table = made(greyRamp(16)); return table; }
-    case 40: { static const ColorTablePtr table = made(greyRamp(256)); return table; }
-    case 66: { static const ColorTablePtr table = made(kStandard4); return table; }
-    case 68: { static const ColorTablePtr table = made(kStandard16); return table; }
-    case 72: { static const ColorTablePtr table = made(standard256()); return table; }
-    default: return nullptr;
+    case 33: {
+      static const ColorTablePtr table = made(greyRamp(2));
+      return table;
+    }
+    case 34: {
+      static const ColorTablePtr table = made(greyRamp(4));
+      return table;
+    }
+    case 36: {
+      static const ColorTablePtr table = made(greyRamp(16));
+      return table;
+    }
+    case 40: {
+      static const ColorTablePtr table = made(greyRamp(256));
+      return table;
+    }
+    case 66: {
+      static const ColorTablePtr table = made(kStandard4);
+      return table;
+    }
+    case 68: {
+      static const ColorTablePtr table = made(kStandard16);
+      return table;
+    }
+    case 72: {
+      static const ColorTablePtr table = made(standard256());
+      return table;
+    }
+    default:
+      return nullptr;
   }
 }
 
@@ -157,7 +185,8 @@ std::optional<OwnedPixels> OwnedPixels::make(const Box& bounds, int depth, Color
   if (bounds.empty()) return std::nullopt;
   const std::int64_t rowBytes = (std::int64_t{bounds.width()} * depth + 127) / 128 * 16;
   if (rowBytes * bounds.height() > kMostBytes) return std::nullopt;
-  auto* bytes = static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(bounds.height()), static_cast<std::size_t>(rowBytes)));
+  auto* bytes = static_cast<std::uint8_t*>(
+      std::calloc(static_cast<std::size_t>(bounds.height()), static_cast<std::size_t>(rowBytes)));
   if (bytes == nullptr) return std::nullopt;
   OwnedPixels pixels;
   pixels.bytes.reset(bytes);

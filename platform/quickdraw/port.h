@@ -52,7 +52,7 @@ class Port {
   PortState state;
   std::unique_ptr<PictureWriter> recording;
   std::optional<std::vector<Point>> polygon;  // while one is open: the points of the lines
-  Handle polygonHandle = nullptr;              // which it goes into
+  Handle polygonHandle = nullptr;             // which it goes into
 
   // The address of this is the port's PixMapHandle.
   PixelMap* mapMaster;

@@ -18,7 +18,8 @@ Region::Region(const Box& box) {
 }
 
 std::span<const int> Region::row(int y) const {
-  const auto band = std::upper_bound(bands_.begin(), bands_.end(), y, [](int at, const Band& b) { return at < b.bottom; });
+  const auto band =
+      std::upper_bound(bands_.begin(), bands_.end(), y, [](int at, const Band& b) { return at < b.bottom; });
   if (band == bands_.end() || y < band->top) return {};
   return runsOf(*band);
 }

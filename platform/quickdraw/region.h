@@ -40,9 +40,9 @@ class Region {
   Region inset(int h, int v) const;
   Region mapped(const Mapping& mapping) const;
 
-  // A region as QuickDraw keeps it: size in bytes, bounding box, and for what is no rectangle rows of y and the points at
-  // which the row differs from the one above, each ended by 0x7FFF. A parse takes the words behind the box, and fails on
-  // what is out of order or absurdly large.
+  // A region as QuickDraw keeps it: size in bytes, bounding box, and for what is no rectangle rows of y and the points
+  // at which the row differs from the one above, each ended by 0x7FFF. A parse takes the words behind the box, and
+  // fails on what is out of order or absurdly large.
   std::vector<std::int16_t> inversionPoints() const;
   static std::optional<Region> fromInversionPoints(const Box& bounds, std::span<const std::int16_t> points);
 

@@ -62,7 +62,8 @@ const std::vector<Run>& runsOf(const Typeface& typeface, char32_t character) {
   if (!isNew) return entry->second;
   const Coverage coverage = typeface.font.rasterize(character, typeface.size.h, typeface.size.v);
   for (int y = 0; y < coverage.height; ++y) {
-    const std::uint8_t* row = coverage.pixels.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(coverage.width);
+    const std::uint8_t* row =
+        coverage.pixels.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(coverage.width);
     for (int x = 0; x < coverage.width;) {
       const int left = x;
       while (x < coverage.width && row[x] >= kHalfCovered) ++x;
@@ -82,7 +83,8 @@ int advanceOf(const Typeface& typeface, const TextState& style, unsigned char by
 }
 
 Region merged(std::vector<Run> runs) {
-  std::sort(runs.begin(), runs.end(), [](const Run& a, const Run& b) { return std::tie(a.y, a.left) < std::tie(b.y, b.left); });
+  std::sort(runs.begin(), runs.end(),
+            [](const Run& a, const Run& b) { return std::tie(a.y, a.left) < std::tie(b.y, b.left); });
   RegionBuilder builder;
   for (const Run& run : runs) builder.run(run.y, run.left, run.right);
   return builder.take();

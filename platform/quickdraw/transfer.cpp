@@ -19,13 +19,20 @@ int plainMode(int mode, int depth) {
 
 std::uint32_t component(int mode, std::uint32_t s, std::uint32_t d, std::uint32_t operand, std::uint32_t most) {
   switch (mode) {
-    case blend: return static_cast<std::uint32_t>((std::uint64_t{s} * operand + std::uint64_t{d} * (most - operand)) / most);
-    case addPin: return std::min(s + d, operand);
-    case addOver: return (s + d) & most;
-    case subPin: return d > s && d - s > operand ? d - s : operand;
-    case adMax: return std::max(s, d);
-    case subOver: return (d - s) & most;
-    default: return std::min(s, d);
+    case blend:
+      return static_cast<std::uint32_t>((std::uint64_t{s} * operand + std::uint64_t{d} * (most - operand)) / most);
+    case addPin:
+      return std::min(s + d, operand);
+    case addOver:
+      return (s + d) & most;
+    case subPin:
+      return d > s && d - s > operand ? d - s : operand;
+    case adMax:
+      return std::max(s, d);
+    case subOver:
+      return (d - s) & most;
+    default:
+      return std::min(s, d);
   }
 }
 
@@ -44,10 +51,14 @@ Transfer::Transfer(const PixelMap& map, int mode, const TransferColors& colors)
 Transfer::Masks Transfer::masks(std::uint32_t ink) const {
   if ((mode_ & 4) != 0) ink = ~ink & ones_;
   switch (mode_ & 3) {
-    case srcCopy: return {0, (ink & foreground_) | (~ink & ones_ & background_)};
-    case srcOr: return {~ink, ink & foreground_};
-    case srcXor: return {~0U, ink};
-    default: return {~ink, ink & background_};
+    case srcCopy:
+      return {0, (ink & foreground_) | (~ink & ones_ & background_)};
+    case srcOr:
+      return {~ink, ink & foreground_};
+    case srcXor:
+      return {~0U, ink};
+    default:
+      return {~ink, ink & background_};
   }
 }
 

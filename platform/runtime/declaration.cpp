@@ -8,13 +8,13 @@ namespace runtime {
 namespace {
 
 constexpr std::array<std::pair<std::string_view, Type>, 8> kTypes = {{{"integer", Type::integer},
-                                                                     {"boolean", Type::boolean},
-                                                                     {"string", Type::string},
-                                                                     {"color", Type::color},
-                                                                     {"picture", Type::picture},
-                                                                     {"graphics", Type::graphics},
-                                                                     {"memoryblock", Type::memoryBlock},
-                                                                     {"integer()", Type::integerArray}}};
+                                                                      {"boolean", Type::boolean},
+                                                                      {"string", Type::string},
+                                                                      {"color", Type::color},
+                                                                      {"picture", Type::picture},
+                                                                      {"graphics", Type::graphics},
+                                                                      {"memoryblock", Type::memoryBlock},
+                                                                      {"integer()", Type::integerArray}}};
 
 class Scanner {
  public:
@@ -60,7 +60,8 @@ class Scanner {
 }  // namespace
 
 bool sameName(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](unsigned char x, unsigned char y) { return std::tolower(x) == std::tolower(y); });
 }
 
 const char* nameOf(Type type) {

@@ -73,9 +73,9 @@ void entry::REALRaiseException(REALobjectStruct* exception) {
 
 void entry::REALLockString(REALstringStruct* string) { lock(string); }
 void entry::REALUnlockString(REALstringStruct* string) { unlock(string); }
-REALstringStruct* entry::REALBuildString(const char* bytes, std::int32_t length) {
+REALstringStruct* entry::REALBuildString(const void* bytes, std::int32_t length) {
   if (length < 0) return nullptr;
-  return newString({bytes, static_cast<std::size_t>(length)}, kTextEncodingUnknown);
+  return newString({static_cast<const char*>(bytes), static_cast<std::size_t>(length)}, kTextEncodingUnknown);
 }
 void entry::REALSetStringEncoding(REALstringStruct* string, std::uint32_t encoding) { setEncoding(string, encoding); }
 std::uint32_t entry::REALGetStringEncoding(REALstringStruct* string) { return encodingOf(string); }

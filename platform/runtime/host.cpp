@@ -38,7 +38,9 @@ std::uint32_t callHandler(REALhandler handler, const std::array<std::uint32_t, k
   return callWith(handler, words, std::make_index_sequence<kMostArguments>());
 }
 
-std::uint32_t wordOf(const void* pointer) { return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(pointer)); }
+std::uint32_t wordOf(const void* pointer) {
+  return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(pointer));
+}
 
 const char* kindOf(const Value& value) {
   static constexpr std::array<const char*, 5> kKinds = {"nil", "an integer", "a boolean", "a string", "an object"};
@@ -60,7 +62,7 @@ std::optional<std::uint32_t> wordOf(const Value& value, Type type) {
     return type == Type::string ? std::optional(wordOf(string->get())) : std::nullopt;
   }
   const void* object = std::get<Object>(value).get();
-  const bool fits = object == nullptr ? isReference
+  const bool fits = object == nullptr            ? isReference
                     : type == Type::picture      ? as<PictureObject>(object) != nullptr
                     : type == Type::graphics     ? as<Graphics>(object) != nullptr
                     : type == Type::memoryBlock  ? as<MemoryBlock>(object) != nullptr
@@ -71,9 +73,13 @@ std::optional<std::uint32_t> wordOf(const Value& value, Type type) {
 
 Value valueOf(std::uint32_t word, Type type) {
   switch (type) {
-    case Type::none: return Nil();
-    case Type::integer: case Type::color: return static_cast<std::int32_t>(word);
-    case Type::boolean: return (word & 0xFF) != 0;
+    case Type::none:
+      return Nil();
+    case Type::integer:
+    case Type::color:
+      return static_cast<std::int32_t>(word);
+    case Type::boolean:
+      return (word & 0xFF) != 0;
     case Type::string:
       if (word == 0) return Nil();
       return String(reinterpret_cast<REALstringStruct*>(word));
@@ -88,7 +94,8 @@ Method readMethod(const std::uint32_t* row, bool hasAttributes) {
   std::memcpy(&record, row, (hasAttributes ? 6 : 4) * sizeof(std::uint32_t));
   const auto declaration = record.declaration != nullptr ? parseDeclaration(record.declaration) : std::nullopt;
   if (!declaration) {
-    throw Error(std::string("The plug-in's declaration \"") + (record.declaration != nullptr ? record.declaration : "") +
+    throw Error(std::string("The plug-in's declaration \"") +
+                (record.declaration != nullptr ? record.declaration : "") +
                 "\" can't be read; one like \"Name(x as integer) as string\" would work.");
   }
   if (record.handler == nullptr) throw Error("The plug-in's method " + declaration->name + " has no handler.");
@@ -176,7 +183,8 @@ void Host::readClass(REALclassDefinition* record, bool isExtension) {
                 std::to_string(recordVersion_) + ".");
   }
   if (record->name == nullptr || record->methodCount > 10000 || record->propertyCount > 10000 ||
-      (record->methods == nullptr && record->methodCount != 0) || (record->properties == nullptr && record->propertyCount != 0)) {
+      (record->methods == nullptr && record->methodCount != 0) ||
+      (record->properties == nullptr && record->propertyCount != 0)) {
     throw Error("The plug-in's class record makes no sense: it has no name, or counts rows that aren't there.");
   }
   ClassInfo info;
@@ -230,14 +238,17 @@ Object Host::make(const std::string& className) {
 const ClassInfo* Host::classOf(const Object& object) const {
   const void* const reference = object.get();
   if (const auto* instance = as<Instance>(reference)) return instance->info;
-  const char* name = as<PictureObject>(reference) != nullptr ? "Picture" : as<Graphics>(reference) != nullptr ? "graphics" : "";
+  const char* name = as<PictureObject>(reference) != nullptr ? "Picture"
+                     : as<Graphics>(reference) != nullptr    ? "graphics"
+                                                             : "";
   const auto found = classes_.find(name);
   return found != classes_.end() ? &found->second : nullptr;
 }
 
 const Method* Host::findMethod(const Object& object, const std::string& name) const {
   const ClassInfo* info = classOf(object);
-  if (info == nullptr) throw Error("Nothing can be called \"" + name + "\" on this value; an object of a plug-in's class would work.");
+  if (info == nullptr)
+    throw Error("Nothing can be called \"" + name + "\" on this value; an object of a plug-in's class would work.");
   for (const Method& method : info->methods) {
     if (sameName(method.declaration.name, name)) return &method;
   }
@@ -299,7 +310,8 @@ Value Host::get(const Object& object, const std::string& name) {
 void Host::set(const Object& object, const std::string& name, const Value& value) {
   if (const Method* method = findMethod(object, name)) {
     if (method->setter == nullptr) throw Error("\"" + method->declaration.name + "\" can't be set.");
-    const Method setter = {{method->declaration.name, {{"value", method->declaration.result}}, Type::none}, method->setter, nullptr, {}};
+    const Method setter = {
+        {method->declaration.name, {{"value", method->declaration.result}}, Type::none}, method->setter, nullptr, {}};
     invoke(setter, setter.handler, &object, {value});
     return;
   }

@@ -27,7 +27,10 @@ class Error : public std::runtime_error {
 class Exception : public std::runtime_error {
  public:
   explicit Exception(const ExceptionObject& raised)
-      : std::runtime_error(raised.className + ": " + raised.message), className(raised.className), message(raised.message), number(raised.number) {}
+      : std::runtime_error(raised.className + ": " + raised.message),
+        className(raised.className),
+        message(raised.message),
+        number(raised.number) {}
   std::string className, message;
   std::int32_t number;
 };

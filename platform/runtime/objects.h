@@ -33,7 +33,8 @@ struct Graphics : Payload {
   Graphics& operator=(const Graphics&) = delete;
   ~Graphics() override;
   GWorldPtr port = nullptr;
-  REALobjectStruct* picture = nullptr;  // whose pixels the port is, and which it holds a lock on; or the port is its own
+  REALobjectStruct* picture =
+      nullptr;  // whose pixels the port is, and which it holds a lock on; or the port is its own
 };
 
 struct PictureObject : Payload {
