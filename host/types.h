@@ -35,10 +35,10 @@ struct REALstringData {
 
 // How the host stores a picture. `pictureData` is a PicHandle or a GWorldPtr by kind, and stays the host's.
 struct REALpictureDescription {
-  std::uint32_t pictureKind;
-  void* pictureData;
-  std::int32_t width, height;
-  std::uint32_t none[2];
+  std::uint32_t pictureKind = 0;
+  void* pictureData = nullptr;
+  std::int32_t width = 0, height = 0;
+  std::uint32_t none[2] = {};
 };
 
 enum : std::uint32_t { kPictureKindPICT = 1, kPictureKindGWorld = 4 };

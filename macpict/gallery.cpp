@@ -248,16 +248,17 @@ class Gallery {
     ground(pen, 120, 90);
     postcard(pen);
     pen("ClosePicture");
-    const Object picture = session_.picture(width, height);
+    Object picture = session_.picture(width, height);
     session_.play(pen.recorder(), picture, 0, 0, width, height);
     return picture;
   }
 
   void captions(const Object& sheet, const std::vector<std::tuple<std::string, int, int>>& texts) {
-    Pen pen(host_, session_.record(640, 480));
+    const auto [width, height] = session_.sizeOf(sheet);
+    Pen pen(host_, session_.record(width, height));
     for (const auto& [text, x, y] : texts) pen.label(text, x, y);
     pen("ClosePicture");
-    session_.play(pen.recorder(), sheet, 0, 0, 640, 480);
+    session_.play(pen.recorder(), sheet, 0, 0, width, height);
   }
 
   void invertAndScroll() {
@@ -353,11 +354,21 @@ class Gallery {
          std::to_string(pict.size()) + " bytes of PICT from PicHandleDataTVK, played beside the picture");
   }
 
+  // One bits opcode and nothing else, at each depth.
+  void bits() {
+    for (const int depth : {1, 2, 4, 8, 16, 32}) {
+      const Object picture = session_.picture(120, 90, depth, false);
+      session_.copy(postcardPicture(), picture, 0, 0);
+      const std::string name = "bits-" + std::to_string(depth);
+      const Value bytes = host_.get(picture, "PicHandleDataTVK");
+      const std::string pict(runtime::bytesOf(std::get<runtime::String>(bytes).get()));
+      writePicture(folder_ / (name + ".pict"), pict);
+      show(name, picture,
+           std::to_string(pict.size()) + " bytes of PICT that hold the pixels of a picture of that depth");
+    }
+  }
+
   void demo() {
-    Pen pen(host_, session_.record(384, 330));
-    ground(pen, 384, 330);
-    shapes(pen);
-    pen("Close");
     Pen everything(host_, session_.record(384, 580));
     ground(everything, 384, 580);
     shapes(everything);
@@ -398,11 +409,12 @@ void writeGallery(Session& session, const fs::path& folder) {
   gallery.record("shapes", 384, 330, shapes);
   gallery.record("lines", 320, 240, lines);
   gallery.record("polygons", 430, 220, polygons);
-  gallery.record("text", 450, 270, text);
+  gallery.record("text", 490, 270, text);
   gallery.record("pen-colors", 300, 210, colors);
   gallery.invertAndScroll();
   gallery.copies();
   gallery.maskedCopies();
   gallery.depths();
   gallery.exported();
+  gallery.bits();
 }

@@ -15,14 +15,6 @@ fs::path bundlePath() {
   return fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "QuickDrawTVK.bundle";
 }
 
-struct Size {
-  int width, height;
-};
-Size sizeOf(const Object& picture) {
-  const auto* object = runtime::as<runtime::PictureObject>(picture.get());
-  return {object->width, object->height};
-}
-
 }  // namespace
 
 Session::Session() { host_.load(bundlePath()); }
@@ -66,8 +58,10 @@ void Session::copy(const Object& from, const Object& to, int x, int y) {
   host_.call(to, "DrawPictureTVK", {from, 0, 0, width, height, x, y, width, height, 0});
 }
 
-// Every shape method leaves its object's port selected; one of no size draws nothing.
-void Session::select(const Object& picture) { host_.call(host_.graphicsOf(picture), "DrawArcTVK", {0, 0, 0, 0, 0, 0}); }
+Session::Size Session::sizeOf(const Object& picture) {
+  const auto* object = runtime::as<runtime::PictureObject>(picture.get());
+  return {object->width, object->height};
+}
 
 Image Session::imageOf(const Object& picture) {
   const auto [width, height] = sizeOf(picture);

@@ -23,8 +23,10 @@ class Session {
   void play(const runtime::Object& recorder, const runtime::Object& picture, int x, int y, int width, int height);
   // Copies one picture onto another.
   void copy(const runtime::Object& from, const runtime::Object& to, int x, int y);
-  // Makes a picture's port current, so that commands go to it.
-  void select(const runtime::Object& picture);
+  struct Size {
+    int width, height;
+  };
+  static Size sizeOf(const runtime::Object& picture);
   Image imageOf(const runtime::Object& picture);
 
  private:

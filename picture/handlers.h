@@ -26,9 +26,7 @@ REALpictureStruct* NewGrayPicture(std::int32_t width, std::int32_t height, std::
 // The host's description of a picture, which stays locked until `unlock`. Reads as a picture of no kind where the host
 // can't fill it.
 struct LockedDescription : REALpictureDescription {
-  explicit LockedDescription(REALpictureStruct* of) : REALpictureDescription{}, picture(of) {
-    host::REALLockPictureDescription(picture, this);
-  }
+  explicit LockedDescription(REALpictureStruct* of) : picture(of) { host::REALLockPictureDescription(picture, this); }
   // Not a destructor: several pictures are unlocked in the order in which they were locked.
   void unlock() { host::REALUnlockPictureDescription(picture); }
 

@@ -8,21 +8,15 @@
 #include <string>
 #include <vector>
 
-#include "platform/visibility.h"
+// What is declared there is what this library shows.
+#pragma GCC visibility push(default)
 #include "quickdraw/system.h"
+#pragma GCC visibility pop
 
 namespace fs = std::filesystem;
 
-extern "C" {
-#define IMPORT(name, result, arguments) PLATFORM_EXPORT result name arguments;
-#define WEAK_IMPORT(name, result, arguments)
-#include "quickdraw/system.def"
-
-PLATFORM_EXPORT extern const CFAllocatorRef kCFAllocatorSystemDefault;
 const CFAllocatorRef kCFAllocatorSystemDefault = nullptr;
-PLATFORM_EXPORT extern int __CFConstantStringClassReference[];
 int __CFConstantStringClassReference[12] = {};
-}
 
 namespace {
 

@@ -106,7 +106,7 @@ class Ray {
   Ray(const Box& box, int angle) : isUpper_(angle < 90 || angle > 270), isLower_(angle > 90 && angle < 270) {
     const int turn = angle % 180;
     Wide slope = turn <= 90 ? -tangent(turn) : tangent(180 - turn);
-    const Wide ratio = box.width() * kOne / box.height();
+    const Wide ratio = box.width() * kOne / std::max(1, box.height());
     slope = (slope * ratio + kHalf) >> 16;
     const Wide middle = (box.left + box.right) >> 1;
     x_ = middle * kOne - slope * (box.height() >> 1);
