@@ -13,26 +13,30 @@ from xml.etree import ElementTree
 
 DRAWN = ["demo", "shapes", "lines", "polygons", "text", "pen-colors", "export"]
 BITS = [f"bits-{depth}" for depth in (1, 2, 4, 8, 16, 32)]
-TOLERANCE = 0.75  # pixels: LibreOffice rounds curves to whole ones
+TOLERANCE = 0.75  # pixels: LibreOffice rounds the points of curves to whole ones
 
-# What the readers take wrong though it is right. Only the check that is named is left out.
+# What a reader takes wrong though it is right, and the one check that goes without for it.
 INVERT = "LibreOffice paints inverted shapes black: their colour is not checked"
-CORNERS = "LibreOffice draws round rectangles with square corners: their form is not checked, their box is"
+CORNERS = "LibreOffice draws round rectangles with square corners: their box is checked, their area is not"
 FACES = "LibreOffice drops outline, shadow, condense and extend: bold, italic and underline are checked"
-BITMAP = "ImageMagick reads bits without a colour table as all black: its pixels are not compared"
-COUNTS = "ImageMagick expects byte counts of two bytes in rows of 202 to 250 bytes, not above 250: not compared"
-FIVE = "both readers widen the 5 bits of a component to 8 in their own ways: the 5 are compared"
-left_out = collections.Counter()
+FIVE = "both readers widen components of 5 bits to 8 in ways of their own: the 5 bits are compared"
+BITMAP = "ImageMagick reads bits without a colour table as all black: it is not asked"
+COUNTS = "ImageMagick takes byte counts of rows of 202 to 250 bytes for words, as above 250: it is not asked"
+known = collections.Counter()
 
 
 class Mark(NamedTuple):
-    """What one opcode draws, or one element of an SVG. Lengths are in pixels."""
+    """What one opcode should draw, or what one element of an SVG draws, in pixels."""
 
     kind: str  # fill, stroke, text or image
-    color: tuple | None  # None: any
+    color: tuple | None  # none: any
     points: list
-    width: float = 0  # of a stroke, or the size of a text
-    words: tuple = ()  # of a text, with its style
+    width: float = 0  # of a stroke; of a text its size
+    words: tuple = ()  # of a text, and its style
+
+
+def course(points):
+    return list(itertools.chain(*points))
 
 
 def box(points):
@@ -41,51 +45,42 @@ def box(points):
 
 
 def form(points):
-    """The box, and as a length the area: it tells an oval from a rectangle."""
+    """The box, and the area as a length: it tells an oval from a rectangle."""
     left, top, right, bottom = box(points)
     area = abs(sum(x0 * y1 - x1 * y0 for (x0, y0), (x1, y1) in zip(points, points[1:] + points[:1]))) / 2
     return [left, top, right, bottom, area / max(right - left + bottom - top, 1)]
 
 
-def course(points):
-    return list(itertools.chain(*points))
-
-
 def outline(shape, left, top, right, bottom, start=0, arc=360):
-    """Of a box. Angles go clockwise from the top, and 45 degrees points to the corner in a box of any form."""
     if shape in ("Rect", "RRect"):
         return [(left, top), (right, top), (right, bottom), (left, bottom)]
+    # Angles go clockwise from the top, and 45 degrees points to the corner of a box of any form.
     x, y = (left + right) / 2, (top + bottom) / 2
     turns = [math.radians(angle) for angle in range(start, start + arc + 1)]
     return [(x + (right - x) * math.sin(turn), y - (bottom - y) * math.cos(turn)) for turn in turns]
 
 
-def curve(*ends):
-    """Points of a Bézier curve behind its first one."""
-    for t in (0.25, 0.5, 0.75, 1):
-        u = 1 - t
-        yield tuple(u**3 * a + 3 * u * u * t * b + 3 * u * t * t * c + t**3 * d for a, b, c, d in zip(*ends))
-
-
 def listing(macpict, pict):
-    """Of each opcode: the line, its offset, name, numbers and the rest, which is a colour or a text."""
-    lines = subprocess.run([macpict, "list", pict], check=True, capture_output=True, text=True).stdout.splitlines()
-    for line in lines[1:]:
-        offset, name, numbers, rest = re.fullmatch(r' *(\d+)  [0-9A-F]{4}  (\w+)([^"#]*)(.*)', line).groups()
-        yield line.strip(), int(offset), name, [int(n) for n in re.findall(r"-?\d+", numbers)], rest
+    """The frame, and of each opcode its line, offset, name, numbers, and the colour or text behind them."""
+    numbers = lambda text: [int(n) for n in re.findall(r"-?\d+", text)]
+    run = subprocess.run([macpict, "list", pict], check=True, capture_output=True, text=True)
+    head, *lines = run.stdout.splitlines()
+    opcodes = [re.fullmatch(r' *(\d+)  \w{4}  (\w+)([^"#]*)(.*)', line).groups() for line in lines]
+    frame = numbers(re.search(r"frame \((.*?)\)", head)[1])
+    return frame, [(line.strip(), int(o[0]), o[1], numbers(o[2]), o[3]) for line, o in zip(lines, opcodes)]
 
 
 def expected(opcodes):
-    """The marks of a picture, each with its line and what to measure of it."""
+    """For each opcode that draws: what it is, its line, its mark, and what to measure of that."""
     front, back, pen, size, face = (0, 0, 0), (255, 255, 255), (1, 1), 12, 0
     end = at = (0, 0)
 
-    def along(points):
-        """Where a stroke's middle runs: the pen hangs right of a point and below, and LibreOffice halves it downwards."""
-        return [(x + pen[0] // 2, y + pen[1] // 2) for x, y in points]
+    def stroke(points):
+        # The pen hangs right of a point and below; LibreOffice draws along its middle, rounded down.
+        middle = [(x + pen[0] // 2, y + pen[1] // 2) for x, y in points]
+        return Mark("stroke", front, middle, (pen[0] + pen[1]) / 2)
 
     for line, _, name, n, rest in opcodes:
-        nib = (pen[0] + pen[1]) / 2
         shape = re.fullmatch("(Frame|Paint|Erase|Invert)(Rect|RRect|Oval|Arc|Poly)", name)
         if name in ("RGBFgCol", "RGBBkCol"):
             color = tuple(int(rest[i : i + 2], 16) for i in (1, 5, 9))
@@ -98,37 +93,41 @@ def expected(opcodes):
             face = n[0]
         elif shape:
             verb, what = shape.groups()
-            color = {"Erase": back, "Invert": None}.get(verb, front)
-            left_out[INVERT] += verb == "Invert"
-            left_out[CORNERS] += what == "RRect"
-            if what == "Poly":
-                points = list(zip(n[::2], n[1::2]))
-            elif verb == "Frame":  # the pen hangs inside the box
-                points = outline(what, n[0], n[1], n[2] - pen[0], n[3] - pen[1], *n[4:])
+            known[INVERT] += verb == "Invert"
+            known[CORNERS] += what == "RRect"
+            points = list(zip(n[::2], n[1::2])) if what == "Poly" else outline(what, *n)
+            if verb == "Frame":  # the pen stays inside a box
+                mark = stroke(points if what == "Poly" else outline(what, *n[:2], n[2] - pen[0], n[3] - pen[1], *n[4:]))
             else:
-                points = outline(what, *n)
-                if what == "Arc":
-                    points.append(((n[0] + n[2]) / 2, (n[1] + n[3]) / 2))
-            mark = Mark("stroke", color, along(points), nib) if verb == "Frame" else Mark("fill", color, points)
-            yield line, mark, {"Poly": course, "RRect": box}.get(what, form)
+                middle = [((n[0] + n[2]) / 2, (n[1] + n[3]) / 2)] if what == "Arc" else []
+                mark = Mark("fill", {"Erase": back, "Invert": None}.get(verb, front), points + middle)
+            yield "polygon" if what == "Poly" else "shape", line, mark, {"Poly": course, "RRect": box}.get(what, form)
         elif re.fullmatch("(Short)?Line(From)?", name):
             start = end if name.endswith("From") else n[:2]
             end = (start[0] + n[-2], start[1] + n[-1]) if name.startswith("Short") else n[-2:]
-            if start[0] == end[0] or start[1] == end[1]:  # comes as the rectangle that the pen covers
+            if start[0] == end[0] or start[1] == end[1]:  # LibreOffice fills what the pen covers
                 left, top, right, bottom = box([start, end])
-                yield line, Mark("fill", front, [(left, top), (right + pen[0], bottom + pen[1])]), box
+                mark = Mark("fill", front, [(left, top), (right + pen[0], bottom + pen[1])])
+                yield "line", line, mark, form if mark.width else box
             else:
-                yield line, Mark("stroke", front, along([start, end]), nib), course
+                yield "line", line, stroke([start, end]), course
         elif re.fullmatch("LongText|DHText|DVText|DHDVText", name):
-            dh, dv = n if len(n) == 2 else (n[0], 0) if name == "DHText" else (0, n[0])
-            at = (dh, dv) if name == "LongText" else (at[0] + dh, at[1] + dv)
-            left_out[FACES] += face > 7
+            move = n if len(n) == 2 else (n[0], 0) if name == "DHText" else (0, n[0])
+            at = move if name == "LongText" else (at[0] + move[0], at[1] + move[1])
+            known[FACES] += face > 7
             text = re.sub(r"\\x(..)", lambda code: bytes.fromhex(code[1]).decode("mac_roman"), rest[1:-1])
-            yield line, Mark("text", front, [at], size, (text, *(bool(face & bit) for bit in (1, 2, 4)))), course
+            yield "text", line, Mark("text", front, [at], size, (text, face & 1, face & 2, face & 4)), course
         elif re.fullmatch("(Pack|Direct)?Bits(Rect|Rgn)", name):
-            yield line, Mark("image", None, [n[7:9], n[9:11]]), box
-        elif name not in ("HeaderOp", "Clip", "OvSize", "TxMode", "OpEndPic"):  # these draw nothing
+            yield "image", line, Mark("image", None, [n[7:9], n[9:11]]), box
+        elif name not in ("HeaderOp", "Clip", "OvSize", "TxMode", "OpEndPic"):
             raise SystemExit(f"interop: there is no check for {name} yet.")
+
+
+def curve(*ends):
+    """Points of a Bézier curve, without its first."""
+    for t in (0.25, 0.5, 0.75, 1):
+        u = 1 - t
+        yield tuple(u**3 * a + 3 * u * u * t * b + 3 * u * t * t * c + t**3 * d for a, b, c, d in zip(*ends))
 
 
 def drawn(svg):
@@ -137,14 +136,13 @@ def drawn(svg):
     root = ElementTree.parse(svg).getroot()
     unit = float(root.get("viewBox").split()[2]) / float(root.get("width").removesuffix("mm")) * 25.4 / 72
     graphic = root.find(f".//{tag}g[@class='Graphic']")
+    number = lambda element, key: float(element.get(key, "0").removesuffix("px"))
     frame = graphic.find(f".//{tag}rect[@class='BoundingBox']")
-    left, top = float(frame.get("x")), float(frame.get("y"))
+    left, top = number(frame, "x"), number(frame, "y")
 
-    def measured(points):
-        return [(round((x - left) / unit, 2), round((y - top) / unit, 2)) for x, y in points]
-
-    def color(element, name):
-        return tuple(int(n) for n in re.findall(r"\d+", element.get(name)))
+    def mark(kind, color, points, width=0.0, words=()):
+        points = [(round((x - left) / unit, 2), round((y - top) / unit, 2)) for x, y in points]
+        return Mark(kind, color and tuple(int(n) for n in re.findall(r"\d+", color)), points, width / unit, words)
 
     def path(element):
         points = []
@@ -156,57 +154,54 @@ def drawn(svg):
             else:
                 points += pairs
         kind = "stroke" if element.get("fill") == "none" else "fill"
-        width = float(element.get("stroke-width", 0)) / unit
-        return Mark(kind, color(element, kind), measured(points), width)
+        return mark(kind, element.get(kind), points, number(element, "stroke-width"))
 
     def text(element):
-        paragraph, position, run = list(element.iter(f"{tag}tspan"))
-        style = [paragraph.get(k) == v for k, v in
-                 (("font-weight", "700"), ("font-style", "italic"), ("text-decoration", "underline"))]
-        size = float(paragraph.get("font-size").removesuffix("px")) / unit
-        return Mark("text", color(run, "fill"), measured([(float(position.get("x")), float(position.get("y")))]), size,
-                    (run.text, *style))
+        paragraph, position, run = element.iter(f"{tag}tspan")
+        styles = (("font-weight", "700", 1), ("font-style", "italic", 2), ("text-decoration", "underline", 4))
+        words = (run.text, *(bit if paragraph.get(key) == value else 0 for key, value, bit in styles))
+        at = number(position, "x"), number(position, "y")
+        return mark("text", run.get("fill"), [at], number(paragraph, "font-size"), words)
 
     def image(element):
-        x, y, width, height = (float(element.get(k)) for k in ("x", "y", "width", "height"))
-        return Mark("image", None, measured([(x, y), (x + width, y + height)]))
+        x, y, width, height = (number(element, key) for key in ("x", "y", "width", "height"))
+        return mark("image", None, [(x, y), (x + width, y + height)])
 
     read = {f"{tag}path": path, f"{tag}text": text, f"{tag}image": image}
-    size = [float(frame.get(k)) / unit for k in ("width", "height")]
+    size = [number(frame, key) / unit for key in ("width", "height")]
     return size, [read[element.tag](element) for element in graphic.find(f".//{tag}g[@clip-path]")]
 
 
+def near(a, b):
+    return len(a) == len(b) and all(abs(x - y) <= TOLERANCE for x, y in zip(a, b))
+
+
 def agree(want, seen, measure):
-    a, b = ([*measure(mark.points), mark.width] for mark in (want, seen))
-    near = len(a) == len(b) and all(abs(x - y) <= TOLERANCE for x, y in zip(a, b))
-    return near and want.kind == seen.kind and want.color in (None, seen.color) and want.words == seen.words
+    same = want.kind == seen.kind and want.color in (None, seen.color) and want.words == seen.words
+    return same and near([*measure(want.points), want.width], [*measure(seen.points), seen.width])
 
 
-def pixels(source, bits, data=None):
-    """An image as ImageMagick reads it, down to the high bits of each component; none if it can't."""
-    mask = str(0xFFFF ^ (0xFFFF >> bits))
-    command = ["convert", source, "-evaluate", "And", mask, "-depth", "16", "ppm:-"]
-    return subprocess.run(command, input=data, capture_output=True).stdout or None
-
-
-def compare_pixels(check, folder, name, opcode):
-    """A picture that is bits and nothing else with the PNG of what went into it."""
+def readings(folder, name, opcode):
+    """The pixels of a picture that is bits and nothing else: our own, from its PNG, and what each reader makes of it."""
     _, offset, opcode, (depth, *_), _ = opcode
     at = 512 + offset + (6 if opcode.startswith("Direct") else 2)
     row = int.from_bytes((folder / f"{name}.pict").read_bytes()[at : at + 2], "big")
-    bits = 5 if depth == 16 else 8
-    left_out[FIVE] += depth == 16
-    ours = pixels(folder / f"{name}.png", bits)
-    href = re.search('href="data:image/png;base64,([^"]*)', (folder / f"{name}.svg").read_text())
-    seen = {"LibreOffice": pixels("-", bits, base64.b64decode(href[1])) if href else None}
+    known[FIVE] += depth == 16
+    # A colour table has components of 16 bits; QuickDraw's pixels have the high ones, while readers round.
+    mask = 0xF800 if depth == 16 else 0xFF00
+
+    def pixels(source, data=None):
+        command = ["convert", source, "-evaluate", "And", str(mask), "-depth", "16", "ppm:-"]
+        return subprocess.run(command, input=data, capture_output=True).stdout
+
+    png = re.search('href="data:image/png;base64,([^"]*)', (folder / f"{name}.svg").read_text())
+    theirs = {"LibreOffice": pixels("png:-", base64.b64decode(png[1])) if png else b""}
     wrong = BITMAP if row < 0x8000 else COUNTS if 200 < row & 0x3FFF <= 250 else None
     if wrong:
-        left_out[wrong] += 1
+        known[wrong] += 1
     else:
-        seen["ImageMagick"] = pixels(f"pict:{folder / name}.pict", bits)
-    for reader, theirs in seen.items():
-        check(ours and ours == theirs, f"{name}.pict: {reader} sees other pixels than {name}.png has")
-    return [reader for reader, theirs in seen.items() if ours and ours == theirs]
+        theirs["ImageMagick"] = pixels(f"pict:{folder / name}.pict")
+    return pixels(f"{folder / name}.png"), theirs
 
 
 def main(folder, macpict):
@@ -219,26 +214,26 @@ def main(folder, macpict):
         return passed
 
     for name in DRAWN + BITS:
-        pict, svg = folder / f"{name}.pict", folder / f"{name}.svg"
-        if not check(pict.exists() and svg.exists(), f"{name}.pict: not in the gallery, or LibreOffice can't read it"):
+        file = f"{name}.pict"
+        if not check((folder / f"{name}.svg").exists(), f"{file}: not in the gallery, or LibreOffice can't read it"):
             continue
-        opcodes = list(listing(macpict, pict))
-        size, marks = drawn(svg)
-        frame = box([next(n for _, _, opcode, n, _ in opcodes if opcode == "Clip")[i : i + 2] for i in (0, 2)])
-        # LibreOffice's box goes up to a pixel beyond the frame.
-        check(all(abs(a - b - 0.5) <= TOLERANCE for a, b in zip(size, frame[2:])), f"{name}.pict: wrong size {size}")
+        (left, top, right, bottom), opcodes = listing(macpict, folder / file)
+        size, marks = drawn(folder / f"{name}.svg")
+        # LibreOffice counts a picture's last row and column twice.
+        check(near(size, [right - left + 1, bottom - top + 1]), f"{file}: LibreOffice sees a size of {size}")
         found = collections.Counter()
-        for want, seen in itertools.zip_longest(expected(opcodes), marks):
-            line, mark, measure = want or ("nothing", None, None)
-            if check(mark and seen and agree(mark, seen, measure), f"{name}.pict: {line}\n  but LibreOffice: {seen}"):
-                what = re.search("Line|Poly|Text|Bits", line)
-                found[{"Line": "lines", "Poly": "polygons", "Text": "texts", "Bits": "images"}[what[0]] if what else "shapes"] += 1
-        summary = ", ".join(f"{count} {what}" for what, count in found.items()) + " found"
+        for want, seen in itertools.zip_longest(expected(opcodes), marks, fillvalue=None):
+            what, line, mark, measure = want or (None, "nothing", None, None)
+            ok = mark and seen and agree(mark, seen, measure)
+            found[what] += bool(check(ok, f"{file}: {line}\n  LibreOffice sees {seen or 'nothing'}"))
+        summary = ", ".join(f"{count} {what}{'s' * (count != 1)}" for what, count in found.items() if what)
+        print(f"{file}: {summary} found")
         if name in BITS:
-            bits = next(opcode for opcode in opcodes if "Bits" in opcode[2])
-            summary += "; the same pixels in " + (" and ".join(compare_pixels(check, folder, name, bits)) or "no reader")
-        print(f"{name}.pict: {summary}")
-    for reason, count in left_out.items():
+            ours, theirs = readings(folder, name, next(opcode for opcode in opcodes if "Bits" in opcode[2]))
+            for reader, pixels in theirs.items():
+                if check(ours and pixels == ours, f"{file}: {reader} sees other pixels than {name}.png has"):
+                    print(f"{file}: the same pixels in {reader}")
+    for reason, count in known.items():
         if count:
             print(f"known: {reason} ({count})")
     print(f"{results[True]} passed, {results[False]} failed")
