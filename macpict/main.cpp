@@ -6,6 +6,7 @@
 #include <cstring>
 #include <optional>
 
+#include "macpict/corpus.h"
 #include "macpict/files.h"
 #include "macpict/gallery.h"
 #include "macpict/session.h"
@@ -26,6 +27,7 @@ constexpr const char* kHelp =
     "      --depth N [--gray]             into a picture of 1, 2, 4, 8, 16, 24 or 32 bits\n"
     "      --keep-going                   write what was drawn till a picture broke\n"
     "  macpict list IN.pict             one line for each opcode of a picture\n"
+    "  macpict corpus DIR SHEET.png     render all pictures below a folder, and put them on one sheet\n"
     "  macpict --help, --version\n"
     "\n"
     "Exit status: 0 done, 1 the work failed, 2 wrong usage.\n";
@@ -170,8 +172,15 @@ Status demo(const std::vector<std::string>& words) {
   return kDone;
 }
 
+Status corpus(const std::vector<std::string>& words) {
+  if (words.size() != 2) throw Usage("corpus takes a folder and a PNG file: macpict corpus DIR SHEET.png");
+  Session session;
+  return renderCorpus(session, words[0], words[1]) ? kDone : kFailed;
+}
+
 Status run(const std::vector<std::string>& words) {
-  if (words.empty()) throw Usage("macpict needs to know what to do: demo, render or list; macpict --help tells more.");
+  if (words.empty())
+    throw Usage("macpict needs to know what to do: demo, render, list or corpus; macpict --help tells more.");
   const std::string& command = words[0];
   const std::vector<std::string> rest(words.begin() + 1, words.end());
   if (command == "--help" || command == "-h") {
@@ -185,7 +194,8 @@ Status run(const std::vector<std::string>& words) {
   if (command == "demo") return demo(rest);
   if (command == "render") return render(rest);
   if (command == "list") return list(rest);
-  throw Usage("macpict has no command \"" + command + "\"; demo, render and list would work.");
+  if (command == "corpus") return corpus(rest);
+  throw Usage("macpict has no command \"" + command + "\"; demo, render, list and corpus would work.");
 }
 
 }  // namespace

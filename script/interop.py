@@ -107,8 +107,7 @@ def expected(opcodes):
             end = (start[0] + n[-2], start[1] + n[-1]) if name.startswith("Short") else n[-2:]
             if start[0] == end[0] or start[1] == end[1]:  # LibreOffice fills what the pen covers
                 left, top, right, bottom = box([start, end])
-                mark = Mark("fill", front, [(left, top), (right + pen[0], bottom + pen[1])])
-                yield "line", line, mark, form if mark.width else box
+                yield "line", line, Mark("fill", front, [(left, top), (right + pen[0], bottom + pen[1])]), box
             else:
                 yield "line", line, stroke([start, end]), course
         elif re.fullmatch("LongText|DHText|DVText|DHDVText", name):
@@ -168,8 +167,8 @@ def drawn(svg):
         return mark("image", None, [(x, y), (x + width, y + height)])
 
     read = {f"{tag}path": path, f"{tag}text": text, f"{tag}image": image}
-    size = [number(frame, key) / unit for key in ("width", "height")]
-    return size, [read[element.tag](element) for element in graphic.find(f".//{tag}g[@clip-path]")]
+    marks = [read[element.tag](element) for element in graphic.find(f".//{tag}g[@clip-path]")]
+    return [number(frame, "width") / unit, number(frame, "height") / unit], marks
 
 
 def near(a, b):
@@ -182,7 +181,7 @@ def agree(want, seen, measure):
 
 
 def readings(folder, name, opcode):
-    """The pixels of a picture that is bits and nothing else: our own, from its PNG, and what each reader makes of it."""
+    """The pixels of a picture that holds bits and nothing else: ours, from its PNG, and those of each reader."""
     _, offset, opcode, (depth, *_), _ = opcode
     at = 512 + offset + (6 if opcode.startswith("Direct") else 2)
     row = int.from_bytes((folder / f"{name}.pict").read_bytes()[at : at + 2], "big")
@@ -197,9 +196,8 @@ def readings(folder, name, opcode):
     png = re.search('href="data:image/png;base64,([^"]*)', (folder / f"{name}.svg").read_text())
     theirs = {"LibreOffice": pixels("png:-", base64.b64decode(png[1])) if png else b""}
     wrong = BITMAP if row < 0x8000 else COUNTS if 200 < row & 0x3FFF <= 250 else None
-    if wrong:
-        known[wrong] += 1
-    else:
+    known[wrong] += 1
+    if not wrong:
         theirs["ImageMagick"] = pixels(f"pict:{folder / name}.pict")
     return pixels(f"{folder / name}.png"), theirs
 
@@ -211,7 +209,7 @@ def main(folder, macpict):
         results[bool(passed)] += 1
         if not passed:
             print(message)
-        return passed
+        return bool(passed)
 
     for name in DRAWN + BITS:
         file = f"{name}.pict"
@@ -222,20 +220,19 @@ def main(folder, macpict):
         # LibreOffice counts a picture's last row and column twice.
         check(near(size, [right - left + 1, bottom - top + 1]), f"{file}: LibreOffice sees a size of {size}")
         found = collections.Counter()
-        for want, seen in itertools.zip_longest(expected(opcodes), marks, fillvalue=None):
-            what, line, mark, measure = want or (None, "nothing", None, None)
+        for want, seen in itertools.zip_longest(expected(opcodes), marks):
+            what, line, mark, measure = want or ("mark", "nothing", None, None)
             ok = mark and seen and agree(mark, seen, measure)
-            found[what] += bool(check(ok, f"{file}: {line}\n  LibreOffice sees {seen or 'nothing'}"))
-        summary = ", ".join(f"{count} {what}{'s' * (count != 1)}" for what, count in found.items() if what)
-        print(f"{file}: {summary} found")
+            found[what] += check(ok, f"{file}: {line}\n  but LibreOffice sees {seen or 'nothing'}")
+        summary = ", ".join(f"{count} {what}{'s' * (count != 1)}" for what, count in found.items()) + " found"
         if name in BITS:
             ours, theirs = readings(folder, name, next(opcode for opcode in opcodes if "Bits" in opcode[2]))
-            for reader, pixels in theirs.items():
-                if check(ours and pixels == ours, f"{file}: {reader} sees other pixels than {name}.png has"):
-                    print(f"{file}: the same pixels in {reader}")
-    for reason, count in known.items():
-        if count:
-            print(f"known: {reason} ({count})")
+            wrong = f"{file}: other pixels than in {name}.png in "
+            same = [reader for reader, pixels in theirs.items() if check(ours and pixels == ours, wrong + reader)]
+            summary += f"; same pixels in {' and '.join(same) or 'no reader'}"
+        print(f"{file}: {summary}")
+    for reason in filter(None, +known):
+        print(f"known: {reason} ({known[reason]})")
     print(f"{results[True]} passed, {results[False]} failed")
     return 1 if results[False] else 0
 

@@ -2,18 +2,20 @@
 
 #include <cstring>
 #include <map>
+#include <utility>
 
 #include "platform/quickdraw/colors.h"
 #include "platform/quickdraw/command.h"
 #include "platform/quickdraw/pict_bits.h"
+#include "platform/quickdraw/quicktime.h"
 
 namespace qd {
 namespace {
 
 class Player {
  public:
-  Player(Port& port, const PictureHeader& header, const Rect& target)
-      : port_(port), callersClip_(port.state.clip), mapping_(header.source, Box(target)) {
+  Player(Port& port, const PictureHeader& header, const Rect& target, std::vector<std::string>& remarks)
+      : port_(port), callersClip_(port.state.clip), mapping_(header.source, Box(target)), remarks_(remarks) {
     const int visibility = port.state.penVisibility;
     port.state = PortState{};
     port.state.penVisibility = visibility;
@@ -26,6 +28,7 @@ class Player {
 
   Outcome play(const Opcode& opcode, ByteReader in) {
     const OpcodeRow& row = opcodeRow(opcode.number);
+    if (isStandIn(opcode)) return Outcome::skipped;
     if (row.isReserved()) return Outcome::skipped;
     if (row.isFamily) return playShape(row.first, static_cast<Verb>(opcode.number - row.first), in);
     PortState& state = port_.state;
@@ -158,8 +161,15 @@ class Player {
       case op::LongComment:
         return Outcome::skipped;
       case op::CompressedQuickTime:
-      case op::UncompressedQuickTime:
-        return Outcome::undrawn;
+        in.u32();  // the length of what follows
+        return drawQuickTimeImage(in);
+      case op::UncompressedQuickTime: {
+        in.u32();
+        if (!skipUncompressedHead(in)) return Outcome::broken;
+        const std::uint16_t inner = in.u16();
+        const bool isBits = opcodeRow(inner).operands == std::string_view("B");
+        return isBits ? drawBits(inner, in) : Outcome::undrawn;
+      }
       // Without effect on pixels: no-ops, the head, fractions of a pixel, the layout of a line that is drawn as it
       // comes.
       default:
@@ -292,9 +302,49 @@ class Player {
     return Outcome::played;
   }
 
+  Outcome drawQuickTimeImage(ByteReader& in) {
+    const auto image = readQuickTimeImage(in);
+    if (!image) return Outcome::broken;
+    if (!image->pixels) {
+      const std::string remark =
+          "a QuickTime image of the codec \"" + image->codec + "\" can't be decoded; what stands in for it is shown";
+      if (std::find(remarks_.begin(), remarks_.end(), remark) == remarks_.end()) remarks_.push_back(remark);
+      return Outcome::undrawn;
+    }
+    const PixelMap& map = image->pixels->map;
+    const Region mask = image->mask ? image->mask->mapped(mapping_) : Region();
+    perform(port_, BitsCommand{&map, toRect(map.bounds), toRect(mapping_.box(Box(image->to))), image->mode,
+                               image->mask ? &mask : nullptr});
+    shown_ = image->to;
+    return Outcome::played;
+  }
+
+  // Behind an image stands what readers without its codec should draw: one bits opcode in its place, or a run of
+  // opcodes whose length in bytes a pen size in front of them gives.
+  bool isStandIn(const Opcode& opcode) {
+    if (opcode.offset < standInEnd_) return true;
+    const auto shown = std::exchange(shown_, std::nullopt);
+    if (!shown) return false;
+    ByteReader in = opcode.operands;
+    if (opcode.number == op::PnSize) {
+      in.s16();
+      const std::size_t behind = opcode.offset + opcode.length + 2;
+      const std::int16_t length = in.s16();
+      if (length <= 1) return false;
+      standInEnd_ = behind + static_cast<std::size_t>(length);
+      return true;
+    }
+    if (opcodeRow(opcode.number).operands != std::string_view("B")) return false;
+    const auto header = readBitsHeader(in, opcode.number);
+    return header && header->to == *shown;
+  }
+
   Port& port_;
   const Region callersClip_;
   Mapping mapping_;
+  std::vector<std::string>& remarks_;
+  std::optional<Rect> shown_;  // where the image was drawn that came just before
+  std::size_t standInEnd_ = 0;
   // As the picture has it, in its own space.
   Point penSize_ = {1, 1};
   Point ovalSize_ = {0, 0};
@@ -322,7 +372,7 @@ Playback play(Port& port, Bytes picture, const Rect& target) {
     return playback;
   }
   const PortState saved = port.state;
-  Player player(port, reader.header(), target);
+  Player player(port, reader.header(), target, playback.remarks);
   Opcode opcode;
   while (reader.next(opcode)) {
     switch (player.play(opcode, opcode.operands)) {
