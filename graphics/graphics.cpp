@@ -30,9 +30,9 @@ void dm_ScrollGraphics(REALgraphicsStruct* graphics, Int left, Int top, Int widt
   const RgnHandle update = newRegion != nullptr ? newRegion() : nullptr;
   const Rect area = MakeRect(left, top, width, height);
   host::REALSelectGraphics(graphics);
-  // ScrollRect takes null for "no update region"; there is then none to dispose of.
+  // ScrollRect takes null for "no update region". Where NewRgn is missing there is nothing to dispose of.
   quickdraw::ScrollRect(&area, Low16(dx), Low16(dy), update);
-  if (update != nullptr) quickdraw::DisposeRgn(update);
+  if (newRegion != nullptr) quickdraw::DisposeRgn(update);
 }
 
 // The one method of the class that leaves the current port as it found it.

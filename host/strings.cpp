@@ -174,9 +174,10 @@ void rbText::convert(Form form, std::uint32_t encoding) {
 // Makes sure of a terminator behind the text: the host's own, for which its buffers have a readable byte, or a copy's.
 void rbText::terminate(Form form) {
   const std::int32_t length = lengths[form];
-  if (bytes[form] == nullptr || length < 0 || length > INT32_MAX - kTerminatorSize) return clear(form);
+  if (bytes[form] == nullptr || length < 0) return clear(form);
   const auto* text = static_cast<const char*>(bytes[form]);
   if (text[length] == 0) return;
+  if (length > INT32_MAX - kTerminatorSize) return clear(form);
 
   void* copy = std::calloc(static_cast<std::size_t>(length) + kTerminatorSize, 1);
   if (copy == nullptr) return clear(form);

@@ -37,6 +37,8 @@ class rbText {
   rbText(const rbText&) = delete;
   rbText& operator=(const rbText&) = delete;
 
+  // Makes the MacRoman form; the two below run it when it isn't made yet.
+  void ConvertMacRoman() { convert(kMacRoman, kCFStringEncodingMacRoman); }
   const char* MacRomanBytes();
   std::int32_t MacRomanLength();
   const char* GetUTF8();
@@ -48,7 +50,6 @@ class rbText {
   void convert(Form form, std::uint32_t encoding);
   void terminate(Form form);
   void clear(Form form);
-  void ConvertMacRoman() { convert(kMacRoman, kCFStringEncodingMacRoman); }
 
   // Slot 0 of `strings` is the source; a form at n has its string at n + 1. A negative length: not made yet.
   REALstringStruct* strings[6];

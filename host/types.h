@@ -16,7 +16,7 @@ struct REALstringStruct {
   std::uint32_t none2;
   std::uint32_t length;
 
-  const char* text() const { return buffer + 1; }
+  const char* text() const { return buffer != nullptr ? buffer + 1 : nullptr; }
 };
 
 // A host array of integers. `storage` is the address of the elements; newer hosts don't tell it here.

@@ -357,8 +357,8 @@ class Gallery {
   // One bits opcode and nothing else, at each depth.
   void bits() {
     for (const int depth : {1, 2, 4, 8, 16, 32}) {
-      const Object picture = session_.picture(120, 90, depth, false);
-      session_.copy(postcardPicture(), picture, 0, 0);
+      const Object picture = session_.picture(126, 90, depth, false);
+      session_.copy(postcardPicture(126, 90), picture, 0, 0);
       const std::string name = "bits-" + std::to_string(depth);
       const Value bytes = host_.get(picture, "PicHandleDataTVK");
       const std::string pict(runtime::bytesOf(std::get<runtime::String>(bytes).get()));

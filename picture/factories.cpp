@@ -12,14 +12,15 @@ constexpr Depth kDepths[] = {
     {1, 33, 33}, {2, 66, 34}, {4, 68, 36}, {8, 72, 40}, {16, 0, 0}, {24, 0, 0}, {32, 0, 0},
 };
 
-// The world comes with undefined pixels and is never made current. It belongs to the picture; a host that can't build
-// one leaves it behind, for QuickDraw's operation that disposes of a world isn't among ours.
+// The world is never made current, and its pixels are as it comes. It belongs to the picture.
 REALpictureStruct* NewPicture(std::int32_t width, std::int32_t height, std::int32_t depth,
                               std::int16_t Depth::*tableId) {
   const quickdraw::SavedWorld saved;
   const Rect bounds = MakeRect(0, 0, width, height);
   for (const Depth& row : kDepths) {
     if (row.depth != depth) continue;
+    // A world that nobody can take over would be nobody's.
+    if (host::REALBuildPictureFromGWorld.find() == nullptr) break;
     const bool hasTable = row.*tableId != 0;
     const CTabHandle colors = hasTable ? quickdraw::GetCTable(row.*tableId) : nullptr;
     GWorldPtr world = nullptr;

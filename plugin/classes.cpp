@@ -4,6 +4,13 @@
 #include "picture/picture.h"
 #include "recorder/recorder.h"
 
+namespace {
+
+// The class's own table, apart from the one of the method rows.
+constexpr REALattribute kClassAttributes[] = {{"Deprecated", ""}};
+
+}  // namespace
+
 constinit REALclassDefinition graphicseClass = {
     .version = 12,
     .name = "graphics",
@@ -29,6 +36,6 @@ REALclassDefinition PICTClass = {
     .propertyCount = kPICTPropertyCount,
     .methods = PICTMethods,
     .methodCount = kPICTMethodCount,
-    .attributes = DeprecatedAttributes,
+    .attributes = kClassAttributes,
     .attributeCount = 1,
 };

@@ -23,15 +23,16 @@ std::int32_t RecordVersion(double hostVersion) {
 // isn't registered.
 template <class EntryPoint>
 void Register(EntryPoint& entryPoint, REALclassDefinition& record) {
+  LegacyClass* legacy = nullptr;
   if (CurrentREALControlVersion > 9) {
     record.version = static_cast<std::uint32_t>(CurrentREALControlVersion);
   } else {
-    LegacyClass* legacy = FixClass(&record);
+    legacy = FixClass(&record);
     if (legacy == nullptr) return;
     std::memcpy(static_cast<void*>(&record), legacy->words, sizeof legacy->words);
-    std::free(legacy);
   }
   entryPoint(&record);
+  std::free(legacy);
 }
 
 }  // namespace
@@ -43,9 +44,7 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALResolv
   if (hostVersion != nullptr) rbversion_rbversion = hostVersion();
 
   CurrentREALControlVersion = RecordVersion(rbversion_rbversion);
-  // A host that can't be told which records it gets can't be trusted to read them.
-  if (tellVersion == nullptr) return;
-  tellVersion(CurrentREALControlVersion);
+  if (tellVersion != nullptr) tellVersion(CurrentREALControlVersion);
 
   Register(host::REALRegisterClassExtension, graphicseClass);
   Register(host::REALRegisterClassExtension, pictureClass);

@@ -4,7 +4,7 @@
 namespace quickdraw {
 namespace {
 
-constexpr std::int16_t kSystemDomain = -32767;
+constexpr std::int16_t kOnAppropriateDisk = -32767;
 constexpr OSType kFrameworksFolder = 0x6672616D;  // 'fram'
 
 CFBundleRef ApplicationServicesFramework = nullptr;
@@ -35,7 +35,7 @@ class Held {
 // The loaded bundle of a framework, or null. The reference is the caller's.
 CFBundleRef LoadFrameworkBundle(const ConstantString& name) {
   FSRef folder;
-  if (FSFindFolder(kSystemDomain, kFrameworksFolder, 1, &folder) != 0) return nullptr;
+  if (FSFindFolder(kOnAppropriateDisk, kFrameworksFolder, 1, &folder) != 0) return nullptr;
 
   const Held folderURL(CFURLCreateFromFSRef(kCFAllocatorSystemDefault, &folder));
   if (!folderURL) return nullptr;

@@ -24,7 +24,7 @@ void CreatePicture(REALobjectStruct* object, std::int32_t width, std::int32_t he
   quickdraw::BlackOnWhite();
   const OpenCPicParams params = PictureParams(width, height);
   // A port has one open picture: this recorder's must be closed to make room for the next.
-  EndRecording(data);
+  if (data.PicHandle != nullptr) EndRecording(data);
   const PicHandle picture = quickdraw::OpenCPicture(&params);
   if (picture == nullptr) return;  // the earlier picture stays
   DropPicture(data);

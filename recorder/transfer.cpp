@@ -25,12 +25,11 @@ REALmemoryBlockStruct* BuildBlock(const char* bytes, std::int32_t size) { return
 
 // A new handle with a copy of the bytes, or null.
 Handle CopyToHandle(const rbByteView& view) {
-  if (view.length == 0) return nullptr;
+  if (view.length == 0 || view.bytes == nullptr) return nullptr;
   const Handle handle = NewHandle(view.length);
   if (handle == nullptr) return nullptr;
   HLock(handle);
-  if (*handle != nullptr && view.bytes != nullptr)
-    std::memcpy(*handle, view.bytes, static_cast<std::size_t>(view.length));
+  if (*handle != nullptr) std::memcpy(*handle, view.bytes, static_cast<std::size_t>(view.length));
   HUnlock(handle);
   return handle;
 }

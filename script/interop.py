@@ -217,7 +217,7 @@ def main(folder, macpict):
             continue
         (left, top, right, bottom), opcodes = listing(macpict, folder / file)
         size, marks = drawn(folder / f"{name}.svg")
-        # LibreOffice counts a picture's last row and column twice.
+        # LibreOffice's box is a pixel larger than the frame each way.
         check(near(size, [right - left + 1, bottom - top + 1]), f"{file}: LibreOffice sees a size of {size}")
         found = collections.Counter()
         for want, seen in itertools.zip_longest(expected(opcodes), marks):

@@ -111,7 +111,9 @@ class Rows {
 };
 
 bool sameColors(const PixelMap& a, const PixelMap& b) {
-  return a.depth == b.depth && (a.isDirect() || a.colors == b.colors || a.colors->colors() == b.colors->colors());
+  if (a.depth != b.depth) return false;
+  if (a.isDirect() || a.colors == b.colors) return true;
+  return a.colors != nullptr && b.colors != nullptr && a.colors->colors() == b.colors->colors();
 }
 
 // Calls `use` for each run of the clip in a row of the area.

@@ -55,7 +55,7 @@ bool readMap(ByteReader& in, BitsHeader& header) {
   const int rowBytes = in.u16();
   header.rowBytes = rowBytes & kRowBytesMask;
   header.bounds = Box(in.rect());
-  header.colors = ColorTable::byId(33);
+  header.colors = nullptr;  // a BitMap, till a colour table says otherwise
   if ((rowBytes & kPixMapFlag) != 0 || header.isDirect) {
     readPixMap(in, header);
     if (!header.isDirect && header.depth > 8) header.isDirect = true;
@@ -307,7 +307,7 @@ void writeRows(ByteWriter& out, const PixelMap& map) {
 
 void writeBits(ByteWriter& out, const PixelMap& source, const BitsCommand& command) {
   const bool hasMask = command.mask != nullptr;
-  const bool isBitMap = source.isBitMap();
+  const bool isBitMap = source.depth == 1 && source.colors == nullptr;
   if (source.isDirect()) {
     out.u16(op::DirectBitsRect + hasMask);
     out.u32(0xFF);

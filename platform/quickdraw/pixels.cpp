@@ -170,6 +170,7 @@ RGBColor PixelMap::colorOf(std::uint32_t pixel) const {
   const auto byte = [pixel](int shift) { return static_cast<std::uint16_t>((pixel >> shift & 0xFF) * 257); };
   if (depth == 32) return {byte(16), byte(8), byte(0)};
   if (depth == 16) return {widen5(pixel >> 10 & 31), widen5(pixel >> 5 & 31), widen5(pixel & 31)};
+  if (colors == nullptr) return pixel != 0 ? RGBColor{0, 0, 0} : RGBColor{0xFFFF, 0xFFFF, 0xFFFF};
   return colors->color(pixel);
 }
 

@@ -50,9 +50,7 @@ struct PixelMap {
 
   bool isDirect() const { return depth > 8; }
   // One bit deep in black and white: its set bits take the foreground colour, the clear ones the background.
-  bool isBitMap() const {
-    return depth == 1 && (colors == nullptr || colors == ColorTable::byId(33) || colors->isBlackOnWhite());
-  }
+  bool isBitMap() const { return depth == 1 && (colors == nullptr || colors->isBlackOnWhite()); }
   // All bits of a pixel that make its colour.
   std::uint32_t ones() const { return depth == 32 ? 0xFFFFFF : depth == 16 ? 0x7FFF : (1U << depth) - 1; }
   std::uint8_t* row(int y) const { return base + static_cast<std::ptrdiff_t>(y - bounds.top) * rowBytes; }

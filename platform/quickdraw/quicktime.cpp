@@ -4,12 +4,7 @@
 
 #include "platform/quickdraw/pict_bits.h"
 
-#define STB_IMAGE_IMPLEMENTATION
-#define STB_IMAGE_STATIC
-#define STBI_ONLY_JPEG
-#define STBI_ONLY_PNG
 #define STBI_NO_STDIO
-#define STBI_MAX_DIMENSIONS 32767
 #include <stb/stb_image.h>
 
 namespace qd {

@@ -176,6 +176,7 @@ void Host::addGlobalMethod(const REALmethodDefinition* row) {
 
 // Record words are read by their place, as far as the told record version has them.
 void Host::readClass(REALclassDefinition* record, bool isExtension) {
+  if (recordVersion_ == 0) recordVersion_ = static_cast<std::int32_t>(record->version);  // nobody told it
   const bool hasAttributes = recordVersion_ >= kFirstRecordsWithAttributes;
   const RowWords words = rowWords(recordVersion_);
   if (record->version != static_cast<std::uint32_t>(recordVersion_)) {
