@@ -1,5 +1,6 @@
 // The host's entry points, under the names by which plug-ins ask for them.
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -83,18 +84,24 @@ REALstringStruct* entry::REALConvertString(REALstringStruct* string, std::uint32
   return converted(string, encoding);
 }
 
-// The bytes are those of a string that the record keeps locked, in the first of the host's own words.
+// The bytes are those of a string that the record keeps locked, in the first of the host's own words. Where there is no
+// call to give them back a plug-in frees them, so they are a block of their own.
 unsigned char entry::PluginGetStringData(REALstringStruct* string, std::uint32_t encoding, REALstringData* out) {
   if (!isString(string)) return 0;
-  REALstringStruct* source = string;
-  if (encoding == kTextEncodingUnknown) {
-    lock(string);
-  } else {
-    source = converted(string, encoding);
-    if (source == nullptr) return 0;
+  String source(encoding == kTextEncodingUnknown ? string : converted(string, encoding));
+  if (encoding == kTextEncodingUnknown) lock(string);
+  if (!source) return 0;
+  const std::string_view bytes = bytesOf(source.get());
+  *out = {bytes.data(), static_cast<std::uint32_t>(bytes.size()), encoding, {}};
+  if (!Host::running().has("PluginDisposeStringData")) {
+    auto* copy = static_cast<char*>(std::calloc(bytes.size() + 1, 1));
+    if (copy == nullptr) return 0;
+    std::copy(bytes.begin(), bytes.end(), copy);
+    out->data = copy;
+    return 1;
   }
-  *out = {source->text(), source->length, encoding, {}};
-  std::memcpy(&out->none[0], &source, sizeof source);
+  REALstringStruct* const kept = source.release();
+  std::memcpy(&out->none[0], &kept, sizeof kept);
   return 1;
 }
 void entry::PluginDisposeStringData(REALstringData* record) {

@@ -257,9 +257,7 @@ const Method* Host::findMethod(const Object& object, const std::string& name) co
 }
 
 void Host::throwRaised() {
-  if (!raised_) return;
-  const ExceptionObject raised = *std::exchange(raised_, std::nullopt);
-  throw Exception(raised);
+  if (const auto raised = takeRaised()) throw Exception(*raised);
 }
 
 Value Host::invoke(const Method& method, REALhandler handler, const Object* self, const std::vector<Value>& arguments) {

@@ -52,6 +52,7 @@ class Reference {
     if (struct_ != nullptr) unlock(struct_);
   }
   Struct* get() const { return struct_; }
+  Struct* release() { return std::exchange(struct_, nullptr); }
   explicit operator bool() const { return struct_ != nullptr; }
 
  private:
@@ -138,6 +139,8 @@ class Host {
   void addGlobalMethod(const REALmethodDefinition* row);
   REALobjectStruct* instanceOf(const std::string& className);
   void raise(REALobjectStruct* exception) { raised_ = *as<ExceptionObject>(exception); }
+  // The exception that was raised since somebody last asked.
+  std::optional<ExceptionObject> takeRaised() { return std::exchange(raised_, std::nullopt); }
 
  private:
   const Method* findMethod(const Object& object, const std::string& name) const;

@@ -1,0 +1,347 @@
+// Pictures as other programs write them, each made here byte by byte and played into pixels.
+#include <functional>
+
+#include "platform/quickdraw/lister.h"
+#include "platform/quickdraw/opcodes.h"
+#include "platform/quickdraw/pict_bits.h"
+#include "platform/quickdraw/picture_player.h"
+#include "tests/canvas.h"
+
+using namespace qd;
+
+namespace {
+
+constexpr int kWidth = 12, kHeight = 6;
+
+// The opcodes of a picture of 12 by 6, in version 2 unless a test says otherwise.
+class Pict {
+ public:
+  explicit Pict(int version = 2, const Rect& frame = {0, 0, kHeight, kWidth}) : version_(version) {
+    out.u16(0);
+    out.rect(frame);
+    if (version == 1) {
+      out.u16(0x1101);
+    } else {
+      out.u32(0x001102FF);
+    }
+  }
+  Pict& op(int number) {
+    if (version_ == 1) {
+      out.u8(number);
+    } else {
+      out.align();
+      out.u16(number);
+    }
+    return *this;
+  }
+  Pict& words(std::initializer_list<int> values) {
+    for (const int value : values) out.u16(value);
+    return *this;
+  }
+  Pict& bytes(std::initializer_list<int> values) {
+    for (const int value : values) out.u8(value);
+    return *this;
+  }
+  // top, left, bottom, right
+  Pict& rect(int number, int t, int l, int b, int r) { return op(number).words({t, l, b, r}); }
+  Pict& pattern(int number, int row) { return op(number).bytes({row, row, row, row, row, row, row, row}); }
+  Pict& black(int t, int l, int b, int r) { return rect(op::Rect + 1, t, l, b, r); }
+
+  // What playing it leaves, '.' white, '#' black, 'o' another colour.
+  std::string played(int width = kWidth, int height = kHeight) {
+    Canvas canvas(32, width, height);
+    play(MakeRect(0, 0, width, height));
+    return canvas.picture();
+  }
+  // The colour of one pixel, as RRGGBB.
+  std::string color(int x, int y) {
+    Canvas canvas(32, kWidth, kHeight);
+    play(MakeRect(0, 0, kWidth, kHeight));
+    const std::string pixels = canvas.pixels();
+    std::string text;
+    for (int c = 1; c < 4; ++c) {
+      const char* digits = "0123456789ABCDEF";
+      const auto byte = static_cast<unsigned char>(pixels[static_cast<std::size_t>(y * 48 + x * 4 + c)]);
+      text += digits[byte >> 4];
+      text += digits[byte & 15];
+    }
+    return text;
+  }
+  const Playback& play(const Rect& target) {
+    op(op::OpEndPic);
+    const Handle handle = NewHandle(static_cast<std::int32_t>(out.size()));
+    std::copy(out.bytes().begin(), out.bytes().end(), *handle);
+    DrawPicture(reinterpret_cast<PicHandle>(handle), &target);
+    DisposeHandle(handle);
+    return lastPlayback();
+  }
+
+  ByteWriter out;
+
+ private:
+  int version_;
+};
+
+using Pictures = QuickDraw;
+
+const char* const kSquare = "............\n.##.........\n.##.........\n............\n............\n............\n";
+
+}  // namespace
+
+TEST_F(Pictures, HeadsOfAllForms) {
+  EXPECT_EQ(Pict(1).black(1, 1, 3, 3).played(), kSquare);
+  EXPECT_EQ(Pict(2).black(1, 1, 3, 3).played(), kSquare);
+  // Version -1, with the frame in Fixed; version 0; no-ops in front of the version.
+  Pict fixed;
+  fixed.op(op::HeaderOp).words({-1, -1, 0, 0, 0, 0, kWidth, 0, kHeight, 0, 0, 0});
+  EXPECT_EQ(fixed.black(1, 1, 3, 3).played(), kSquare);
+  Pict zero;
+  zero.op(op::HeaderOp).words({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+  EXPECT_EQ(zero.black(1, 1, 3, 3).played(), kSquare);
+  Pict late(1);
+  late.out.clear();
+  late.words({0, 0, 0, kHeight, kWidth}).bytes({0, 0, 0x11, 1});
+  EXPECT_EQ(late.black(1, 1, 3, 3).played(), kSquare);
+  // 144 dpi: the source rectangle is the space, the frame its size at 72.
+  Pict fine(2, {0, 0, kHeight / 2, kWidth / 2});
+  fine.op(op::HeaderOp).words({-2, 0, 0x90, 0, 0x90, 0, 0, 0, kHeight, kWidth, 0, 0});
+  EXPECT_EQ(fine.black(1, 1, 3, 3).played(), kSquare);
+  // A frame off the origin, and one that the picture is stretched from.
+  EXPECT_EQ(Pict(1, {-10, -20, kHeight - 10, kWidth - 20}).black(-9, -19, -7, -17).played(), kSquare);
+  EXPECT_EQ(Pict(1).black(1, 1, 3, 3).played(6, 3), "......\n.#....\n......\n");
+}
+
+TEST_F(Pictures, SameMeansTheLastRectangleOfAnyShape) {
+  EXPECT_EQ(Pict().black(1, 1, 3, 3).op(0x5B).played(), std::string(kSquare).replace(14, 2, "..").replace(27, 2, ".."))
+      << "inverted by an oval";
+  Pict arc(1);
+  arc.rect(0x61, 0, 0, 6, 6).words({0, 90}).op(0x6B).words({0, 90});
+  EXPECT_EQ(arc.played().find('#'), std::string::npos);
+  Pict polygon;
+  polygon.op(0x71).words({22, 0, 0, 4, 4, 0, 0, 4, 0, 4, 4}).op(0x7B);
+  EXPECT_EQ(polygon.played().find('#'), std::string::npos);
+}
+
+TEST_F(Pictures, LinesGoOnFromWhereTheLastOneEnded) {
+  Pict lines;
+  lines.op(op::ShortLine)
+      .words({1, 1})
+      .bytes({3, 0})
+      .op(op::ShortLineFrom)
+      .bytes({0, 3})
+      .op(op::LineFrom)
+      .words({4, 9})
+      .op(op::Line)
+      .words({0, 0, 0, 2});
+  EXPECT_EQ(lines.played(), "###.........\n.####.......\n....#.......\n....#.......\n....######..\n............\n");
+}
+
+TEST_F(Pictures, RegionsClipAndAreDrawn) {
+  // An L: six wide in two rows, three wide in two more.
+  const std::initializer_list<int> region = {36, 0, 0, 4, 6, 0, 0, 6, 0x7FFF, 2, 3, 6, 0x7FFF, 4, 0, 3, 0x7FFF, 0x7FFF};
+  const char* const full = "######......\n######......\n###.........\n###.........\n............\n............\n";
+  Pict painted;
+  painted.op(0x81).words(region);
+  EXPECT_EQ(painted.played(), full);
+  Pict clipped;
+  clipped.op(op::Clip).words(region).black(-5, -5, 20, 20);
+  EXPECT_EQ(clipped.played(), full);
+  Pict framed;
+  framed.op(0x80).words(region);
+  EXPECT_EQ(framed.played(), "######......\n#.####......\n#.#.........\n###.........\n............\n............\n");
+  Pict hollow;
+  hollow.op(0x81).words(region).op(0x8B).op(0x88);
+  EXPECT_EQ(hollow.played(), framed.played());
+  Pict stretched;
+  stretched.op(0x81).words(region);
+  EXPECT_EQ(stretched.played(6, 3), "###...\n##....\n......\n");
+}
+
+TEST_F(Pictures, PatternsAreAnchoredToTheGrid) {
+  Pict fill;
+  fill.pattern(op::FillPat, 0xAA).rect(0x34, 0, 1, 1, 7).pattern(op::PnPat, 0xCC).black(1, 1, 2, 9);
+  fill.pattern(op::BkPat, 0xF0).rect(0x32, 2, 0, 3, 12);
+  EXPECT_EQ(fill.played(), "..#.#.#.....\n.#..##..#...\n####....####\n............\n............\n............\n");
+  // A tile of two by two with a colour table, and a colour alone.
+  Pict pixels;
+  pixels.op(op::PnPixPat).words({1, 0, 0, 0, 0}).words({0x8002, 0, 0, 2, 2, 0, 0, 0, 0, 0x48, 0, 0x48,
+                                                        0,      0, 8, 1, 8, 0, 0, 0, 0, 0,    0});
+  pixels.words({0, 0, 0, 2, 0, 0xFFFF, 0xFFFF, 0xFFFF, 1, 0, 0, 0, 2, 0xFFFF, 0, 0}).bytes({1, 0, 0, 2});
+  pixels.black(0, 0, 2, 4);
+  EXPECT_EQ(pixels.played().substr(0, 26), "#.#.........\n.o.o........\n");
+  Pict color;
+  color.op(op::FillPixPat).words({2, 0, 0, 0, 0, 0x1200, 0x3400, 0x5600}).rect(0x34, 0, 0, 2, 2);
+  EXPECT_EQ(color.color(1, 1), "123456");
+}
+
+TEST_F(Pictures, ColoursOldAndNewAndModes) {
+  EXPECT_EQ(Pict().op(op::FgColor).words({0, 205}).black(0, 0, 1, 1).color(0, 0), "DD0806");
+  EXPECT_EQ(Pict(1).op(op::BkColor).words({0, 409}).rect(0x32, 0, 0, 1, 1).color(0, 0), "0000D4");
+  EXPECT_EQ(Pict().op(op::RGBFgCol).words({0x1122, 0x3344, 0x5566}).black(0, 0, 1, 1).color(0, 0), "113355");
+  Pict highlighted;
+  highlighted.op(op::HiliteColor)
+      .words({0xFF00, 0xFF00, 0})
+      .op(op::HiliteMode)
+      .rect(0x33, 0, 0, 1, 1)
+      .rect(0x33, 0, 1, 1, 2);
+  EXPECT_EQ(highlighted.color(0, 0), "FFFF00");
+  EXPECT_EQ(highlighted.color(1, 0), "000000") << "for one inversion only";
+  Pict blended;
+  blended.op(op::OpColor).words({0x8000, 0x8000, 0x8000}).op(op::PnMode).words({40}).black(0, 0, 1, 1);
+  EXPECT_EQ(blended.color(0, 0), "7F7F7F");
+  EXPECT_EQ(Pict().op(op::PnMode).words({0}).black(0, 0, 5, 5).played().find('#'), std::string::npos)
+      << "no pattern mode";
+  EXPECT_EQ(Pict().op(op::Origin).words({10, 20}).black(21, 11, 23, 13).played(), kSquare);
+}
+
+TEST_F(Pictures, BitsOfAllKinds) {
+  const auto head = [](Pict& p, std::initializer_list<int> map) -> Pict& { return p.words(map); };
+  const std::initializer_list<int> place = {0, 0, 2, 2, 1, 1, 3, 3, 0};  // from, to, mode
+  // A bit map, raw; its rows are two bytes.
+  Pict raw;
+  head(raw.op(op::BitsRect), {2, 0, 0, 2, 2}).words(place).words({0xC000, 0xC000});
+  EXPECT_EQ(raw.played(), kSquare);
+  // Packed, and in the colours of the port.
+  Pict packed;
+  packed.op(op::RGBFgCol).words({0xFF00, 0, 0});
+  head(packed.op(op::PackBitsRect), {8, 0, 0, 2, 64}).words(place);
+  packed.bytes({4, 0xF9, 0xC0, 0x80, 0x80, 2, 0xF9, 0xC0});
+  EXPECT_EQ(packed.color(1, 1), "FF0000");
+  // A pixel map under the unpacked opcode, its table by value, with a mask region.
+  Pict indexed;
+  head(indexed.op(op::BitsRgn), {0x8004, 0, 0, 2, 2, 0, 0, 0, 0, 72, 0, 72, 0, 0, 8, 1, 8, 0, 0, 0, 0, 0, 0});
+  indexed.words({0, 0, 0, 1, 7, 0x1100, 0x2200, 0x3300, 9, 0, 0, 0}).words(place).words({10, 1, 1, 2, 3});
+  indexed.bytes({7, 9, 0, 0, 9, 7, 0, 0});
+  EXPECT_EQ(indexed.color(1, 1) + indexed.color(2, 1) + indexed.color(1, 2), "112233000000FFFFFF");
+  // Direct pixels: 16 bits raw and packed by words, 32 bits raw, as triplets, and in planes of three and of four.
+  const auto direct = [&](int depth, int packType, int components, int rowBytes, int width,
+                          const std::function<void(Pict&)>& rows) {
+    Pict p;
+    p.op(op::DirectBitsRect).words({0, 0xFF});
+    head(p, {0x8000 | rowBytes,   0, 0, 2, width, 0, packType, 0, 0, 72, 0, 72, 0, 16, depth, components,
+             depth == 16 ? 5 : 8, 0, 0, 0, 0,     0, 0});
+    p.words({0, 0, 2, width, 1, 1, 3, 1 + width, 0});
+    rows(p);
+    EXPECT_EQ(p.color(2, 2), "FF0000") << depth << " bits, packType " << packType << ", " << components
+                                       << " components";
+    EXPECT_EQ(p.color(0, 0), "FFFFFF");
+  };
+  direct(16, 1, 3, 4, 2, [](Pict& p) { p.words({0, 0, 0, 0x7C00}); });
+  direct(16, 3, 3, 8, 4, [](Pict& p) { p.bytes({3, 0xFD, 0, 0, 6, 0, 0, 0, 0xFE, 0x7C, 0}); });
+  direct(32, 1, 3, 8, 2, [](Pict& p) { p.words({0, 0, 0, 0, 0, 0, 0xFF, 0}); });
+  direct(32, 2, 3, 8, 2, [](Pict& p) { p.bytes({0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0, 0}); });
+  direct(32, 4, 3, 8, 2, [](Pict& p) { p.bytes({2, 0xFB, 0, 5, 1, 0, 0xFF, 0xFD, 0}); });
+  direct(32, 4, 4, 8, 2, [](Pict& p) { p.bytes({2, 0xF9, 0, 6, 0xFE, 0, 0, 0xFF, 0xFD, 0}); });
+}
+
+namespace {
+
+// Opcode 8200 with an image of two by two pixels of 24 bits, shown at twice its size.
+Pict& quickTime(Pict& pict, std::initializer_list<int> codec) {
+  pict.op(op::CompressedQuickTime).words({0, 68 + 86 + 12, 0});
+  pict.words({2, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0, 1, 0, 1, 0, 0x4000, 0});  // the matrix
+  pict.words({0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 2, 0, 0x300, 0, 0});            // no matte, copied, no mask
+  pict.words({0, 86}).bytes(codec).words({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 2, 72, 0, 72, 0, 0, 12, 1});
+  for (int i = 0; i < 16; ++i) pict.words({0});
+  pict.words({24, -1});
+  return pict.bytes({0, 0, 0, 255, 0, 0, 0, 0, 0, 0, 0, 0});
+}
+
+}  // namespace
+
+TEST_F(Pictures, QuickTimeImagesTakeThePlaceOfTheirStandIns) {
+  const std::initializer_list<int> raw = {'r', 'a', 'w', ' '};
+  const char* const shown = "............\n.##oo.......\n.##oo.......\n.####.......\n.####.......\n............\n";
+  Pict image;
+  quickTime(image, raw);
+  EXPECT_EQ(image.played(), shown);
+  // Bits in the same place, or as many bytes of opcodes as a pen size says.
+  Pict bits;
+  quickTime(bits, raw).op(op::BitsRect).words({2, 0, 0, 2, 2, 0, 0, 2, 2, 1, 1, 5, 5, 0, 0xFFFF, 0xFFFF});
+  EXPECT_EQ(bits.played(), shown);
+  Pict run;
+  quickTime(run, raw).op(op::PnSize).words({99, 10}).black(0, 0, 6, 6).black(0, 11, 6, 12);
+  EXPECT_EQ(run.played().substr(0, 26), "...........#\n.##oo......#\n");
+  // What can't be decoded is said, and its stand-in is shown.
+  Pict unknown;
+  quickTime(unknown, {'c', 'v', 'i', 'd'}).black(1, 1, 3, 3);
+  EXPECT_EQ(unknown.played(), kSquare);
+  EXPECT_EQ(lastPlayback().undrawn, 1);
+  ASSERT_EQ(lastPlayback().remarks.size(), 1U);
+  EXPECT_NE(lastPlayback().remarks[0].find("\"cvid\""), std::string::npos);
+}
+
+TEST_F(Pictures, WhatIsReservedOrACommentIsPassedOver) {
+  Pict pict;
+  pict.op(op::ShortComment).words({130}).op(op::LongComment).words({100, 3}).bytes({1, 2, 3});
+  pict.op(0x24).words({2, 7}).op(0x92).words({1}).bytes({9}).op(0xB5).op(0xD3).words({0, 3}).bytes({1, 2, 3});
+  pict.op(0x0301).words({0, 0, 0}).op(0x8042).op(0x9000).words({0, 2, 5}).op(op::GlyphState).words({4, 0, 0});
+  pict.op(op::PnLocHFrac).words({0}).black(1, 1, 3, 3);
+  EXPECT_EQ(pict.played(), kSquare);
+  EXPECT_EQ(lastPlayback().skipped, 9);
+}
+
+TEST_F(Pictures, TheFirstBrokenOperandEndsThem) {
+  const auto error = [](Pict& pict) {
+    pict.black(0, 0, 6, 12);
+    EXPECT_EQ(pict.played(), kSquare) << "what came before stays";
+    return lastPlayback().error ? describe(*lastPlayback().error) : "none";
+  };
+  const std::pair<const char*, std::function<void(Pict&)>> cases[] = {
+      {"0001 Clip",
+       [](Pict& p) {
+         p.op(op::Clip).words({9, 0, 0, 1, 1});
+       }},
+      {"0081 PaintRgn",
+       [](Pict& p) {
+         p.op(0x81).words({16, 0, 0, 4, 4, 0, 3, 1});
+       }},
+      {"0071 PaintPoly",
+       [](Pict& p) {
+         p.op(0x71).words({12, 0, 0, 4, 4, 0});
+       }},
+      {"0013 PnPixPat",
+       [](Pict& p) {
+         p.op(op::PnPixPat).words({3, 0, 0, 0, 0});
+       }},
+      {"0090 BitsRect",
+       [](Pict& p) {
+         p.op(op::BitsRect).words({2, 0, 0, 1, 17, 0, 0, 1, 1, 0, 0, 1, 1, 0});
+       }},
+      {"0098 PackBitsRect",
+       [](Pict& p) {
+         p.op(op::PackBitsRect).words({8, 0, 0, 1, 64, 0, 0, 1, 1, 0, 0, 1, 1, 0}).bytes({2, 0xFA, 1, 0});
+       }},
+      {"9000 Reserved",
+       [](Pict& p) {
+         p.op(0x9000).words({0x7FFF, 0});
+       }},
+  };
+  for (const auto& [name, add] : cases) {
+    Pict pict;
+    pict.black(1, 1, 3, 3);
+    add(pict);
+    EXPECT_NE(error(pict).find(std::string("in opcode ") + name + ":"), std::string::npos)
+        << name << " " << error(pict);
+  }
+}
+
+TEST_F(Pictures, TextKeepsItsNameSizeAndRatio) {
+  const auto widest = [](std::initializer_list<int> ratio, int size) {
+    Pict text;
+    text.op(op::FontName).words({10, 900}).bytes({7, 'C', 'o', 'u', 'r', 'i', 'e', 'r'}).op(op::TxFont).words({900});
+    text.op(op::TxSize).words({size}).op(op::TxRatio).words(ratio).op(op::DHDVText).bytes({0, 5, 1, 0xD1});  // an em
+                                                                                                             // dash
+    const std::string picture = text.played(40, 6);
+    std::size_t right = 0;
+    for (std::size_t at = 0; at + 41 <= picture.size(); at += 41) {
+      const std::size_t last = picture.substr(at, 40).rfind('#');
+      if (last != std::string::npos) right = std::max(right, last);
+    }
+    return right;
+  };
+  // An em dash of a monospaced font is six tenths of the size wide.
+  const std::size_t plain = widest({1, 1, 1, 1}, 10);
+  EXPECT_GE(plain, 17U);
+  EXPECT_NEAR(static_cast<double>(widest({1, 2, 1, 1}, 10)), 2.0 * static_cast<double>(plain), 3);
+}
