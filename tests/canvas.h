@@ -63,8 +63,11 @@ struct QuickDraw : ::testing::Test {
   ~QuickDraw() override {
     resetCurrentPort();
     EXPECT_EQ(livePorts(), 0U);
-    EXPECT_EQ(memory::audit().handles, 0U);
+    EXPECT_EQ(memory::audit().handles, handles_);
   }
+
+ private:
+  const std::size_t handles_ = memory::audit().handles;
 };
 
 }  // namespace qd

@@ -70,9 +70,8 @@ void draw(Port& port, const LineCommand& line) {
 }
 
 void draw(Port& port, const ShapeCommand& command) {
-  PortState& state = port.state;
+  const PortState& state = port.state;
   const Brush brush = brushOf(state, command.verb);
-  if (command.verb == Verb::invert) state.highlights = false;
   if (!isPatternMode(brush.mode)) return;
   const Region clip = port.visible();
   Painter painter(port.map(), clip, brush.pattern, brush.mode, state.colors);
@@ -109,6 +108,9 @@ template <class Command>
 void perform(Port& port, const Command& command) {
   if (port.recording != nullptr) port.recording->write(port.state, command);
   if (port.state.penVisibility >= 0) draw(port, command);
+  if constexpr (std::is_same_v<Command, ShapeCommand>) {
+    if (command.verb == Verb::invert) port.state.highlights = false;
+  }
 }
 
 template void perform(Port&, const LineCommand&);

@@ -72,7 +72,6 @@ void PictureWriter::writeCommon(const PortState& state) {
   TransferColors& colors = written_.colors;
   writeColor(state.colors.operand, colors.operand, op::OpColor);
   writeColor(state.colors.highlight, colors.highlight, op::HiliteColor);
-  if (state.highlights) out_.u16(op::HiliteMode);
   writeColor(state.colors.foreground, colors.foreground, op::RGBFgCol);
   writeColor(state.colors.background, colors.background, op::RGBBkCol);
 
@@ -151,6 +150,7 @@ void PictureWriter::write(const PortState& state, const ShapeCommand& command) {
       writePattern(state.fillPattern, written_.fillPattern, op::FillPat, op::FillPixPat);
       break;
     case Verb::invert:
+      if (state.highlights) out_.u16(op::HiliteMode);
       break;
   }
   if (command.shape == Shape::roundRect && !(command.ovalSize == written_.ovalSize)) {

@@ -32,7 +32,7 @@ class OvalRows {
     left_ = box_.left * kOne + w_ * kHalf;
     right_ = box_.right * kOne - w_ * kHalf + kHalf;
     if (w_ == 0) return;
-    const Wide ratio = std::min(h_ * kOne / w_, kVertical);
+    const auto ratio = static_cast<std::uint64_t>(std::min(h_ * kOne / w_, kVertical));
     term_ = ratio * ratio;
     step_ = 2 * term_;
     odd_ = 1 - h_;
@@ -52,14 +52,14 @@ class OvalRows {
  private:
   void advance() {
     // An edge makes no more steps outward than its corner has half pixels.
-    while (sum_ >> 32 < target_ && steps_ <= w_) {
+    while (static_cast<Wide>(sum_ >> 32) < target_ && steps_ <= w_) {
       ++steps_;
       left_ -= kHalf;
       right_ += kHalf;
       sum_ += term_;
       term_ += step_;
     }
-    while (sum_ >> 32 > target_ && steps_ > 0) {
+    while (static_cast<Wide>(sum_ >> 32) > target_ && steps_ > 0) {
       --steps_;
       left_ += kHalf;
       right_ -= kHalf;
@@ -75,7 +75,9 @@ class OvalRows {
   int y_;
   int steps_ = 0;
   Wide left_, right_;
-  Wide sum_ = 0, term_ = 0, step_ = 0, odd_ = 0, target_ = 0;
+  // Squares in 32.32. Only those of corners a pixel wide and of half the grid's height may wrap.
+  std::uint64_t sum_ = 0, term_ = 0, step_ = 0;
+  Wide odd_ = 0, target_ = 0;
 };
 
 void emit(int y, Run run, RunSink& sink) {
