@@ -62,11 +62,12 @@ class Canvas {
 struct QuickDraw : ::testing::Test {
   ~QuickDraw() override {
     resetCurrentPort();
-    EXPECT_EQ(livePorts(), 0U);
+    EXPECT_EQ(livePorts(), worlds_);
     EXPECT_EQ(memory::audit().handles, handles_);
   }
 
  private:
+  const std::size_t worlds_ = livePorts();
   const std::size_t handles_ = memory::audit().handles;
 };
 
