@@ -130,6 +130,14 @@ Status render(const std::vector<std::string>& words) {
   if (!header || header->source.empty())
     throw runtime::Error("The picture \"" + in + "\" has an empty frame: there is nothing to render.");
   const Size size = options.size.value_or(sizeOnPage(*header, options.scale));
+  constexpr double kMostArea = 100e6;  // four bytes a pixel, several times over, have to fit the process
+  if (const double area = double(size.width) * size.height; area > kMostArea) {
+    char factor[16];
+    std::snprintf(factor, sizeof factor, "%.2g", options.scale * std::sqrt(kMostArea / area) * 0.95);
+    throw runtime::Error("The picture \"" + in + "\" would take " + std::to_string(size.width) + "x" +
+                         std::to_string(size.height) + " pixels, more than there is memory for; --scale " + factor +
+                         " would work.");
+  }
 
   Session session;
   const runtime::Object recorder = session.recorderWith(picture);

@@ -14,7 +14,7 @@ using runtime::Value;
 
 class PluginTest : public ::testing::Test {
  protected:
-  PluginTest() { spy::reset(); }
+  PluginTest() : lost_(runtime::audit()) { spy::reset(); }
   ~PluginTest() override {
     stop();
     spy::reset();
@@ -67,5 +67,5 @@ class PluginTest : public ::testing::Test {
 
   std::optional<Host> host_;
   bool mayLose_ = false;
-  std::vector<std::string> lost_;  // in earlier hosts
+  std::vector<std::string> lost_;  // by earlier hosts
 };

@@ -14,6 +14,7 @@ std::map<const void*, int> numbers;
 }  // namespace
 
 std::set<std::string> absent;
+bool muted = false;
 int depth = 0;
 
 std::string trace() { return lines; }

@@ -1,7 +1,35 @@
 // Every row with every name missing: nothing crashes, nothing is lost, and the next call with the name works.
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <functional>
 #include <set>
 
+#include "platform/quickdraw/picture_player.h"
 #include "tests/fixture.h"
+
+#ifndef __SANITIZE_ADDRESS__
+// The plug-in's allocations, one of which fails when a test wants it.
+extern "C" void* __libc_malloc(std::size_t);
+extern "C" void* __libc_calloc(std::size_t, std::size_t);
+namespace {
+int allocationsLeft = -1;  // below 0: all succeed
+
+bool fails(const void* caller) {
+  if (allocationsLeft < 0) return false;
+  Dl_info info = {};
+  if (dladdr(caller, &info) == 0 || std::strstr(info.dli_fname, "MacOS/QuickDrawTVK") == nullptr) return false;
+  return allocationsLeft-- == 0;
+}
+}  // namespace
+extern "C" __attribute__((visibility("default"))) void* malloc(std::size_t size) {
+  return fails(__builtin_return_address(0)) ? nullptr : __libc_malloc(size);
+}
+extern "C" __attribute__((visibility("default"))) void* calloc(std::size_t count, std::size_t size) {
+  return fails(__builtin_return_address(0)) ? nullptr : __libc_calloc(count, size);
+}
+#endif
 
 namespace {
 
@@ -174,4 +202,176 @@ TEST_F(Sweep, AWholeSideMissing) {
     runEverything();
     mayLose();  // what gives back is among them
   }
+}
+
+TEST_F(Sweep, EachAnswerOfTheHostsAndOfQuickDrawsIsNothing) {
+  const std::pair<const char*, std::function<void()>> answers[] = {
+      {"no string", [] { spy::host::REALBuildString::instead = [](const void*, std::int32_t) { return nullptr; }; }},
+      {"no conversion",
+       [] { spy::host::REALConvertString::instead = [](REALstringStruct*, std::uint32_t) { return nullptr; }; }},
+      {"no string data",
+       [] {
+         spy::host::PluginGetStringData::instead = [](REALstringStruct*, std::uint32_t, REALstringData*) {
+           return '\0';
+         };
+       }},
+      {"no bytes", [] { spy::host::StringGetCString::instead = [](REALstringStruct*) { return nullptr; }; }},
+      {"no block", [] { spy::host::REALNewMemoryBlock::instead = [](std::int32_t) { return nullptr; }; }},
+      {"a block without an address",
+       [] { spy::host::REALMemoryBlockGetPtr::instead = [](REALmemoryBlockStruct*) { return nullptr; }; }},
+      {"a block of negative size",
+       [] { spy::host::REALMemoryBlockGetSize::instead = [](REALmemoryBlockStruct*) { return -5; }; }},
+      {"no exception object", [] { spy::host::REALnewInstance::instead = [](const char*) { return nullptr; }; }},
+      {"no handle", [] { spy::system::NewHandle::instead = [](std::int32_t) { return nullptr; }; }},
+      {"no picture", [] { spy::qd::OpenCPicture::instead = [](const OpenCPicParams*) { return nullptr; }; }},
+      {"no world",
+       [] {
+         spy::qd::NewGWorld::instead = [](GWorldPtr*, std::int16_t, const Rect*, CTabHandle, GDHandle,
+                                          std::uint32_t) -> OSErr { return -108; };
+       }},
+      {"no table", [] { spy::qd::GetCTable::instead = [](std::int16_t) { return nullptr; }; }},
+      {"no region", [] { spy::qd::NewRgn::instead = [] { return nullptr; }; }},
+      {"no polygon", [] { spy::qd::OpenPoly::instead = [] { return nullptr; }; }},
+      {"no pixels", [] { spy::qd::GetGWorldPixMap::instead = [](GWorldPtr) { return nullptr; }; }},
+      {"no lock", [] { spy::qd::LockPixels::instead = [](PixMapHandle) { return '\0'; }; }},
+      {"no bitmap", [] { spy::qd::GetPortBitMapForCopyBits::instead = [](CGrafPtr) { return nullptr; }; }},
+  };
+  for (const auto& [what, answer] : answers) {
+    for (const double version : {2011.0, 2012.5, 2014.0}) {
+      SCOPED_TRACE(std::string(what) + " in " + std::to_string(version));
+      spy::reset();
+      if (version < 2012.9) spy::absent = {"PluginGetStringData", "PluginDisposeStringData"};
+      start(version);
+      answer();
+      runEverything();
+    }
+  }
+}
+
+#ifndef __SANITIZE_ADDRESS__
+TEST_F(Sweep, EachAllocationFails) {
+  // A host whose data isn't terminated makes the plug-in copy it.
+  const auto unterminated = [](REALstringStruct*, std::uint32_t encoding, REALstringData* out) {
+    static const char text[] = {'o', 'p', 'e', 'n', '!'};
+    *out = {text, 4, encoding, {}};
+    return static_cast<unsigned char>(1);
+  };
+  for (const double version : {2011.0, 2012.0, 2014.0}) {
+    int n = 0;
+    for (bool reached = true; reached; ++n) {
+      SCOPED_TRACE("allocation " + std::to_string(n) + " in " + std::to_string(version));
+      spy::reset();
+      if (version == 2012.0) spy::absent = {"PluginGetStringData", "PluginDisposeStringData"};
+      if (version == 2014.0) {
+        spy::host::PluginGetStringData::instead = unterminated;
+        spy::host::PluginDisposeStringData::instead = [](REALstringData*) {};
+      }
+      allocationsLeft = n;
+      start(version);
+      runEverything();
+      reached = allocationsLeft < 0;
+      allocationsLeft = -1;
+      const bool isFirstHost = version == 2011.0 && n < 7;
+      if (!isFirstHost) {
+        EXPECT_TRUE(host().classes().contains("MacPictTVK"));
+      }
+    }
+    EXPECT_GT(n, 1) << "no allocation was reached";
+  }
+}
+#endif
+
+TEST_F(Sweep, ExtremeNumbersInEveryRowOnEveryDepth) {
+  const std::int32_t values[] = {0,      1,     -1,    32766,     32767,         32768,     -32767,       -32768,
+                                 -32769, 65535, 65536, INT32_MAX, INT32_MAX - 1, INT32_MIN, INT32_MIN + 1};
+  start();
+  for (const int depth : {1, 2, 4, 8, 16, 32}) {
+    SCOPED_TRACE(depth);
+    const Object canvas = host().newPicture(24, 18, depth);
+    const Object graphics = host().graphicsOf(canvas);
+    const Object other = host().newPicture(20, 30, depth == 8 ? 32 : 8);
+    const Object recorder = this->recorder(30, 20);
+    host().call(recorder, "PaintOval", {2, 2, 20, 15});
+    host().call(recorder, "DrawString", {host().string("x"), 3, 9});
+    host().call(recorder, "ClosePicture");
+    const Value picture = host().get(recorder, "PicHandleData");
+
+    const auto runExtremes = [&](const Object& object, const std::vector<runtime::Method>& methods) {
+      for (const auto& method : methods) {
+        const auto& parameters = method.declaration.parameters;
+        if (method.declaration.name == "Close" || method.declaration.name == "MakePicture") continue;
+        const bool takesWorld = !parameters.empty() && parameters[0].name == "GWorldHandle";
+        for (const std::int32_t value : values) {
+          // Each number alone, then all of them.
+          for (std::size_t which = 0; which <= parameters.size(); ++which) {
+            std::vector<Value> arguments;
+            for (std::size_t i = 0; i < parameters.size(); ++i) {
+              if (parameters[i].type == runtime::Type::integer) {
+                const bool isExtreme = (i == which || which == parameters.size()) && !(takesWorld && i == 0);
+                arguments.push_back(takesWorld && i == 0 ? Value(host().worldOf(canvas))
+                                                         : Value(isExtreme ? value : 9));
+              } else if (parameters[i].type == runtime::Type::picture) {
+                arguments.push_back(other);
+              } else if (parameters[i].type == runtime::Type::graphics) {
+                arguments.push_back(graphics);
+              } else if (parameters[i].type == runtime::Type::integerArray) {
+                arguments.push_back(host().integers({value, 1, 2, value, value, value, 3, 4}));
+              } else {
+                arguments.push_back(argument(parameters[i].type, false));
+              }
+            }
+            host().call(graphics, "DrawArcTVK", {0, 0, 0, 0, 0, 0});  // commands go to the canvas
+            attempt([&] { host().call(object, method.declaration.name, arguments); });
+          }
+          const auto type = method.declaration.result;
+          if (method.setter != nullptr && (type == runtime::Type::integer || type == runtime::Type::color)) {
+            attempt([&] { host().set(object, method.declaration.name, value); });
+          }
+        }
+        if (method.declaration.name == "CreatePicture") host().set(object, "PicHandleData", picture);
+      }
+    };
+    runExtremes(recorder, host().classes().at("MacPictTVK").methods);
+    runExtremes(canvas, host().classes().at("Picture").methods);
+    runExtremes(graphics, host().classes().at("graphics").methods);
+    host().call(recorder, "Close");
+  }
+  for (const std::int32_t value : values) {
+    for (const int depth : {1, 8, 32}) {
+      attempt([&] { host().call("NewGrayPictureTVK", {value, 9, depth, false}); });
+      attempt([&] { host().call("NewColorPictureTVK", {9, value, value == 9 ? depth : value, false}); });
+    }
+  }
+}
+
+TEST_F(Sweep, ManyAndLong) {
+#ifdef __SANITIZE_ADDRESS__
+  constexpr int kCommands = 100000;
+#else
+  constexpr int kCommands = 1000000;
+#endif
+  // Commands of a fixed length: the picture grows by them and by nothing else.
+  spy::muted = true;
+  {
+    const Object recorder = this->recorder(1000, 1000);
+    for (int i = 0; i < kCommands; ++i) host().call(recorder, "PaintRect", {i % 900, i % 700, 5, 5});
+    host().call(recorder, "ClosePicture");
+    const std::string picture = bytes(host().get(recorder, "PicHandleData"));
+    EXPECT_EQ(picture.size(), 40U + 12U + 10U * kCommands + 2U);
+    host().call(recorder, "DrawpictureIntoGWorld", {host().worldOf(host().newPicture(50, 50, 8)), 0, 0, 50, 50});
+    EXPECT_EQ(qd::lastPlayback().played, kCommands + 2);
+  }
+  for (int i = 0; i < 10000; ++i) {
+    const Object recorder = this->recorder();
+    host().call(recorder, "PaintOval", {0, 0, 9, 9});
+  }
+  // The largest frame, and a text of which every byte counts.
+  const Object large = this->recorder(32767, 32767);
+  host().call(large, "PaintRect", {0, 0, 32767, 32767});
+  host().call(large, "DrawString", {host().string(std::string(40000, 'w')), 0, 100});
+  host().call(large, "ClosePicture");
+  EXPECT_GT(bytes(host().get(large, "PicHandleData")).size(), 32767U);
+  host().call(large, "DrawpictureIntoGWorld", {host().worldOf(host().newPicture(60, 60)), 0, 0, 60, 60});
+  EXPECT_FALSE(qd::lastPlayback().error);
+  spy::muted = false;
 }

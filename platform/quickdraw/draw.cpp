@@ -95,7 +95,7 @@ void draw(Port& port, const TextCommand& text) {
                   : mode == srcCopy           ? patOr
                                               : mode + patCopy,
                   state.colors);
-  scanText(style, text.at, text.bytes, painter);
+  scanText(style, text.at, text.bytes, clip.bounds(), painter);
 }
 
 void draw(Port& port, const BitsCommand& bits) {

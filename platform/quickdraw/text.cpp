@@ -21,7 +21,7 @@ enum Face : std::uint8_t {
 };
 
 constexpr int kDefaultSize = 12;
-constexpr int kMostSize = 4096;  // beyond it the outlines are drawn at this size
+constexpr int kMostSize = 2048;  // beyond it the outlines are drawn at this size
 constexpr std::uint8_t kHalfCovered = 128;
 constexpr std::size_t kMostGlyphs = 4096;  // remembered
 
@@ -110,19 +110,25 @@ int textWidth(const TextState& style, std::string_view bytes) {
   return static_cast<int>(width);
 }
 
-void scanText(const TextState& style, Point at, std::string_view bytes, RunSink& sink) {
+void scanText(const TextState& style, Point at, std::string_view bytes, const Box& clip, RunSink& sink) {
   const Typeface typeface(style);
   std::vector<Run> runs;
   int pen = at.h;
+  // No character goes further than twice its size from where it stands.
+  const int reach = 2 * std::max(typeface.size.h, typeface.size.v) + 8;
+  const bool isNear = at.v + reach > clip.top && at.v - reach < clip.bottom;
   for (const char byte : bytes) {
-    for (const Run& run : runsOf(typeface, unicodeOf(static_cast<unsigned char>(byte)))) {
-      runs.push_back({at.v + run.y, pen + run.left, pen + run.right});
-    }
+    if (pen - reach >= clip.right) break;
+    const int here = pen;
     pen += advanceOf(typeface, style, static_cast<unsigned char>(byte));
+    if (!isNear || here + reach <= clip.left) continue;
+    for (const Run& run : runsOf(typeface, unicodeOf(static_cast<unsigned char>(byte)))) {
+      runs.push_back({at.v + run.y, here + run.left, here + run.right});
+    }
   }
   if ((style.face & kUnderline) != 0) {
     const int thickness = std::max(1, typeface.size.v / 24);
-    for (int y = 0; y < thickness; ++y) runs.push_back({at.v + 1 + y, at.h, pen});
+    for (int y = 0; y < thickness; ++y) runs.push_back({at.v + 1 + y, at.h, at.h + textWidth(style, bytes)});
   }
   const Region text = merged(std::move(runs));
   const bool isHollow = (style.face & (kOutline | kShadow)) != 0;

@@ -99,6 +99,9 @@ Method readMethod(const std::uint32_t* row, bool hasAttributes) {
                 "\" can't be read; one like \"Name(x as integer) as string\" would work.");
   }
   if (record.handler == nullptr) throw Error("The plug-in's method " + declaration->name + " has no handler.");
+  if (record.attributes == nullptr && record.attributeCount != 0) {
+    throw Error("The plug-in's method " + declaration->name + " counts attributes that aren't there.");
+  }
   Method method = {*declaration, record.handler, record.setter, {}};
   for (std::uint32_t i = 0; i < record.attributeCount; ++i) {
     method.attributes.emplace_back(record.attributes[i].name, record.attributes[i].value);
@@ -154,14 +157,14 @@ void Host::load(const std::filesystem::path& path, Resolver resolver) {
   if (entry == nullptr) throw Error("The plug-in \"" + path.string() + "\" has no REALPluginMain.");
   bundles_.push_back(std::move(bundle));
   reinterpret_cast<void (*)(Resolver)>(entry)(resolver);
-  if (refused_) throw Error(*std::exchange(refused_, std::nullopt));
+  if (const auto refusal = takeRefusal()) throw Error(*refusal);
 }
 
 void Host::addClass(REALclassDefinition* record, bool isExtension) {
   try {
     readClass(record, isExtension);
   } catch (const Error& error) {
-    refused_ = error;  // nothing is thrown through the plug-in
+    refused_ = error.what();
   }
 }
 
@@ -170,7 +173,7 @@ void Host::addGlobalMethod(const REALmethodDefinition* row) {
     const bool hasAttributes = recordVersion_ >= kFirstRecordsWithAttributes;
     globalMethods_.push_back(readMethod(reinterpret_cast<const std::uint32_t*>(row), hasAttributes));
   } catch (const Error& error) {
-    refused_ = error;
+    refused_ = error.what();
   }
 }
 
@@ -185,7 +188,8 @@ void Host::readClass(REALclassDefinition* record, bool isExtension) {
   }
   if (record->name == nullptr || record->methodCount > 10000 || record->propertyCount > 10000 ||
       (record->methods == nullptr && record->methodCount != 0) ||
-      (record->properties == nullptr && record->propertyCount != 0)) {
+      (record->properties == nullptr && record->propertyCount != 0) ||
+      (hasAttributes && record->attributes == nullptr && record->attributeCount != 0)) {
     throw Error("The plug-in's class record makes no sense: it has no name, or counts rows that aren't there.");
   }
   ClassInfo info;
@@ -200,6 +204,10 @@ void Host::readClass(REALclassDefinition* record, bool isExtension) {
   const auto* property = reinterpret_cast<const std::uint32_t*>(record->properties);
   for (std::uint32_t i = 0; i < record->propertyCount; ++i, property += words.property) {
     const auto* row = reinterpret_cast<const REALproperty*>(property);
+    if (row->name == nullptr) throw Error("A property of the plug-in's class " + info.name + " has no name.");
+    if (row->getter == kREALstandardAccess && std::uint64_t{row->parameter} + sizeof(std::int32_t) > info.dataSize) {
+      throw Error("The plug-in's property \"" + std::string(row->name) + "\" lies outside its class's data.");
+    }
     info.properties.push_back({row->name, row->setter == kREALstandardAccess, row->parameter});
   }
   if (hasAttributes) {
@@ -347,7 +355,8 @@ Object Host::newPicture(int width, int height, int depth) const {
   GWorldPtr world = nullptr;
   if (NewGWorld(&world, static_cast<std::int16_t>(depth), &bounds, nullptr, nullptr, 0) != 0) {
     throw Error("A picture of " + std::to_string(width) + "x" + std::to_string(height) + " pixels at depth " +
-                std::to_string(depth) + " can't be made; 1x1 to 32767x32767 at 1, 2, 4, 8, 16 or 32 would work.");
+                std::to_string(depth) +
+                " can't be made; one of a few thousand pixels a side at 1, 2, 4, 8, 16 or 32 would work.");
   }
   auto picture = std::make_unique<PictureObject>();
   picture->kind = kPictureKindGWorld;

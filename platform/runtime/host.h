@@ -139,6 +139,8 @@ class Host {
   void addGlobalMethod(const REALmethodDefinition* row);
   REALobjectStruct* instanceOf(const std::string& className);
   void raise(REALobjectStruct* exception) { raised_ = *as<ExceptionObject>(exception); }
+  // What was wrong with a record, till somebody asks.
+  std::optional<std::string> takeRefusal() { return std::exchange(refused_, std::nullopt); }
   // The exception that was raised since somebody last asked.
   std::optional<ExceptionObject> takeRaised() { return std::exchange(raised_, std::nullopt); }
 
@@ -155,7 +157,7 @@ class Host {
   std::map<std::string, ClassInfo> classes_;
   std::vector<Method> globalMethods_;
   std::optional<ExceptionObject> raised_;
-  std::optional<Error> refused_;  // what was wrong with a record, till the plug-in's entry point has returned
+  std::optional<std::string> refused_;  // nothing is thrown through a plug-in
   struct Unload {
     void operator()(void* bundle) const;
   };

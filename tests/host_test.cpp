@@ -1,0 +1,118 @@
+// The platform's host: mistakes in host code, and plug-ins that can't be trusted.
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "tests/fixture.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct HostTest : PluginTest {
+  // What an action says is wrong.
+  template <class Action>
+  std::string mistake(Action action) {
+    try {
+      action();
+    } catch (const runtime::Error& error) {
+      return error.what();
+    }
+    return "nothing";
+  }
+};
+
+// Records for a plug-in that tells version 12.
+struct FakePlugin {
+  REALmethodDefinition method = {reinterpret_cast<REALhandler>(&nothing), nullptr, "Do(x as integer)", 0, 0, nullptr};
+  REALproperty property = {0, "P", "Integer", 0, -1, 0, 0, {}};
+  REALclassDefinition record = {.version = 12,
+                                .name = "Fake",
+                                .dataSize = 4,
+                                .properties = &property,
+                                .propertyCount = 1,
+                                .methods = &method,
+                                .methodCount = 1};
+  static void nothing() {}
+};
+
+}  // namespace
+
+TEST_F(HostTest, ToldOfMistakesInHostCode) {
+  const Object recorder = this->recorder();
+  EXPECT_EQ(mistake([&] { host().call(recorder, "PaintHexagon"); }),
+            "The class MacPictTVK has no method \"PaintHexagon\".");
+  EXPECT_EQ(mistake([&] { host().call(recorder, "paintrect", {1, 2}); }), "PaintRect takes 4 arguments, not 2.");
+  EXPECT_EQ(mistake([&] {
+              host().call(recorder, "LineTo", {1, true});
+            }),
+            "LineTo takes integer for \"v\", not a boolean.");
+  EXPECT_EQ(mistake([&] { host().call(recorder, "DrawText", {recorder}); }),
+            "DrawText takes string for \"s\", not an object.");
+  EXPECT_EQ(mistake([&] {
+              host().call(recorder, "Drawpicture", {recorder, 0, 0, 1, 1});
+            }),
+            "Drawpicture takes graphics for \"g\", not an object.");
+  EXPECT_EQ(mistake([&] {
+              host().call("NewGrayPictureTVK", {1, 1, Value(), false});
+            }),
+            "NewGrayPictureTVK takes integer for \"depth\", not nil.");
+  EXPECT_EQ(mistake([&] { host().call("NewPinkPictureTVK", std::vector<Value>()); }),
+            "There is no global method \"NewPinkPictureTVK\".");
+  EXPECT_EQ(mistake([&] { host().get(recorder, "Depth"); }), "The class MacPictTVK has no property \"Depth\".");
+  EXPECT_EQ(mistake([&] { host().set(recorder, "Width", 5); }), "\"Width\" can't be set.");
+  EXPECT_EQ(mistake([&] { host().set(recorder, "PicHandle", true); }),
+            "\"PicHandle\" takes an integer, not a boolean.");
+  EXPECT_EQ(mistake([&] { host().make("graphics"); }), "There is no class \"graphics\" to make an object of.");
+}
+
+TEST_F(HostTest, RefusesWhatIsNoPlugin) {
+  Host& h = start();
+  const fs::path folder = fs::temp_directory_path() / ("host-test-" + std::to_string(getpid()));
+  fs::create_directories(folder / "Text.bundle/Contents/MacOS");
+  fs::create_directories(folder / "Empty.bundle");
+  fs::create_directories(folder / "Other.bundle/Contents/MacOS");
+  std::ofstream(folder / "file.bundle") << "a file";
+  std::ofstream(folder / "Text.bundle/Contents/MacOS/Text") << "no executable";
+  fs::create_symlink(fs::path(BUNDLE).parent_path() / "Frameworks/CoreServices.framework/CoreServices",
+                     folder / "Other.bundle/Contents/MacOS/Other");
+  const auto says = [&](const char* name, const char* what) {
+    const std::string text = mistake([&] { h.load(folder / name); });
+    EXPECT_NE(text.find(what), std::string::npos) << name << ": " << text;
+  };
+  says("none.bundle", "there is no bundle at that place");
+  says("file.bundle", "there is no bundle at that place");
+  says("Empty.bundle", "it has no executable for this machine");
+  says("Text.bundle", "it has no executable for this machine");
+  says("Other.bundle", "has no REALPluginMain");
+  fs::remove_all(folder);
+}
+
+TEST_F(HostTest, RefusesRecordsThatMakeNoSense) {
+  Host& h = start();
+  const auto refusal = [&](const std::function<void(FakePlugin&)>& spoil) {
+    FakePlugin plugin;
+    spoil(plugin);
+    h.addClass(&plugin.record, false);
+    return h.takeRefusal().value_or("none");
+  };
+  EXPECT_EQ(refusal([](FakePlugin&) {}), "none");
+  EXPECT_NE(refusal([](FakePlugin& p) { p.record.version = 11; }).find("is of version 11, but it told 12"),
+            std::string::npos);
+  EXPECT_NE(refusal([](FakePlugin& p) { p.record.name = nullptr; }).find("makes no sense"), std::string::npos);
+  EXPECT_NE(refusal([](FakePlugin& p) { p.record.methodCount = 0xFFFFFFFF; }).find("makes no sense"),
+            std::string::npos);
+  EXPECT_NE(refusal([](FakePlugin& p) { p.record.methods = nullptr; }).find("makes no sense"), std::string::npos);
+  EXPECT_NE(refusal([](FakePlugin& p) { p.property.parameter = 4; }).find("\"P\" lies outside"), std::string::npos);
+  EXPECT_NE(refusal([](FakePlugin& p) { p.property.name = nullptr; }).find("has no name"), std::string::npos);
+  EXPECT_NE(refusal([](FakePlugin& p) { p.method.handler = nullptr; }).find("method Do has no handler"),
+            std::string::npos);
+  EXPECT_NE(refusal([](FakePlugin& p) { p.method.attributeCount = 3; }).find("counts attributes that aren't there"),
+            std::string::npos);
+  for (const char* text : {"", "Do(", "Do(x)", "Do(x as colour)", "Do(x as integer", "Do as", "Do(x() as string)",
+                           "Do(x as integer) as integer more", static_cast<const char*>(nullptr)}) {
+    EXPECT_NE(refusal([&](FakePlugin& p) { p.method.declaration = text; }).find("can't be read"), std::string::npos)
+        << (text != nullptr ? text : "null");
+  }
+}
