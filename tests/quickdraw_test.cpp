@@ -144,6 +144,12 @@ TEST_F(QuickDraw, RegionsCombineAsSetsOfPixels) {
     ASSERT_TRUE(again);
     EXPECT_EQ(*again, a);
   }
+  // An edge at the number that ends a row is brought in.
+  const Region far = unite(Region(Box(0, 0, 9, 40000)), Region(Box(20, 0, 32767, 5)));
+  const auto words = far.inversionPoints();
+  const auto near = Region::fromInversionPoints(far.bounds(), std::span(words).subspan(5));
+  ASSERT_TRUE(near);
+  EXPECT_EQ(near->bounds(), Box(0, 0, 32766, 32766));
   const std::int16_t unsorted[] = {0, 5, 3, 0x7FFF, 9, 3, 5, 0x7FFF, 0x7FFF};
   EXPECT_FALSE(Region::fromInversionPoints(Box(0, 0, 9, 9), unsorted));
   const std::int16_t open[] = {0, 3, 5, 0x7FFF, 0x7FFF};

@@ -90,6 +90,9 @@ Region Region::mapped(const Mapping& mapping) const {
 }
 
 std::vector<std::int16_t> Region::inversionPoints() const {
+  // 32767 ends a row, so no edge may lie there or beyond.
+  const Box most(-32768, -32768, kEnd - 1, kEnd - 1);
+  if (!empty() && !isRect() && !most.contains(bounds_)) return intersect(*this, Region(most)).inversionPoints();
   const Rect box = toRect(bounds_);
   std::vector<std::int16_t> words = {10, box.top, box.left, box.bottom, box.right};
   if (empty() || isRect()) return words;
