@@ -82,6 +82,12 @@ TEST_F(QuickDraw, ScannersStayInTheirRectangleAndEnd) {
    private:
     Box limit_;
   };
+  for (const int width : {1, 2, 3}) {
+    const Box thin(-32768, 0, 32767, width);
+    Bounds sink(thin);
+    scanRoundBox(RoundBox::oval(thin), sink);
+    scanFrame(RoundBox::oval(thin), {1, 1}, sink);
+  }
   std::mt19937 random(7);
   const auto any = [&](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
   for (int i = 0; i < 400; ++i) {
@@ -101,6 +107,26 @@ TEST_F(QuickDraw, ScannersStayInTheirRectangleAndEnd) {
     Bounds swept(Box(std::min(from.v, to.v), std::min(from.h, to.h), std::max(from.v, to.v) + std::max<int>(pen.v, 0),
                      std::max(from.h, to.h) + std::max<int>(pen.h, 0)));
     scanLine(from, to, pen, swept);
+  }
+}
+
+TEST_F(QuickDraw, ColoursGoToTheNearestEntry) {
+  std::mt19937 random(5);
+  for (const int id : {33, 34, 36, 40, 66, 68, 72}) {
+    const ColorTablePtr table = ColorTable::byId(id);
+    const auto distance = [](const RGBColor& a, const RGBColor& b) {
+      const std::int64_t d[] = {a.red - b.red, a.green - b.green, a.blue - b.blue};
+      return d[0] * d[0] + d[1] * d[1] + d[2] * d[2];
+    };
+    for (int i = 0; i < 3000; ++i) {
+      const auto any = [&] { return static_cast<std::uint16_t>(random()); };
+      const RGBColor color = {any(), any(), any()};
+      std::size_t best = 0;
+      for (std::size_t k = 1; k < table->colors().size(); ++k) {
+        if (distance(table->colors()[k], color) < distance(table->colors()[best], color)) best = k;
+      }
+      ASSERT_EQ(table->nearest(color), best) << id;
+    }
   }
 }
 

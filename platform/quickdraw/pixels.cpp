@@ -139,25 +139,56 @@ ColorTablePtr ColorTable::byId(int id) {
 
 ColorTablePtr ColorTable::standard(int depth) { return byId(depth == 1 ? 33 : 64 + depth); }
 
+// An entry can be nearest in a cell only if its least distance to it isn't above some entry's greatest.
+ColorTable::Candidates ColorTable::candidatesOf(std::size_t cell) const {
+  constexpr int kSide = 0x10000 >> kCellBits;
+  constexpr std::size_t kMask = (std::size_t{1} << kCellBits) - 1;
+  struct Distances {
+    std::int64_t least = 0, most = 0;
+  };
+  const auto distances = [cell](const RGBColor& color) {
+    const int components[] = {color.blue, color.green, color.red};
+    Distances sum;
+    for (int i = 0; i < 3; ++i) {
+      const int low = static_cast<int>(cell >> (i * kCellBits) & kMask) * kSide;
+      const std::int64_t below = low - components[i];
+      const std::int64_t above = components[i] - (low + kSide - 1);
+      const std::int64_t outside = std::max({below, above, std::int64_t{0}});
+      const std::int64_t across = std::max(std::abs(below), std::abs(above));
+      sum.least += outside * outside;
+      sum.most += across * across;
+    }
+    return sum;
+  };
+  std::int64_t bound = INT64_MAX;
+  for (const RGBColor& color : colors_) bound = std::min(bound, distances(color).most);
+  Candidates candidates;
+  for (std::size_t i = 0; i < colors_.size(); ++i) {
+    if (distances(colors_[i]).least <= bound) candidates.push_back(static_cast<std::uint16_t>(i));
+  }
+  return candidates;
+}
+
 std::uint32_t ColorTable::nearest(const RGBColor& color) const {
-  const std::uint64_t key = std::uint64_t{color.red} << 32 | std::uint64_t{color.green} << 16 | color.blue;
-  Remembered& remembered = cache_[key * 0x9E3779B97F4A7C15U >> 54];
-  if (remembered.key == key) return remembered.index;
+  constexpr int kShift = 16 - kCellBits;
+  const std::size_t cell = std::size_t{color.red} >> kShift << 2 * kCellBits |
+                           std::size_t{color.green} >> kShift << kCellBits | std::size_t{color.blue} >> kShift;
+  Candidates& candidates = cells_[cell];
+  if (candidates.empty()) candidates = candidatesOf(cell);
 
   std::int64_t best = INT64_MAX;
-  std::uint32_t index = 0;
-  for (std::uint32_t i = 0; i < colors_.size() && best > 0; ++i) {
+  std::uint32_t nearest = 0;
+  for (const std::uint16_t i : candidates) {
     const std::int64_t red = colors_[i].red - color.red;
     const std::int64_t green = colors_[i].green - color.green;
     const std::int64_t blue = colors_[i].blue - color.blue;
     const std::int64_t distance = red * red + green * green + blue * blue;
     if (distance < best) {
       best = distance;
-      index = i;
+      nearest = i;
     }
   }
-  remembered = {key, index};
-  return index;
+  return nearest;
 }
 
 std::uint32_t PixelMap::pixelOf(const RGBColor& color) const {

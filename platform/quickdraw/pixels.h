@@ -31,12 +31,14 @@ class ColorTable {
   std::uint32_t nearest(const RGBColor& color) const;
 
  private:
-  struct Remembered {
-    std::uint64_t key = ~std::uint64_t{0};
-    std::uint32_t index = 0;
-  };
+  // The colours fall into cells by the high bits of their components. Of a cell that was asked for, those entries are
+  // known that are the nearest to some colour in it.
+  static constexpr int kCellBits = 4;
+  using Candidates = std::vector<std::uint16_t>;
+  Candidates candidatesOf(std::size_t cell) const;
+
   std::vector<RGBColor> colors_;
-  mutable std::array<Remembered, 1024> cache_;
+  mutable std::vector<Candidates> cells_ = std::vector<Candidates>(std::size_t{1} << 3 * kCellBits);
 };
 
 using ColorTablePtr = std::shared_ptr<const ColorTable>;
