@@ -113,7 +113,7 @@ TEST_F(QuickDraw, ScannersStayInTheirRectangleAndEnd) {
 TEST_F(QuickDraw, ColoursGoToTheNearestEntry) {
   std::mt19937 random(5);
   for (const int id : {33, 34, 36, 40, 66, 68, 72}) {
-    const ColorTablePtr table = ColorTable::byId(id);
+    const ColorTablePtr table = qd::ColorTable::byId(id);
     const auto distance = [](const RGBColor& a, const RGBColor& b) {
       const std::int64_t d[] = {a.red - b.red, a.green - b.green, a.blue - b.blue};
       return d[0] * d[0] + d[1] * d[1] + d[2] * d[2];
