@@ -1,5 +1,5 @@
 // Plays any bytes into a world of any depth.
-#include "tests/fuzz/target.h"
+#include "fuzz/target.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;

@@ -1,5 +1,5 @@
 // What is played, recorded again and played from the recording comes out the same.
-#include "tests/fuzz/target.h"
+#include "fuzz/target.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;

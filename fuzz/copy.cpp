@@ -1,5 +1,5 @@
 // Copies between maps of any depth, with any rectangles and modes, and scrolling.
-#include "tests/fuzz/target.h"
+#include "fuzz/target.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 4) return 0;
