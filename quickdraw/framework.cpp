@@ -4,9 +4,6 @@
 namespace quickdraw {
 namespace {
 
-constexpr std::int16_t kOnAppropriateDisk = -32767;
-constexpr OSType kFrameworksFolder = 0x6672616D;  // 'fram'
-
 CFBundleRef ApplicationServicesFramework = nullptr;
 
 // Holds one CoreFoundation reference, or none.
@@ -35,7 +32,7 @@ class Held {
 // The loaded bundle of a framework, or null. The reference is the caller's.
 CFBundleRef LoadFrameworkBundle(const ConstantString& name) {
   FSRef folder;
-  if (FSFindFolder(kOnAppropriateDisk, kFrameworksFolder, 1, &folder) != 0) return nullptr;
+  if (FSFindFolder(kOnAppropriateDisk, kFrameworksFolderType, 1, &folder) != 0) return nullptr;
 
   const Held folderURL(CFURLCreateFromFSRef(kCFAllocatorSystemDefault, &folder));
   if (!folderURL) return nullptr;

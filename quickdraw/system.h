@@ -10,6 +10,10 @@ using CFBundleRef = struct __CFBundle*;
 using CFStringRef = const struct __CFString*;
 using ScrapRef = struct OpaqueScrapRef*;
 
+// How FSFindFolder is asked for the folder that the system's frameworks lie in.
+constexpr std::int16_t kOnAppropriateDisk = -32767;
+constexpr OSType kFrameworksFolderType = 0x6672616D;  // 'fram'
+
 struct FSRef {
   std::uint8_t hidden[80];
 };

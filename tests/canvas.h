@@ -14,7 +14,7 @@ namespace qd {
 // A port that drawing goes to, with a picture open on it if a test wants.
 class Canvas {
  public:
-  explicit Canvas(int depth, int width = 64, int height = 48, int table = 0) : depth_(depth) {
+  explicit Canvas(int depth, int width = 64, int height = 48, int table = 0) {
     const Rect bounds = MakeRect(0, 0, width, height);
     const CTabHandle colors = table != 0 ? GetCTable(static_cast<std::int16_t>(table)) : nullptr;
     EXPECT_EQ(NewGWorld(&world_, static_cast<std::int16_t>(depth), &bounds, colors, nullptr, 0), 0);
@@ -54,7 +54,6 @@ class Canvas {
   }
 
  private:
-  int depth_;
   GWorldPtr world_ = nullptr;
 };
 

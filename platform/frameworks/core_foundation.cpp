@@ -22,9 +22,6 @@ namespace {
 
 constexpr OSErr kNoErr = 0;
 constexpr OSErr kNoSuchFolder = -120;  // fnfErr's sister for folders: dirNFErr
-constexpr std::int16_t kOnAppropriateDisk = -32767;
-constexpr OSType kFrameworksFolder = 0x6672616D;  // 'fram'
-
 // What CFRelease counts. Constant strings are not among these objects.
 struct Object {
   virtual ~Object() = default;
@@ -83,7 +80,7 @@ fs::path frameworksFolder() {
 }  // namespace
 
 OSErr FSFindFolder(std::int16_t volume, OSType folder, Boolean, FSRef* found) {
-  if (volume != kOnAppropriateDisk || folder != kFrameworksFolder) return kNoSuchFolder;
+  if (volume != kOnAppropriateDisk || folder != kFrameworksFolderType) return kNoSuchFolder;
   const fs::path path = frameworksFolder();
   std::error_code error;
   if (!fs::is_directory(path, error)) return kNoSuchFolder;

@@ -139,7 +139,8 @@ void Host::load(const std::filesystem::path& path, Resolver resolver) {
   }
   FSRef root = {};
   // The frameworks' folder is as good a place to start from as any: an absolute component replaces it.
-  if (FSFindFolder(-32767, 0x6672616D, 1, &root) != 0) throw Error("The platform's frameworks can't be found.");
+  if (FSFindFolder(kOnAppropriateDisk, kFrameworksFolderType, 1, &root) != 0)
+    throw Error("The platform's frameworks can't be found.");
   const CFURLRef folder = CFURLCreateFromFSRef(kCFAllocatorSystemDefault, &root);
   const std::string text = whole.string();
   ConstantString name("");
