@@ -155,6 +155,17 @@ TEST_F(Pictures, RegionsClipAndAreDrawn) {
   Pict stretched;
   stretched.op(0x81).words(region);
   EXPECT_EQ(stretched.played(6, 3), "###...\n##....\n......\n");
+  // An empty clip is recorded too, even as the first thing.
+  Canvas canvas(32, kWidth, kHeight);
+  const Rect all = MakeRect(0, 0, kWidth, kHeight);
+  const OpenCPicParams params = PictureParams(kWidth, kHeight);
+  const PicHandle again = OpenCPicture(&params);
+  Pict closed;
+  closed.op(op::Clip).words({10, 0, 0, 0, 0}).black(1, 1, 3, 3).play(all);
+  ClosePicture();
+  DrawPicture(again, &all);
+  KillPicture(again);
+  EXPECT_EQ(canvas.picture().find('#'), std::string::npos);
 }
 
 TEST_F(Pictures, PatternsAreAnchoredToTheGrid) {

@@ -2,6 +2,8 @@
 // differs from what was last written.
 #pragma once
 
+#include <optional>
+
 #include "platform/quickdraw/bytes.h"
 #include "platform/quickdraw/command.h"
 
@@ -36,7 +38,7 @@ class PictureWriter {
   // What a reader of the picture so far takes for the port's state.
   struct Written {
     TransferColors colors;
-    Region clip;
+    std::optional<Region> clip;  // nothing before the first command
     Point penSize = {1, 1};
     int penMode = patCopy;
     Pattern penPattern{kBlack, nullptr};
