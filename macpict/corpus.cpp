@@ -1,8 +1,9 @@
-#include "macpict/corpus.h"
+// macpict corpus: all pictures below a folder, small on one sheet.
 
 #include <algorithm>
 #include <cstdio>
 
+#include "macpict/command.h"
 #include "macpict/files.h"
 #include "platform/quickdraw/lister.h"
 #include "platform/quickdraw/picture_player.h"
@@ -81,8 +82,7 @@ struct Sum {
 
 // Renders one picture, counts what became of it, and gives it small. What is wrong is thrown, or said.
 Image renderOne(Session& session, const std::string& bytes, Sum& sum, std::string& report) {
-  const qd::Bytes picture(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-  const auto header = qd::pictureHeader(picture);
+  const auto header = qd::pictureHeader(qd::bytesOf(bytes));
   if (!header || header->source.empty()) throw runtime::Error("its frame is empty");
   int width = header->source.width();
   int height = header->source.height();
@@ -106,9 +106,8 @@ Image renderOne(Session& session, const std::string& bytes, Sum& sum, std::strin
                 std::max(1, static_cast<int>(height * scale)));
 }
 
-}  // namespace
-
-bool renderCorpus(Session& session, const fs::path& folder, const fs::path& sheetPath) {
+Status renderCorpus(const fs::path& folder, const fs::path& sheetPath) {
+  Session session;
   std::error_code error;
   std::vector<fs::path> files;
   for (const auto& entry : fs::recursive_directory_iterator(folder, error)) {
@@ -139,5 +138,15 @@ bool renderCorpus(Session& session, const fs::path& folder, const fs::path& shee
   writePNG(sheetPath, sheet.image());
   std::printf("%d pictures rendered whole, %d failed; %d opcodes played, %d skipped, %d not drawn; all of them on %s\n",
               sum.whole, sum.failed, sum.played, sum.skipped, sum.undrawn, sheetPath.c_str());
-  return sum.failed == 0;
+  return sum.failed == 0 ? kDone : kFailed;
+}
+
+}  // namespace
+
+void addCorpus(CLI::App& app, Command& chosen) {
+  auto paths = std::make_shared<std::pair<std::string, std::string>>();
+  CLI::App* command = app.add_subcommand("corpus", "Render all pictures below a folder, and put them on one sheet");
+  command->add_option("DIR", paths->first, "The folder")->required()->type_name("");
+  command->add_option("SHEET.png", paths->second, "The sheet to write")->required()->type_name("");
+  command->callback([&chosen, paths] { chosen = [paths] { return renderCorpus(paths->first, paths->second); }; });
 }

@@ -33,9 +33,15 @@ void writeFile(const fs::path& path, std::string_view bytes) {
   }
 }
 
+void makeFolder(const fs::path& folder) {
+  std::error_code error;
+  fs::create_directories(folder, error);
+  if (error) throw runtime::Error("\"" + folder.string() + "\" can't be made: " + error.message() + ".");
+}
+
 std::string readPicture(const fs::path& path) {
   const std::string file = readFile(path);
-  const auto picture = qd::pictureInFile({reinterpret_cast<const std::uint8_t*>(file.data()), file.size()});
+  const auto picture = qd::pictureInFile(qd::bytesOf(file));
   if (!picture) {
     throw runtime::Error("\"" + path.string() +
                          "\" is no PICT file: no picture begins in it, at its start or behind 512 bytes.");

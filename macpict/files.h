@@ -5,9 +5,12 @@
 #include <string>
 #include <string_view>
 
-// Both throw runtime::Error with a sentence for a person.
+// All of them throw runtime::Error with a sentence for a person.
 std::string readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, std::string_view bytes);
+
+// Makes a folder, and those above it, unless it is there.
+void makeFolder(const std::filesystem::path& folder);
 
 // The picture in a PICT file, with or without the 512 bytes in front of it.
 std::string readPicture(const std::filesystem::path& path);

@@ -1,6 +1,10 @@
 #include "macpict/session.h"
 
+#include <cstdio>
 #include <cstdlib>
+
+#include "macpict/files.h"
+#include "platform/quickdraw/lister.h"
 
 namespace fs = std::filesystem;
 using runtime::Object;
@@ -9,15 +13,28 @@ using runtime::Value;
 
 namespace {
 
-// The bundle lies beside the program's folder, unless the environment names another.
-fs::path bundlePath() {
-  if (const char* named = std::getenv("MACPICT_BUNDLE")) return named;
-  return fs::read_symlink("/proc/self/exe").parent_path().parent_path() / "QuickDrawTVK.bundle";
+std::string textOf(const Value& value) {
+  if (const auto* string = std::get_if<String>(&value)) return std::string(runtime::bytesOf(string->get()));
+  const auto* object = std::get_if<Object>(&value);
+  const auto* block = object != nullptr ? runtime::as<runtime::MemoryBlock>(object->get()) : nullptr;
+  return block != nullptr ? std::string(block->bytes.begin(), block->bytes.end()) : std::string();
+}
+
+runtime::MemoryBlock& pixelsOf(const Value& value) {
+  const auto* block = std::get_if<Object>(&value);
+  if (block == nullptr) throw runtime::Error("The picture's pixels can't be read.");
+  return *runtime::as<runtime::MemoryBlock>(block->get());
 }
 
 }  // namespace
 
-Session::Session() { host_.load(bundlePath()); }
+// They lie beside the program's folder.
+fs::path installed(const char* name) { return fs::read_symlink("/proc/self/exe").parent_path().parent_path() / name; }
+
+Session::Session(double hostVersion) : host_(hostVersion) {
+  const char* named = std::getenv("MACPICT_BUNDLE");
+  host_.load(named != nullptr ? fs::path(named) : installed("QuickDrawTVK.bundle"));
+}
 
 Object Session::record(int width, int height) {
   Object recorder = host_.make("MacPictTVK");
@@ -31,22 +48,35 @@ Object Session::recorderWith(std::string_view picture) {
   return recorder;
 }
 
-std::string Session::bytesOf(const Object& recorder) {
-  const Value value = host_.get(recorder, "PicHandleData");
-  const auto* string = std::get_if<String>(&value);
-  return string != nullptr ? std::string(runtime::bytesOf(string->get())) : std::string();
-}
+std::string Session::bytesOf(const Object& recorder) { return textOf(host_.get(recorder, "PicHandleData")); }
 
-Object Session::picture(int width, int height) { return host_.newPicture(width, height); }
-
-Object Session::picture(int width, int height, int depth, bool isGray) {
-  const Value made = host_.call(isGray ? "NewGrayPictureTVK" : "NewColorPictureTVK", {width, height, depth, false});
+Object Session::picture(int width, int height, PictureKind kind) {
+  if (kind.depth == 0 && !kind.isGray) return host_.newPicture(width, height);
+  const int depth = kind.depth != 0 ? kind.depth : 8;
+  const Value made =
+      host_.call(kind.isGray ? "NewGrayPictureTVK" : "NewColorPictureTVK", {width, height, depth, false});
   const auto* picture = std::get_if<Object>(&made);
   if (picture == nullptr) {
     throw runtime::Error("A picture of " + std::to_string(width) + "x" + std::to_string(height) + " pixels at depth " +
                          std::to_string(depth) + " can't be made; depths 1, 2, 4, 8, 16, 24 and 32 would work.");
   }
   return *picture;
+}
+
+Object Session::pictureOf(const Image& image, PictureKind kind) {
+  Object deep = picture(image.width, image.height);
+  const auto rowBytes = static_cast<std::size_t>(std::get<std::int32_t>(host_.get(deep, "GWorldPixelRowBytesTVK")));
+  const auto width = static_cast<std::size_t>(image.width);
+  std::string pixels(rowBytes * static_cast<std::size_t>(image.height), '\0');
+  for (std::size_t y = 0; y < static_cast<std::size_t>(image.height); ++y) {
+    for (std::size_t x = 0; x < width; ++x)
+      pixels.replace(y * rowBytes + x * 4 + 1, 3, image.rgb, (y * width + x) * 3, 3);
+  }
+  host_.set(deep, "GWorldPixelDataTVK", host_.block(pixels));
+  if (kind.depth == 0 && !kind.isGray) return deep;
+  Object shallow = picture(image.width, image.height, kind);
+  copy(deep, shallow, 0, 0);
+  return shallow;
 }
 
 void Session::play(const Object& recorder, const Object& picture, int x, int y, int width, int height) {
@@ -67,11 +97,9 @@ Image Session::imageOf(const Object& picture) {
   const auto [width, height] = sizeOf(picture);
   Object deep = this->picture(width, height);
   copy(picture, deep, 0, 0);
-  const Value data = host_.get(deep, "GWorldPixelDataTVK");
-  const auto* block = std::get_if<Object>(&data);
-  if (block == nullptr) throw runtime::Error("The picture's pixels can't be read.");
+  const Value pixels = host_.get(deep, "GWorldPixelDataTVK");
+  const auto& bytes = pixelsOf(pixels).bytes;
   const auto rowBytes = static_cast<std::size_t>(std::get<std::int32_t>(host_.get(deep, "GWorldPixelRowBytesTVK")));
-  const auto& bytes = runtime::as<runtime::MemoryBlock>(block->get())->bytes;
 
   Image image{width, height, {}};
   image.rgb.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
@@ -80,4 +108,36 @@ Image Session::imageOf(const Object& picture) {
     for (int x = 0; x < width; ++x, pixel += 4) image.rgb.append(pixel + 1, 3);
   }
   return image;
+}
+
+std::string Session::exported(const Object& picture) { return textOf(host_.get(picture, "PicHandleDataTVK")); }
+
+void Session::save(const Value& value, const fs::path& path) {
+  const auto* object = std::get_if<Object>(&value);
+  const bool isPicture = object != nullptr && runtime::as<runtime::PictureObject>(object->get()) != nullptr;
+  const bool isBytes = !isPicture && (object != nullptr || std::holds_alternative<String>(value));
+  if (!isPicture && !isBytes) throw runtime::Error("Save takes a picture, a string or a memory block.");
+  const std::string ending = path.extension().string();
+  if (ending == ".pict" || ending == ".pct") return writePicture(path, isPicture ? exported(*object) : textOf(value));
+  if (ending != ".png") {
+    if (isPicture) throw runtime::Error("A picture is saved as .png, .pict or .pct, not as \"" + ending + "\".");
+    return writeFile(path, textOf(value));
+  }
+  if (isPicture) return writePNG(path, imageOf(*object));
+  const std::string bytes = textOf(value);
+  const auto header = qd::pictureHeader(qd::bytesOf(bytes));
+  if (!header || header->source.empty()) throw runtime::Error("These bytes are no PICT, so there is nothing to show.");
+  const Object shown = picture(header->source.width(), header->source.height());
+  play(recorderWith(bytes), shown, 0, 0, header->source.width(), header->source.height());
+  writePNG(path, imageOf(shown));
+}
+
+language::Surroundings Session::surroundings(const fs::path& folder) {
+  return {[](const std::string& line) { std::puts(line.c_str()); },
+          [folder](const std::string& name) {
+            const std::string file = readFile(folder / name);
+            const auto picture = qd::pictureInFile(qd::bytesOf(file));
+            return picture ? std::string(picture->begin(), picture->end()) : file;
+          },
+          [this, folder](const Value& value, const std::string& name) { save(value, folder / name); }};
 }

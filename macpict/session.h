@@ -1,12 +1,25 @@
 // The program as a host: one plug-in loaded, and what host code does with it, all through registered rows.
 #pragma once
 
+#include <filesystem>
+
 #include "macpict/png.h"
+#include "platform/language/evaluator.h"
 #include "platform/runtime/host.h"
+
+constexpr double kLatestHost = 2014;
+
+// A file or folder of those that come with the program.
+std::filesystem::path installed(const char* name);
+
+struct PictureKind {
+  int depth = 0;  // 0: as the host makes its own, of 32 bits
+  bool isGray = false;
+};
 
 class Session {
  public:
-  Session();
+  explicit Session(double hostVersion = kLatestHost);
 
   runtime::Host& host() { return host_; }
 
@@ -16,9 +29,10 @@ class Session {
   // The bytes of a recorder's picture.
   std::string bytesOf(const runtime::Object& recorder);
 
-  // A white picture of 32 bits, or of a depth by the plug-in's factories.
-  runtime::Object picture(int width, int height);
-  runtime::Object picture(int width, int height, int depth, bool isGray);
+  // A white picture of the host's own, or from the plug-in's factories.
+  runtime::Object picture(int width, int height, PictureKind kind = {});
+  // A picture with an image's pixels.
+  runtime::Object pictureOf(const Image& image, PictureKind kind);
   // Plays what a recorder holds into a picture, or a part of it.
   void play(const runtime::Object& recorder, const runtime::Object& picture, int x, int y, int width, int height);
   // Copies one picture onto another.
@@ -28,7 +42,15 @@ class Session {
   };
   static Size sizeOf(const runtime::Object& picture);
   Image imageOf(const runtime::Object& picture);
+  // The bytes of a picture's PICT; none where there is no memory for it.
+  std::string exported(const runtime::Object& picture);
+
+  // Host code saves and opens files in a folder: a .png shows a picture or the bytes of a PICT, a .pict or .pct holds
+  // them, and any other file holds bytes as they are.
+  language::Surroundings surroundings(const std::filesystem::path& folder);
 
  private:
+  void save(const runtime::Value& value, const std::filesystem::path& path);
+
   runtime::Host host_;
 };

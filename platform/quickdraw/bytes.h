@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string_view>
 #include <vector>
 
 #include "platform/quickdraw/geometry.h"
@@ -10,6 +11,9 @@
 namespace qd {
 
 using Bytes = std::span<const std::uint8_t>;
+inline Bytes bytesOf(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
 
 // One cursor. The first read past the end moves it there for good; every later read gives zeros, and the caller asks
 // once.

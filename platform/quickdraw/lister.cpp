@@ -105,31 +105,38 @@ std::string operandOf(char letter, ByteReader& in, std::uint16_t opcode) {
 
 }  // namespace
 
-bool listPicture(Bytes picture, const std::function<void(const std::string&)>& line) {
+ListingEnd listOpcodes(Bytes picture, const std::function<void(const Listing&)>& opcode) {
   PictureReader reader(picture);
-  const PictureHeader& header = reader.header();
-  if (reader.error()) {
-    line(describe(*reader.error()));
-    return false;
-  }
-  line(format("version %d, frame ", header.version) + boxOf(Box(header.frame)) + ", source " + boxOf(header.source) +
-       ", " + fixedOf(header.hRes) + "x" + fixedOf(header.vRes) + " dpi");
-  Opcode opcode;
-  while (reader.next(opcode)) {
-    std::string text = format("%6zu  %04X  ", opcode.offset, opcode.number) + opcodeName(opcode.number);
-    ByteReader operands = opcode.operands;
-    for (const char* letter = opcodeRow(opcode.number).operands; *letter != 0; ++letter) {
-      text += " " + operandOf(*letter, operands, opcode.number);
+  if (reader.error()) return {reader.error(), 0};
+  Opcode read;
+  while (reader.next(read)) {
+    Listing listing{read.offset, read.number, opcodeName(read.number), {}};
+    ByteReader operands = read.operands;
+    for (const char* letter = opcodeRow(read.number).operands; *letter != 0; ++letter) {
+      listing.operands.push_back(operandOf(*letter, operands, read.number));
     }
+    opcode(listing);
+  }
+  if (!reader.error()) opcode({read.offset, op::OpEndPic, opcodeName(op::OpEndPic), {}});
+  return {reader.error(), reader.left()};
+}
+
+bool listPicture(Bytes picture, const std::function<void(const std::string&)>& line) {
+  if (const auto header = pictureHeader(picture)) {
+    line(format("version %d, frame ", header->version) + boxOf(Box(header->frame)) + ", source " +
+         boxOf(header->source) + ", " + fixedOf(header->hRes) + "x" + fixedOf(header->vRes) + " dpi");
+  }
+  const ListingEnd end = listOpcodes(picture, [&line](const Listing& listing) {
+    std::string text = format("%6zu  %04X  ", listing.offset, listing.number) + listing.name;
+    for (const std::string& operand : listing.operands) text += " " + operand;
     line(text);
+  });
+  if (end.error) {
+    line(describe(*end.error));
+  } else if (end.left != 0) {
+    line(format("%zu bytes behind the end", end.left));
   }
-  if (reader.error()) {
-    line(describe(*reader.error()));
-    return false;
-  }
-  line(format("%6zu  00FF  OpEndPic", opcode.offset));
-  if (reader.left() != 0) line(format("%zu bytes behind the end", reader.left()));
-  return true;
+  return !end.error;
 }
 
 std::optional<PictureHeader> pictureHeader(Bytes picture) {

@@ -2,11 +2,27 @@
 #pragma once
 
 #include <functional>
+#include <string>
+#include <vector>
 
 #include "platform/quickdraw/picture_reader.h"
 #include "platform/visibility.h"
 
 namespace qd {
+
+// An opcode, its operands as text.
+struct Listing {
+  std::size_t offset;
+  std::uint16_t number;
+  std::string name;
+  std::vector<std::string> operands;
+};
+struct ListingEnd {
+  std::optional<PictureError> error;  // where the picture is broken
+  std::size_t left;                   // bytes behind its end
+};
+// Calls `opcode` for each up to the end or to what is broken.
+PLATFORM_EXPORT ListingEnd listOpcodes(Bytes picture, const std::function<void(const Listing&)>& opcode);
 
 // Calls `line` for each line, without a line end. True if the picture is whole: it ends in its end opcode. Else the
 // last line says where and why it broke.

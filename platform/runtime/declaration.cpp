@@ -71,6 +71,17 @@ const char* nameOf(Type type) {
   return "nothing";
 }
 
+std::string textOf(const Declaration& declaration) {
+  std::string text = declaration.name;
+  for (const Declaration::Parameter& parameter : declaration.parameters) {
+    const bool isArray = parameter.type == Type::integerArray;
+    text += (&parameter == &declaration.parameters.front() ? "(" : ", ") + parameter.name +
+            (isArray ? "() as " : " as ") + nameOf(isArray ? Type::integer : parameter.type);
+  }
+  if (!declaration.parameters.empty()) text += ")";
+  return declaration.result == Type::none ? text : text + " as " + nameOf(declaration.result);
+}
+
 std::optional<Declaration> parseDeclaration(std::string_view text) {
   Scanner scanner(text);
   Declaration declaration;

@@ -23,6 +23,8 @@ struct Declaration {
 // Nothing if the text is no declaration, or names a type that the host doesn't know.
 std::optional<Declaration> parseDeclaration(std::string_view text);
 
+// The declaration as host code has it.
+std::string textOf(const Declaration& declaration);
 const char* nameOf(Type type);
 bool sameName(std::string_view a, std::string_view b);  // the language doesn't tell cases apart
 

@@ -1,0 +1,68 @@
+// macpict list: the opcodes of a picture, for people or as JSON.
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "macpict/command.h"
+#include "macpict/files.h"
+#include "platform/quickdraw/lister.h"
+#include "platform/runtime/host.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+struct Options {
+  std::string file;
+  bool isJson = false;
+};
+
+Json jsonOf(const qd::Box& box) { return {box.left, box.top, box.right, box.bottom}; }
+
+Json jsonOf(const qd::Listing& listing) {
+  char number[5];
+  std::snprintf(number, sizeof number, "%04X", listing.number);
+  return {{"offset", listing.offset}, {"opcode", number}, {"name", listing.name}, {"operands", listing.operands}};
+}
+
+Status listAsJson(const Options& options, qd::Bytes picture) {
+  const auto header = qd::pictureHeader(picture);
+  Json opcodes = Json::array();
+  const qd::ListingEnd end =
+      qd::listOpcodes(picture, [&opcodes](const qd::Listing& listing) { opcodes.push_back(jsonOf(listing)); });
+  Json all = {{"file", options.file}};
+  if (header) {
+    all["version"] = header->version;
+    all["frame"] = jsonOf(qd::Box(header->frame));
+    all["source"] = jsonOf(header->source);
+    all["dpi"] = {header->hRes / 65536.0, header->vRes / 65536.0};
+  }
+  all["opcodes"] = std::move(opcodes);
+  all["bytesBehindTheEnd"] = end.left;
+  all["error"] = end.error ? Json(qd::describe(*end.error)) : Json();
+  std::puts(all.dump(2, ' ', true, Json::error_handler_t::replace).c_str());
+  return end.error ? kFailed : kDone;
+}
+
+Status list(const Options& options) {
+  const std::string picture = readPicture(options.file);
+  if (options.isJson) return listAsJson(options, qd::bytesOf(picture));
+  std::string last;
+  const bool isWhole = qd::listPicture(qd::bytesOf(picture), [&last](const std::string& line) {
+    if (!last.empty()) std::puts(last.c_str());
+    last = line;
+  });
+  std::fflush(stdout);
+  if (!isWhole) throw runtime::Error("The picture \"" + options.file + "\" is broken " + last + ".");
+  std::puts(last.c_str());
+  return kDone;
+}
+
+}  // namespace
+
+void addList(CLI::App& app, Command& chosen) {
+  auto options = std::make_shared<Options>();
+  CLI::App* command = app.add_subcommand("list", "Print a line for each opcode of a picture");
+  command->add_option("IN.pict", options->file, "The picture")->required()->type_name("");
+  command->add_flag("--json", options->isJson, "As JSON, rectangles as left, top, right, bottom");
+  command->callback([&chosen, options] { chosen = [options] { return list(*options); }; });
+}

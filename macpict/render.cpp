@@ -1,0 +1,151 @@
+// macpict render: plays pictures into pixels.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <optional>
+
+#include "macpict/command.h"
+#include "macpict/files.h"
+#include "platform/quickdraw/lister.h"
+#include "platform/quickdraw/picture_player.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kMostPixels = 32767;
+
+struct Size {
+  int width, height;
+};
+
+struct Options {
+  std::vector<std::string> files;
+  std::string size;
+  double scale = 1;
+  PictureKind kind;
+  bool keepGoing = false;
+};
+
+// Nothing if the text is no size.
+std::optional<Size> parseSize(const std::string& text) {
+  Size size{};
+  char rest = 0;
+  if (std::sscanf(text.c_str(), "%dx%d%c", &size.width, &size.height, &rest) != 2) return std::nullopt;
+  const auto fits = [](int side) { return side > 0 && side <= kMostPixels; };
+  if (!fits(size.width) || !fits(size.height)) return std::nullopt;
+  return size;
+}
+
+// The size of a picture on the page, in pixels at 72 dpi.
+Size sizeOnPage(const qd::PictureHeader& header, double scale) {
+  const auto at72 = [scale](int units, Fixed resolution) {
+    const double pixels = std::round(units * scale * 0x480000 / resolution);
+    return static_cast<int>(std::clamp(pixels, 1.0, double{kMostPixels}));
+  };
+  return {at72(header.source.width(), header.hRes), at72(header.source.height(), header.vRes)};
+}
+
+// Throws what keeps a picture from being rendered. A broken one is told and still written, if it is to be kept going.
+Status renderOne(Session& session, const fs::path& in, const fs::path& out, const Options& options) {
+  const std::string picture = readPicture(in);
+  const auto header = qd::pictureHeader(qd::bytesOf(picture));
+  if (!header || header->source.empty())
+    throw runtime::Error("The picture \"" + in.string() + "\" has an empty frame: there is nothing to render.");
+  const Size size = parseSize(options.size).value_or(sizeOnPage(*header, options.scale));
+  constexpr double kMostArea = 100e6;  // four bytes a pixel, several times over, have to fit the process
+  if (const double area = double(size.width) * size.height; area > kMostArea) {
+    char factor[16];
+    std::snprintf(factor, sizeof factor, "%.2g", options.scale * std::sqrt(kMostArea / area) * 0.95);
+    throw runtime::Error("The picture \"" + in.string() + "\" would take " + std::to_string(size.width) + "x" +
+                         std::to_string(size.height) + " pixels, more than there is memory for; --scale " + factor +
+                         " would work.");
+  }
+
+  const runtime::Object recorder = session.recorderWith(picture);
+  const runtime::Object canvas = session.picture(size.width, size.height, options.kind);
+  session.play(recorder, canvas, 0, 0, size.width, size.height);
+  const qd::Playback& playback = qd::lastPlayback();
+  for (const std::string& remark : playback.remarks) complain(in.string() + ": " + remark);
+  if (playback.error) {
+    const std::string broken = "The picture \"" + in.string() + "\" is broken " + qd::describe(*playback.error) + ".";
+    if (!options.keepGoing) throw runtime::Error(broken + " --keep-going would show what was drawn till then.");
+    complain(broken);
+  }
+  writePNG(out, session.imageOf(canvas));
+  std::printf("%s: %dx%d, %d opcodes played, %d skipped, %d not drawn\n", out.c_str(), size.width, size.height,
+              playback.played, playback.skipped, playback.undrawn);
+  return playback.error ? kFailed : kDone;
+}
+
+// Many pictures into a folder. None is passed over in silence, and none takes another's place.
+Status renderMany(const Options& options, const fs::path& folder) {
+  const std::size_t count = options.files.size() - 1;
+  std::map<fs::path, std::string> results;
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto [at, isNew] =
+        results.emplace(folder / fs::path(options.files[i]).stem().concat(".png"), options.files[i]);
+    if (!isNew) {
+      throw runtime::Error("Both \"" + at->second + "\" and \"" + options.files[i] + "\" would become \"" +
+                           at->first.string() + "\"; a folder for each would work.");
+    }
+  }
+  makeFolder(folder);
+  Session session;
+  const bool showsProgress = isatty(STDERR_FILENO) != 0 && isatty(STDOUT_FILENO) == 0;
+  std::size_t done = 0, failed = 0;
+  for (const auto& [out, in] : results) {
+    if (showsProgress) std::fprintf(stderr, "\r%zu of %zu", ++done, count);
+    try {
+      if (renderOne(session, in, out, options) != kDone) ++failed;
+    } catch (const runtime::Error& error) {
+      ++failed;
+      if (showsProgress) std::fputc('\n', stderr);
+      complain(error.what());
+    }
+  }
+  if (showsProgress) std::fputc('\n', stderr);
+  std::printf("%zu of %zu pictures rendered whole into %s\n", count - failed, count, folder.c_str());
+  return failed == 0 ? kDone : kFailed;
+}
+
+Status render(const Options& options) {
+  if (options.files.size() < 2) {
+    throw CLI::ValidationError("render takes a PICT file and a PNG file, or PICT files and a folder, not \"" +
+                               options.files[0] + "\" alone: macpict render IN.pict OUT.png");
+  }
+  const fs::path out = options.files.back();
+  std::error_code error;
+  if (options.files.size() > 2 || fs::is_directory(out, error) || !out.has_filename()) return renderMany(options, out);
+  Session session;
+  return renderOne(session, options.files[0], out, options);
+}
+
+}  // namespace
+
+void addRender(CLI::App& app, Command& chosen) {
+  auto options = std::make_shared<Options>();
+  CLI::App* command = app.add_subcommand("render", "Play a picture into a PNG file, or many into a folder");
+  command->add_option("FILES", options->files, "IN.pict OUT.png, or IN.pict... FOLDER")->required()->type_name("");
+  command->add_option("--size", options->size, "At this size in pixels")
+      ->type_name("WxH")
+      ->check([](const std::string& text) {
+        return parseSize(text)
+                   ? std::string()
+                   : "It takes a width and a height of 1 to 32767, not \"" + text + "\"; 640x480 would work";
+      });
+  command->add_option("--scale", options->scale, "Larger or smaller than it is by this factor")
+      ->type_name("F")
+      ->check([](const std::string& text) {
+        double scale = 0;
+        return CLI::detail::lexical_cast(text, scale) && scale > 0 && scale <= 1000
+                   ? std::string()
+                   : "It takes a factor above 0 and up to 1000, not \"" + text + "\"; 2 or 0.5 would work";
+      });
+  addPictureKind(*command, options->kind);
+  command->add_flag("--keep-going", options->keepGoing, "Write what was drawn till a picture broke");
+  command->callback([&chosen, options] { chosen = [options] { return render(*options); }; });
+}

@@ -1,0 +1,39 @@
+// The functions and members that the host's language has of its own.
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "platform/language/evaluator.h"
+#include "platform/language/values.h"
+
+namespace language {
+
+struct Call {
+  runtime::Host& host;
+  const Surroundings& surroundings;
+  Place place;
+  std::vector<Value> arguments;  // of a setter, the new value is the last
+
+  std::int32_t integer(std::size_t i) const { return integerOf(arguments.at(i), place); }
+};
+
+struct Function {
+  const char* name;
+  std::size_t least, most;
+  Value (*call)(Call& call);
+};
+
+struct Member {
+  const char* owner;
+  const char* name;
+  std::size_t count;  // of arguments
+  Value (*call)(Call& call, const runtime::Object& object);
+  void (*set)(Call& call, const runtime::Object& object);  // null where it can't be set
+};
+
+// Null for a name that isn't the language's own.
+const Function* findFunction(std::string_view name);
+const Member* findMember(const runtime::Object& object, std::string_view name);
+
+}  // namespace language

@@ -1,0 +1,37 @@
+// What host code computes with.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "platform/language/syntax.h"
+
+namespace language {
+
+struct Array;
+using Value =
+    std::variant<runtime::Nil, std::int32_t, double, bool, runtime::String, runtime::Object, std::shared_ptr<Array>>;
+struct Array {
+  std::string type;
+  std::vector<Value> elements;
+};
+
+// "an integer", "a Picture", as a sentence needs it.
+std::string kindOf(const Value& value);
+// The class of an object of the host's or of a plug-in's.
+std::string classOf(const runtime::Object& object);
+
+// These throw Error for what is of another kind; a real number loses its fraction where an integer is wanted.
+std::int32_t integerOf(const Value& value, Place place);
+double realOf(const Value& value, Place place);
+bool booleanOf(const Value& value, Place place);
+std::string textOf(const Value& value, Place place);  // a string as it is, anything else as Print shows it
+
+Value fromHost(runtime::Value value);
+// Integers in an array become an array of the host's.
+runtime::Value toHost(const Value& value, const runtime::Host& host, Place place);
+
+}  // namespace language
