@@ -24,8 +24,10 @@ constexpr const char* kHead =
     "}\n"
     "section { display: grid; grid-template-columns: minmax(0, 1fr) minmax(0, 1fr); gap: 1rem; margin: 2rem 0; }\n"
     "h1, h2, h3, figcaption { font-weight: 600; } h3 { grid-column: 1 / -1; margin: 0; }\n"
-    "pre { background: #f4f4f0; padding: 1rem; overflow: auto; margin: 0; font-size: 13px; line-height: 1.4; }\n"
-    "figure { margin: 0 0 1rem; } img { max-width: 100%; border: 1px solid #ccc; image-rendering: pixelated; }\n"
+    "pre { background: #f4f4f0; padding: 1rem; overflow: auto; margin: 0 0 1rem; font-size: 13px; line-height: 1.4; "
+    "align-self: start; }\n"
+    "figure { margin: 0 1rem 1rem 0; display: inline-block; } img { max-width: 100%; border: 1px solid #ccc; "
+    "image-rendering: pixelated; }\n"
     "</style>\n"
     "<h1>QuickDraw pictures from host code</h1>\n";
 

@@ -5,6 +5,7 @@
 
 #include "macpict/files.h"
 #include "platform/quickdraw/lister.h"
+#include "platform/quickdraw/picture_player.h"
 
 namespace fs = std::filesystem;
 using runtime::Object;
@@ -129,6 +130,8 @@ void Session::save(const Value& value, const fs::path& path) {
   if (!header || header->source.empty()) throw runtime::Error("These bytes are no PICT, so there is nothing to show.");
   const Object shown = picture(header->source.width(), header->source.height());
   play(recorderWith(bytes), shown, 0, 0, header->source.width(), header->source.height());
+  if (const auto error = qd::lastPlayback().error)
+    throw runtime::Error("These bytes are a PICT that is broken " + qd::describe(*error) + ".");
   writePNG(path, imageOf(shown));
 }
 

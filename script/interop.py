@@ -11,7 +11,8 @@ import sys
 from typing import NamedTuple
 from xml.etree import ElementTree
 
-DRAWN = ["demo", "shapes", "lines", "polygons", "text", "pen-colors", "export"]
+DRAWN = ["rectangles", "ovals", "round-rectangles", "wedges", "polygons", "lines", "pen", "colors", "text", "landscape",
+         "export", "exported"]
 BITS = [f"bits-{depth}" for depth in (1, 2, 4, 8, 16, 32)]
 TOLERANCE = 0.75  # pixels: LibreOffice rounds the points of curves to whole ones
 

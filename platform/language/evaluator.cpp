@@ -164,6 +164,16 @@ class Evaluator {
     return value;
   }
 
+  // Two variables share an array; one of another type is copied, element by element.
+  std::shared_ptr<Array> fittedArray(const Value& value, const std::string& type, Place place) const {
+    const auto* from = std::get_if<std::shared_ptr<Array>>(&value);
+    if (from == nullptr) throw Error(place, "This is " + kindOf(value) + "; an array would work.");
+    if ((*from)->type == type) return *from;
+    Array array{type, {}};
+    for (const Value& element : (*from)->elements) array.elements.push_back(fitted(element, type, place));
+    return std::make_shared<Array>(std::move(array));
+  }
+
   Value& element(const Expression& call) {
     const Expression& name = call.parts[0];
     const auto* array = std::get_if<std::shared_ptr<Array>>(&variable(name).value);
@@ -187,11 +197,7 @@ class Evaluator {
     if (isCall) {
       element(target) = fitted(value, std::get<std::shared_ptr<Array>>(to.value)->type, target.place);
     } else if (std::holds_alternative<std::shared_ptr<Array>>(to.value)) {
-      const auto* from = std::get_if<std::shared_ptr<Array>>(&value);
-      if (from == nullptr) throw Error(target.place, "This is " + kindOf(value) + "; an array would work.");
-      Array array{to.type, {}};
-      for (const Value& element : (*from)->elements) array.elements.push_back(fitted(element, to.type, target.place));
-      to.value = std::make_shared<Array>(std::move(array));
+      to.value = fittedArray(value, to.type, target.place);
     } else {
       to.value = fitted(value, to.type, target.place);
     }
