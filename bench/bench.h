@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -129,6 +130,18 @@ inline void race(Table& table, const std::string& what, const std::vector<Side>&
   const Side& other = sides[static_cast<std::size_t>(fastest - taken.begin())];
   table.row(what, duration(taken[0]), duration(*fastest) + " " + other.name, *fastest / taken[0], aim);
 }
+
+// The same numbers each time.
+class Random {
+ public:
+  std::uint32_t operator()(std::uint32_t below) {
+    state_ = state_ * 6364136223846793005U + 1442695040888963407U;
+    return static_cast<std::uint32_t>((state_ >> 33) % below);
+  }
+
+ private:
+  std::uint64_t state_ = 1;
+};
 
 [[noreturn]] inline void fail(const std::string& why) {
   std::fprintf(stderr, "bench: %s\n", why.c_str());

@@ -36,16 +36,4 @@ class World {
   GWorldPtr world_ = nullptr;
 };
 
-// The same numbers each time.
-class Random {
- public:
-  std::uint32_t operator()(std::uint32_t below) {
-    state_ = state_ * 6364136223846793005U + 1442695040888963407U;
-    return static_cast<std::uint32_t>((state_ >> 33) % below);
-  }
-
- private:
-  std::uint64_t state_ = 1;
-};
-
 }  // namespace bench
