@@ -97,9 +97,9 @@ inline Aim atMost(double value) { return {Aim::Kind::atMost, value}; }
 // A table that reads as text and as Markdown; rows appear as they are measured.
 class Table {
  public:
-  Table(const char* title, const char* remark, const char* ratio) {
+  Table(const char* title, const std::string& remark, const char* ratio) {
     std::printf("\n## %s\n\n%s\n\n| what | ours | other side | %s | aim | met? |\n|---|---:|---:|---:|---|---|\n",
-                title, remark, ratio);
+                title, remark.c_str(), ratio);
   }
   ~Table() { std::printf("\n%d of %d aims met.\n", met_, rows_); }
   Table(const Table&) = delete;
