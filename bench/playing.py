@@ -4,6 +4,7 @@ usage: playing.py PRODUCT PROGRAMS [FOLDER]; FOLDER, or else MACPICT_SAMPLES, ho
 """
 
 import collections
+import math
 import os
 import pathlib
 import re
@@ -15,6 +16,7 @@ import tempfile
 import time
 
 ROUNDS = 3
+PAGE = 794 * 1123  # the pixels of LibreOffice's PNGs, a page of A4
 SHAPES = re.compile(r"^ *\d+  \w{4}  (?:Short)?(?:Line|LongText|D[HV]|(?:Frame|Paint|Erase|Invert|Fill)\w)", re.M)
 
 
@@ -23,17 +25,16 @@ class Failed(Exception):
 
 
 def run(command):
-    """The seconds that a command takes, and its peak of resident bytes."""
+    """The seconds that a command takes."""
     with tempfile.TemporaryFile() as log:
         start = time.perf_counter()
         process = subprocess.Popen([str(word) for word in command], stdout=log, stderr=log)
-        _, status, usage = os.wait4(process.pid, 0)
+        process.wait()
         seconds = time.perf_counter() - start
-        process.returncode = os.waitstatus_to_exitcode(status)
         if process.returncode != 0:
             log.seek(0)
             raise Failed(f"{command[0]}: {log.read().decode(errors='replace').strip()[-300:]}")
-    return seconds, usage.ru_maxrss * 1024
+    return seconds
 
 
 def head(title, remark, columns):
@@ -48,14 +49,21 @@ class Tools:
         os.environ["MACPICT_BUNDLE"] = str(product / "QuickDrawTVK.bundle")
 
     def each(self, pictures, command):
-        runs = [run(command(picture)) for picture in pictures]
-        return sum(seconds for seconds, _ in runs), max(peak for _, peak in runs)
+        return sum(run(command(picture)) for picture in pictures)
 
     def out(self, tool, picture, kind="png"):
         return self.work / f"{tool}-{picture.stem}.{kind}"
 
+    def render(self, picture):
+        return [self.macpict, "render", picture, self.out("ours", picture)]
+
     def ours(self, pictures):
-        return self.each(pictures, lambda p: [self.macpict, "render", p, self.out("ours", p)])
+        return self.each(pictures, self.render)
+
+    def peak(self, picture):
+        """The resident bytes of rendering a picture."""
+        weigh = [self.programs / "weigh", *self.render(picture)]
+        return int(subprocess.run(weigh, check=True, capture_output=True, text=True).stdout)
 
     def imagemagick(self, pictures, kind="png"):
         return self.each(pictures, lambda p: ["convert-im6.q16", f"pict:{p}", f"{kind}:{self.out('im', p, kind)}"])
@@ -81,7 +89,7 @@ def turns(sides, pictures):
     taken = collections.defaultdict(list)
     for _ in range(ROUNDS):
         for name, side in sides.items():
-            taken[name].append(side(pictures)[0])
+            taken[name].append(side(pictures))
     return {name: statistics.median(times) for name, times in taken.items()}
 
 
@@ -95,56 +103,74 @@ def size_of(png):
     return struct.unpack(">II", png.read_bytes()[16:24])
 
 
-def unlike(a, b):
-    """How far the pixels of two PNGs are from each other, of 1, in the mean; the second is brought to the first's size."""
-    width, height = size_of(a)
-    other = ["(", b, "-background", "white", "-flatten", "-resize", f"{width}x{height}!", ")"]
-    command = ["convert-im6.q16", a, *other, "-metric", "MAE", "-compare", "-format", "%[distortion]", "info:"]
-    return float(subprocess.run(command, check=True, capture_output=True, text=True).stdout)
+def unlike(a, b, onPage):
+    """How far the pixels of two PNGs are from each other, of 1, in the mean. A picture amid a page is cut out of it, and
+    both are brought to one size."""
+    cut = ["-trim", "+repage", "-resize", "256x256!"] if onPage else []
+    command = ["convert-im6.q16", "(", a, *cut, ")", "(", b, "-background", "white", "-flatten", *cut, ")",
+               "-metric", "MAE", "-compare", "-format", "%[distortion]", "info:"]
+    done = subprocess.run(command, capture_output=True, text=True)
+    return float(done.stdout) if done.returncode == 0 else 1.0
 
 
-def readable(tools, pictures, rivals):
-    """The pictures that we and all rivals that read any can read, and those rivals."""
-    names = {name: [p for p in pictures if not fails(rival, p)] for name, rival in rivals.items()}
-    able = {name: rival for name, rival in rivals.items() if names[name]}
-    kept = [p for p in pictures if not fails(tools.ours, p) and all(p in names[name] for name in able)]
-    return kept, able
+def leave_out(picture, why):
+    print(f"playing: {picture.resolve().name} is left out: {why}", file=sys.stderr)
 
 
-def fails(tool, picture):
+def reads(tool, picture):
     try:
         tool([picture])
     except Failed as failure:
-        print(f"playing: {picture.name} is left out: {failure}", file=sys.stderr)
-        return True
-    return False
+        leave_out(picture, failure)
+        return False
+    return True
+
+
+def reads_all(tool, pictures):
+    try:
+        tool(pictures)
+    except Failed as failure:
+        print(f"playing: {failure}", file=sys.stderr)
 
 
 def race(tools, what, pictures, isDrawn):
-    rivals = {"LibreOffice": tools.libreoffice} if isDrawn else {
-        "ImageMagick": tools.imagemagick, "GraphicsMagick": tools.graphicsmagick}
-    kept, able = readable(tools, pictures, rivals)
+    """A row for the pictures that all read, and that the others draw as we do."""
+    if isDrawn:
+        rivals = {"LibreOffice": (tools.libreoffice, lambda p: tools.work / f"{p.stem}.png")}
+    else:
+        rivals = {"ImageMagick": (tools.imagemagick, lambda p: tools.out("im", p)),
+                  "GraphicsMagick": (tools.graphicsmagick, lambda p: tools.out("gm", p))}
+    kept = [p for p in pictures if reads(tools.ours, p)]
+    if isDrawn:
+        kept = [p for p in kept if math.prod(size_of(tools.out("ours", p))) <= PAGE or
+                leave_out(p, "LibreOffice would draw fewer pixels of it, on a page")]
+        reads_all(tools.libreoffice, kept)
+        kept = [p for p in kept if (tools.work / f"{p.stem}.png").exists() or leave_out(p, "soffice makes no PNG")]
+    else:
+        kept = [p for p in kept if all(reads(tool, p) for tool, _ in rivals.values())]
+    limit = 0.25 if isDrawn else 0.02
+    far = {p: max(unlike(tools.out("ours", p), png(p), isDrawn) for _, png in rivals.values()) for p in kept}
+    for p in kept:
+        if far[p] > limit:
+            leave_out(p, f"drawn otherwise, by {100 * far[p]:.0f}%")
+    kept = [p for p in kept if far[p] <= limit]
     if not kept:
-        return print(f"| {what}: nobody else reads any of {len(pictures)} | | | | | |")
-    prefix = {"ImageMagick": "im-", "GraphicsMagick": "gm-", "LibreOffice": ""}
-    far = {name: statistics.mean(unlike(tools.out("ours", p), tools.work / f"{prefix[name]}{p.stem}.png") for p in kept)
-           for name in able}
-    told = ", ".join(f"{name} {100 * distance:.2f}%" for name, distance in far.items())
+        return print(f"| {what}: nobody else reads one of {len(pictures)} as we do | | | | | |")
     if len(pictures) > 1:
-        what += f" ({len(kept)} of {len(pictures)})"
-    taken = turns({"ours": tools.ours, **able}, kept)
+        what += f", {len(kept)} of {len(pictures)}"
+    taken = turns({"ours": tools.ours, **{name: tool for name, (tool, _) in rivals.items()}}, kept)
     ours = taken.pop("ours")
-    row(f"{what}; pixels are off by: {told}", ours, taken, 10)
+    row(f"{what} (off by {100 * statistics.mean(far[p] for p in kept):.1f}%)", ours, taken, 10)
     png = tools.encode(kept)
     print(f"| {what}: compressing and writing the PNG | {png:.3f} s | | | | |")
-    raw = {name: lambda ps, rival=rival: rival(ps, "ppm") for name, rival in able.items() if not isDrawn}
-    if raw:
+    if not isDrawn:
+        raw = {name: lambda ps, tool=tool: tool(ps, "ppm") for name, (tool, _) in rivals.items()}
         row(f"{what}, without the PNG", ours - png, turns(raw, kept), 10)
 
 
 def weigh(tools, what, picture, baseline):
     """Peaks of memory as multiples of the picture's bytes and the port's pixels."""
-    peak = tools.ours([picture])[1]
+    peak = tools.peak(picture)
     width, height = size_of(tools.out("ours", picture))
     parts = picture.stat().st_size + 4 * width * height
     multiple = (peak - baseline) / parts
@@ -174,13 +200,14 @@ def main(product, programs, folder=None):
         drawn = [p for p, listing in zip(samples, listings) if SHAPES.search(listing)]
         bits = [p for p in samples if p not in drawn]
 
-        fails(tools.libreoffice, dot)  # makes its profile
+        reads_all(tools.libreoffice, [dot])  # makes its profile
         head("Playing", "A process from a PICT file to a PNG: macpict, at 32 bits, against ImageMagick and "
              "GraphicsMagick, or LibreOffice for pictures that hold shapes, lines or text. Samples are summed over all "
-             "that each side reads, LibreOffice starting once for all of them. How far pixels are from ours in the mean "
-             "is told; LibreOffice smoothes edges, and its picture is brought to our size for that. What of our time is the PNG "
-             "is measured in a process that renders the same picture; \"without\" it stands against the others writing a "
-             "PPM.", ["what", "ours", "other side", "other / ours", "aim", "met?"])
+             "that each side reads and draws alike; LibreOffice starts once for all of them. How far the others' pixels "
+             "are from ours is told, in the mean; LibreOffice smoothes edges and puts a picture on a page, so for that "
+             "both are cut out and brought to one size. Samples of more pixels than its page has are left out. What of our time is the PNG is measured in a process that "
+             "renders the same picture; \"without\" it stands against the others writing a PPM.",
+             ["what", "ours", "other side", "other / ours", "aim", "met?"])
         race(tools, "photograph of 4096x4096", [photograph], False)
         race(tools, "100,000 shapes", [shapes], True)
         if bits:
@@ -188,16 +215,15 @@ def main(product, programs, folder=None):
         if drawn:
             race(tools, "samples with shapes", drawn, True)
 
-        # Our own part ends with the peak of each run; a process that renders one pixel is what all of them begin with.
-        baseline = tools.ours([dot])[1]
+        baseline = tools.peak(dot)
         head("Memory of playing", "Peak resident memory of macpict, less that of rendering one pixel "
              f"({baseline / 2**20:.1f} MiB), as a multiple of the picture's bytes and the port's pixels.",
              ["what", "peak", "picture and port", "multiple", "aim", "met?"])
         weigh(tools, "photograph of 4096x4096", photograph, baseline)
         weigh(tools, "100,000 shapes", shapes, baseline)
         if samples:
-            largest = max((p for p in samples if not fails(tools.ours, p)),
-                          key=lambda p: size_of(tools.out("ours", p))[0] * size_of(tools.out("ours", p))[1])
+            rendered = [p for p in samples if tools.out("ours", p).exists()]
+            largest = max(rendered, key=lambda p: math.prod(size_of(tools.out("ours", p))))
             weigh(tools, "the largest of the samples", largest, baseline)
 
 
