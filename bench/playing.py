@@ -1,0 +1,230 @@
+"""Times macpict from a PICT file to a PNG against ImageMagick, GraphicsMagick and LibreOffice, and weighs its memory.
+
+usage: playing.py PRODUCT PROGRAMS [FOLDER]; FOLDER, or else MACPICT_SAMPLES, holds more pictures.
+"""
+
+import collections
+import math
+import os
+import pathlib
+import re
+import statistics
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+
+ROUNDS = 3
+PAGE = 794 * 1123  # the pixels of LibreOffice's PNGs, a page of A4
+SHAPES = re.compile(r"^ *\d+  \w{4}  (?:Short)?(?:Line|LongText|D[HV]|(?:Frame|Paint|Erase|Invert|Fill)\w)", re.M)
+
+
+class Failed(Exception):
+    pass
+
+
+def run(command):
+    """The seconds that a command takes."""
+    with tempfile.TemporaryFile() as log:
+        start = time.perf_counter()
+        process = subprocess.Popen([str(word) for word in command], stdout=log, stderr=log)
+        process.wait()
+        seconds = time.perf_counter() - start
+        if process.returncode != 0:
+            log.seek(0)
+            raise Failed(f"{command[0]}: {log.read().decode(errors='replace').strip()[-300:]}")
+    return seconds
+
+
+def head(title, remark, columns):
+    print(f"\n## {title}\n\n{remark}\n\n| {' | '.join(columns)} |\n|---|{'---:|' * (len(columns) - 3)}---|---|")
+
+
+class Tools:
+    """Each takes pictures and a folder for their PNGs, or for pixels without compression."""
+
+    def __init__(self, product, programs, work):
+        self.macpict, self.programs, self.work = product / "bin/macpict", programs, work
+        os.environ["MACPICT_BUNDLE"] = str(product / "QuickDrawTVK.bundle")
+
+    def each(self, pictures, command):
+        return sum(run(command(picture)) for picture in pictures)
+
+    def out(self, tool, picture, kind="png"):
+        return self.work / f"{tool}-{picture.stem}.{kind}"
+
+    def render(self, picture):
+        return [self.macpict, "render", picture, self.out("ours", picture)]
+
+    def ours(self, pictures):
+        return self.each(pictures, self.render)
+
+    def peak(self, picture):
+        """The resident bytes of rendering a picture."""
+        weigh = [self.programs / "weigh", *self.render(picture)]
+        return int(subprocess.run(weigh, check=True, capture_output=True, text=True).stdout)
+
+    def imagemagick(self, pictures, kind="png"):
+        return self.each(pictures, lambda p: ["convert-im6.q16", f"pict:{p}", f"{kind}:{self.out('im', p, kind)}"])
+
+    def graphicsmagick(self, pictures, kind="png"):
+        return self.each(pictures, lambda p: ["gm", "convert", f"pict:{p}", f"{kind}:{self.out('gm', p, kind)}"])
+
+    def libreoffice(self, pictures):
+        """All pictures in one run, so that it starts once."""
+        profile = f"-env:UserInstallation=file://{self.work}/profile"
+        done = run(["soffice", profile, "--headless", "--convert-to", "png", "--outdir", self.work, *pictures])
+        if not all((self.work / f"{p.stem}.png").exists() for p in pictures):
+            raise Failed("soffice: no PNG")
+        return done
+
+    def encode(self, pictures):
+        """What of our time is the PNG's."""
+        command = lambda p: [self.programs / "encode", p, self.out("encoded", p)]
+        return sum(float(subprocess.run(command(p), check=True, capture_output=True, text=True).stdout) for p in pictures)
+
+
+def turns(sides, pictures):
+    taken = collections.defaultdict(list)
+    for _ in range(ROUNDS):
+        for name, side in sides.items():
+            taken[name].append(side(pictures))
+    return {name: statistics.median(times) for name, times in taken.items()}
+
+
+def row(what, ours, others, aim):
+    name, other = min(others.items(), key=lambda item: item[1])
+    met = "yes" if other / ours >= aim else "**no**"
+    print(f"| {what} | {ours:.3f} s | {other:.3f} s {name} | {other / ours:.2f} | at least {aim} | {met} |", flush=True)
+
+
+def size_of(png):
+    return struct.unpack(">II", png.read_bytes()[16:24])
+
+
+def unlike(a, b, onPage):
+    """How far the pixels of two PNGs are from each other, of 1, in the mean. A picture amid a page is cut out of it, and
+    both are brought to one size."""
+    cut = ["-trim", "+repage", "-resize", "256x256!"] if onPage else []
+    command = ["convert-im6.q16", "(", a, *cut, ")", "(", b, "-background", "white", "-flatten", *cut, ")",
+               "-metric", "MAE", "-compare", "-format", "%[distortion]", "info:"]
+    done = subprocess.run(command, capture_output=True, text=True)
+    return float(done.stdout) if done.returncode == 0 else 1.0
+
+
+def leave_out(picture, why):
+    print(f"playing: {picture.resolve().name} is left out: {why}", file=sys.stderr)
+
+
+def reads(tool, picture):
+    try:
+        tool([picture])
+    except Failed as failure:
+        leave_out(picture, failure)
+        return False
+    return True
+
+
+def reads_all(tool, pictures):
+    try:
+        tool(pictures)
+    except Failed as failure:
+        print(f"playing: {failure}", file=sys.stderr)
+
+
+def race(tools, what, pictures, isDrawn):
+    """A row for the pictures that all read, and that the others draw as we do."""
+    if isDrawn:
+        rivals = {"LibreOffice": (tools.libreoffice, lambda p: tools.work / f"{p.stem}.png")}
+    else:
+        rivals = {"ImageMagick": (tools.imagemagick, lambda p: tools.out("im", p)),
+                  "GraphicsMagick": (tools.graphicsmagick, lambda p: tools.out("gm", p))}
+    kept = [p for p in pictures if reads(tools.ours, p)]
+    if isDrawn:
+        kept = [p for p in kept if math.prod(size_of(tools.out("ours", p))) <= PAGE or
+                leave_out(p, "LibreOffice would draw fewer pixels of it, on a page")]
+        reads_all(tools.libreoffice, kept)
+        kept = [p for p in kept if (tools.work / f"{p.stem}.png").exists() or leave_out(p, "soffice makes no PNG")]
+    else:
+        kept = [p for p in kept if all(reads(tool, p) for tool, _ in rivals.values())]
+    limit = 0.25 if isDrawn else 0.02
+    far = {p: max(unlike(tools.out("ours", p), png(p), isDrawn) for _, png in rivals.values()) for p in kept}
+    for p in kept:
+        if far[p] > limit:
+            leave_out(p, f"drawn otherwise, by {100 * far[p]:.0f}%")
+    kept = [p for p in kept if far[p] <= limit]
+    if not kept:
+        return print(f"| {what}: nobody else reads one of {len(pictures)} as we do | | | | | |")
+    if len(pictures) > 1:
+        what += f", {len(kept)} of {len(pictures)}"
+    taken = turns({"ours": tools.ours, **{name: tool for name, (tool, _) in rivals.items()}}, kept)
+    ours = taken.pop("ours")
+    row(f"{what} (off by {100 * statistics.mean(far[p] for p in kept):.1f}%)", ours, taken, 10)
+    png = tools.encode(kept)
+    print(f"| {what}: compressing and writing the PNG | {png:.3f} s | | | | |")
+    if not isDrawn:
+        raw = {name: lambda ps, tool=tool: tool(ps, "ppm") for name, (tool, _) in rivals.items()}
+        row(f"{what}, without the PNG", ours - png, turns(raw, kept), 10)
+
+
+def weigh(tools, what, picture, baseline):
+    """Peaks of memory as multiples of the picture's bytes and the port's pixels."""
+    peak = tools.peak(picture)
+    width, height = size_of(tools.out("ours", picture))
+    parts = picture.stat().st_size + 4 * width * height
+    multiple = (peak - baseline) / parts
+    met = "yes" if multiple <= 2.5 else "**no**"
+    print(f"| {what} | {(peak - baseline) / 2**20:.1f} MiB | {parts / 2**20:.1f} MiB | {multiple:.2f} | at most 2.5 | {met} |")
+
+
+def main(product, programs, folder=None):
+    with tempfile.TemporaryDirectory() as name:
+        work = pathlib.Path(name)
+        made = work / "pictures"
+        made.mkdir()
+        subprocess.run([programs / "pictures", made], check=True)
+        tools = Tools(product, programs, work)
+        photograph, shapes, dot = (made / f"{stem}.pict" for stem in ("photograph", "shapes", "dot"))
+        found = []
+        if folder:
+            found = sorted(p for p in pathlib.Path(folder).rglob("*") if p.suffix.lower() in (".pict", ".pct", ".pic"))
+            if not found:
+                sys.exit(f"playing: there is no picture below \"{folder}\".")
+        # A name of its own for each, since all PNGs go into one folder.
+        samples = [made / f"sample{i}.pict" for i in range(len(found))]
+        for link, target in zip(samples, found):
+            link.symlink_to(target.resolve())
+        listings = [subprocess.run([tools.macpict, "list", p], capture_output=True).stdout.decode(errors="replace")
+                    for p in samples]
+        drawn = [p for p, listing in zip(samples, listings) if SHAPES.search(listing)]
+        bits = [p for p in samples if p not in drawn]
+
+        reads_all(tools.libreoffice, [dot])  # makes its profile
+        head("Playing", "A process from a PICT file to a PNG: macpict, at 32 bits, against ImageMagick and "
+             "GraphicsMagick, or LibreOffice for pictures that hold shapes, lines or text. Samples are summed over all "
+             "that each side reads and draws alike; LibreOffice starts once for all of them. How far the others' pixels "
+             "are from ours is told, in the mean; LibreOffice smoothes edges and puts a picture on a page, so for that "
+             "both are cut out and brought to one size. Samples of more pixels than its page has are left out. What of our time is the PNG is measured in a process that "
+             "renders the same picture; \"without\" it stands against the others writing a PPM.",
+             ["what", "ours", "other side", "other / ours", "aim", "met?"])
+        race(tools, "photograph of 4096x4096", [photograph], False)
+        race(tools, "100,000 shapes", [shapes], True)
+        if bits:
+            race(tools, "samples of pixels", bits, False)
+        if drawn:
+            race(tools, "samples with shapes", drawn, True)
+
+        baseline = tools.peak(dot)
+        head("Memory of playing", "Peak resident memory of macpict, less that of rendering one pixel "
+             f"({baseline / 2**20:.1f} MiB), as a multiple of the picture's bytes and the port's pixels.",
+             ["what", "peak", "picture and port", "multiple", "aim", "met?"])
+        weigh(tools, "photograph of 4096x4096", photograph, baseline)
+        weigh(tools, "100,000 shapes", shapes, baseline)
+        if samples:
+            rendered = [p for p in samples if tools.out("ours", p).exists()]
+            largest = max(rendered, key=lambda p: math.prod(size_of(tools.out("ours", p))))
+            weigh(tools, "the largest of the samples", largest, baseline)
+
+
+main(pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2]), *(sys.argv[3:4] or [os.environ.get("MACPICT_SAMPLES")]))
