@@ -33,30 +33,42 @@ void addPictureKind(CLI::App& command, PictureKind& kind) {
   command.add_flag("--gray", kind.isGray, "A ramp of greys in place of colours; 8 bits if no depth is given");
 }
 
-int main(int count, char** arguments) {
+namespace {
+
+Status run(int count, char** arguments) {
   CLI::App app("Records, plays and lists QuickDraw pictures (PICT), and runs host code that draws them.", "macpict");
   app.footer("Exit status: 0 done, 1 the work failed, 2 wrong usage.");
   app.set_version_flag("--version", "macpict " MACPICT_VERSION);
   app.require_subcommand(1);
   Command chosen;
   for (const auto add : kCommands) add(app, chosen);
-
-  Status status = kFailed;
   try {
     app.parse(count, arguments);
-    status = chosen();
-  } catch (const CLI::Success& asked) {
-    return app.exit(asked);  // for help, or for the version
+    return chosen();
+  } catch (const CLI::Success& asked) {  // for help, or for the version
+    app.exit(asked);
+    return kDone;
   } catch (const CLI::ParseError& error) {
     complain(sentenceOf(error));
-    status = kWrongUsage;
-  } catch (const std::exception& error) {
+    return kWrongUsage;
+  } catch (const runtime::Error& error) {
     complain(error.what());
+    return kFailed;
   }
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-    complain("What was printed can't be written: standard output is closed or full.");
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  Status status = kFailed;
+  try {
+    status = run(count, arguments);
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+      throw runtime::Error("What was printed can't be written: standard output is closed or full.");
+    for (const std::string& line : runtime::audit()) complain("left behind: " + line);
+  } catch (const std::exception& error) {
     status = kFailed;
+    std::fprintf(stderr, "macpict: %s\n", error.what());
   }
-  for (const std::string& line : runtime::audit()) complain("left behind: " + line);
   return status;
 }

@@ -281,6 +281,7 @@ class Evaluator {
 
   std::vector<runtime::Value> forHost(const std::vector<Value>& values, Place place) const {
     std::vector<runtime::Value> words;
+    words.reserve(values.size());
     for (const Value& value : values) words.push_back(toHost(value, host_, place));
     return words;
   }
