@@ -12,6 +12,18 @@ namespace {
 constexpr void (*kCommands[])(CLI::App&, Command&) = {addRender,  addRecord,  addList,   addRun,
                                                       addClasses, addGallery, addCorpus, addCompletion};
 
+// What is wrong with the word that should be a command; nothing if it is one, or an option.
+std::string wrongCommand(const CLI::App& app, int count, char** arguments) {
+  std::string names;
+  for (const CLI::App* command : app.get_subcommands(nullptr)) {
+    if (count > 1 && command->check_name(arguments[1])) return "";
+    names += (names.empty() ? "" : ", ") + command->get_name();
+  }
+  if (count > 1 && arguments[1][0] == '-') return "";
+  return (count > 1 ? "There is no command \"" + std::string(arguments[1]) + "\"; " : "A command is missing; ") +
+         names + " would work.";
+}
+
 // The command line's own sentences end without a stop.
 std::string sentenceOf(const CLI::ParseError& error) {
   std::string sentence = error.what();
@@ -29,7 +41,12 @@ void complain(const std::string& sentence) {
 void addPictureKind(CLI::App& command, PictureKind& kind) {
   command.add_option("--depth", kind.depth, "Bits a pixel: 1, 2, 4, 8, 16, 24 or 32")
       ->type_name("N")
-      ->check(CLI::IsMember({1, 2, 4, 8, 16, 24, 32}));
+      ->check([](const std::string& text) {
+        for (const char* known : {"1", "2", "4", "8", "16", "24", "32"}) {
+          if (text == known) return std::string();
+        }
+        return "It takes 1, 2, 4, 8, 16, 24 or 32, not \"" + text + "\"";
+      });
   command.add_flag("--gray", kind.isGray, "A ramp of greys in place of colours; 8 bits if no depth is given");
 }
 
@@ -42,6 +59,10 @@ Status run(int count, char** arguments) {
   app.require_subcommand(1);
   Command chosen;
   for (const auto add : kCommands) add(app, chosen);
+  if (const std::string wrong = wrongCommand(app, count, arguments); !wrong.empty()) {
+    complain(wrong);
+    return kWrongUsage;
+  }
   try {
     app.parse(count, arguments);
     return chosen();

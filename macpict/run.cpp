@@ -18,7 +18,12 @@ struct Options {
 void addHostVersion(CLI::App& command, double& version) {
   command.add_option("--host-version", version, "The version that the host tells, like 2011.04 or 2014")
       ->type_name("V")
-      ->check(CLI::Range(1.0, 9999.0));
+      ->check([](const std::string& text) {
+        double version = 0;
+        return CLI::detail::lexical_cast(text, version) && version >= 1 && version < 10000
+                   ? std::string()
+                   : "It takes a year and a release, not \"" + text + "\"; 2011.04 or 2014 would work";
+      });
 }
 
 Status run(const Options& options) {

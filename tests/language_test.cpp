@@ -54,7 +54,9 @@ TEST_F(Language, RunsStatements) {
   EXPECT_EQ(run("dim A, b as INTEGER // two\nA = 3.9 ' no fraction\nB = a _\n  + 1\r\nPRINT a, b\nRem the end"), "34|");
   EXPECT_EQ(run("Dim i As Integer\nFor i = 1 To 3\nPrint i\nNext\nFor i = 3 DownTo 1 Step 2\nPrint i\nNext i\nPrint i"),
             "1|2|3|3|1|-1|");
-  EXPECT_EQ(run("Dim x As Double\nFor x = 0 To 1 Step 0.5\nPrint x\nNext"), "0|0.5|1|");
+  EXPECT_EQ(run("Dim n As Integer = 1, x As Double\nFor i As Integer = n To 2\nPrint i\nNext\nFor x = 0 To 1 Step "
+                "0.5\nPrint x\nNext"),
+            "1|2|0|0.5|1|");
   EXPECT_EQ(run("Dim i As Integer\nFor i = 2147483646 To 2147483647\nPrint i\nNext"), "2147483646|2147483647|");
   EXPECT_EQ(run("Dim n As Integer\nWhile True\nn = n + 1\nIf n = 4 Then Exit\nWend\nPrint n"), "4|");
   const std::string choice =

@@ -242,7 +242,7 @@ class Evaluator {
         if (isVariable(expression.parts[0])) return element(expression);
         return callFunction(expression.parts[0], arguments(expression));
       case Kind::construct:
-        return construct(expression);
+        return asked(expression.place, [&] { return Value(host_.make(expression.text)); });
       case Kind::unary:
         return unary(expression);
       case Kind::binary:
@@ -326,10 +326,6 @@ class Evaluator {
       if (arguments.empty()) return fromHost(host_.get(object, member.text));
       return fromHost(host_.call(object, member.text, forHost(arguments, member.place)));
     });
-  }
-
-  Value construct(const Expression& made) {
-    return asked(made.place, [&] { return Value(host_.make(made.text)); });
   }
 
   Value unary(const Expression& expression) {

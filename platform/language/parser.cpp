@@ -106,9 +106,13 @@ class Parser {
 
   void simple(Block& block) {
     const Place place = token().place;
-    if (take("dim")) return dim(block, place);
+    if (take("dim")) {
+      do dim(block, place);
+      while (take(","));
+      return;
+    }
     if (take("if")) return block.push_back(condition(place));
-    if (take("for")) return block.push_back(loopFor(place));
+    if (take("for")) return loopFor(block, place);
     if (take("exit")) return block.push_back({Statement::Kind::leave, place, {}, {}, false, {}, {}});
     if (take("while")) {
       Statement loop{Statement::Kind::loopWhile, place, {}, {}, false, {expression()}, {}};
@@ -121,7 +125,7 @@ class Parser {
     block.push_back(assignmentOrCall(place));
   }
 
-  // Dim a, b() As Type [= value]; Dim c(9) As Type; Dim d As New Type
+  // a, b() As Type [= value]; c(9) As Type; d As New Type
   void dim(Block& block, Place place) {
     const std::size_t first = block.size();
     do {
@@ -172,8 +176,9 @@ class Parser {
     return choice;
   }
 
-  Statement loopFor(Place place) {
+  void loopFor(Block& block, Place place) {
     Statement loop{Statement::Kind::loopFor, place, name("a variable's name"), {}, false, {}, {}};
+    if (take("as")) block.push_back({Statement::Kind::dim, place, loop.name, name("a type"), false, {}, {}});
     expect("=");
     loop.expressions.push_back(expression());
     const bool isDown = take("downto");
@@ -185,7 +190,7 @@ class Parser {
     loop.blocks.push_back(statements({"next"}));
     expect("next");
     if (token().kind == Token::Kind::name && !take(loop.name)) fail("is out of place; " + loop.name + " would work");
-    return loop;
+    block.push_back(std::move(loop));
   }
 
   // A value that is followed by = is assigned to; arguments of a call may stand without brackets.
