@@ -70,6 +70,11 @@ class Reader {
   void convert(std::span<std::uint32_t> pixels) const {
     if (!table_.empty()) {
       for (std::uint32_t& pixel : pixels) pixel = table_[pixel];
+    } else if (source_.depth == 16 && destination_.depth == 32) {
+      const auto byte = [](std::uint32_t five) { return five << 3 | five >> 2; };
+      for (std::uint32_t& p : pixels) p = byte(p >> 10 & 31) << 16 | byte(p >> 5 & 31) << 8 | byte(p & 31);
+    } else if (source_.depth == 32 && destination_.depth == 16) {
+      for (std::uint32_t& p : pixels) p = (p >> 19 & 31) << 10 | (p >> 11 & 31) << 5 | (p >> 3 & 31);
     } else if (source_.depth != destination_.depth) {
       for (std::uint32_t& pixel : pixels) pixel = destination_.pixelOf(source_.colorOf(pixel));
     }
@@ -127,6 +132,22 @@ void forRuns(const Region& clip, const Box& area, int y, Use use) {
   }
 }
 
+// Copies between maps of the same format, row by row, as bytes.
+void copyRows(const PixelMap& source, const PixelMap& destination, const Stretches& stretches, const Box& area,
+              const Region& clip) {
+  const auto pixelBytes = static_cast<std::size_t>(source.depth / 8);
+  const auto at = [pixelBytes](const PixelMap& map, int y, int x) {
+    return map.row(y) + static_cast<std::size_t>(x - map.bounds.left) * pixelBytes;
+  };
+  for (int y = area.top; y < area.bottom; ++y) {
+    const int sourceY = stretches.v(y);
+    forRuns(clip, area, y, [&](int left, int right) {
+      std::memcpy(at(destination, y, left), at(source, sourceY, stretches.h(left)),
+                  static_cast<std::size_t>(right - left) * pixelBytes);
+    });
+  }
+}
+
 }  // namespace
 
 std::optional<OwnedPixels> duplicate(const PixelMap& map, const Box& part) {
@@ -155,23 +176,21 @@ void copyBits(const PixelMap& source, const PixelMap& destination, const Box& fr
 
   const Transfer transfer(destination, mode, colors);
   const bool goesAsBytes =
-      transfer.isPlainCopy() && sameColors(source, destination) && source.depth >= 8 && from.width() == to.width();
+      transfer.isPlainCopy() && source.depth >= 8 && from.width() == to.width() && sameColors(source, destination);
+  if (goesAsBytes) return copyRows(source, destination, stretches, area, clip);
+
   Rows rows(source, stretches.h, area.left, area.right);
   const Reader reader(source, destination, transfer);
   std::vector<std::uint32_t> there;
+  std::span<std::uint32_t> pixels;
+  std::optional<int> lastY;  // a row that is stretched over several is read once
   for (int y = area.top; y < area.bottom; ++y) {
     const int sourceY = stretches.v(y);
-    if (goesAsBytes) {
-      forRuns(clip, area, y, [&](int left, int right) {
-        const auto bytes = static_cast<std::size_t>(source.depth / 8);
-        std::memcpy(destination.row(y) + static_cast<std::size_t>(left - destination.bounds.left) * bytes,
-                    source.row(sourceY) + static_cast<std::size_t>(stretches.h(left) - source.bounds.left) * bytes,
-                    static_cast<std::size_t>(right - left) * bytes);
-      });
-      continue;
+    if (lastY != sourceY) {
+      pixels = rows.read(sourceY);
+      reader.convert(pixels);
+      lastY = sourceY;
     }
-    const auto pixels = rows.read(sourceY);
-    reader.convert(pixels);
     forRuns(clip, area, y, [&](int left, int right) {
       const auto run =
           pixels.subspan(static_cast<std::size_t>(left - area.left), static_cast<std::size_t>(right - left));

@@ -64,7 +64,7 @@ void scan(const ShapeCommand& command, Point pen, const Box& clip, RunSink& sink
 void draw(Port& port, const LineCommand& line) {
   const PortState& state = port.state;
   if (!isPatternMode(state.penMode)) return;
-  const Region clip = port.visible();
+  const Region& clip = port.visible();
   Painter painter(port.map(), clip, state.penPattern, state.penMode, state.colors);
   scanLine(line.from, line.to, state.penSize, painter);
 }
@@ -73,14 +73,14 @@ void draw(Port& port, const ShapeCommand& command) {
   const PortState& state = port.state;
   const Brush brush = brushOf(state, command.verb);
   if (!isPatternMode(brush.mode)) return;
-  const Region clip = port.visible();
+  const Region& clip = port.visible();
   Painter painter(port.map(), clip, brush.pattern, brush.mode, state.colors);
   scan(command, state.penSize, clip.bounds(), painter);
 }
 
 void draw(Port& port, const TextCommand& text) {
   const PortState& state = port.state;
-  const Region clip = port.visible();
+  const Region& clip = port.visible();
   const TextState& style = state.text;
   if ((style.mode & ~ditherCopy) == srcCopy) {
     Painter ground(port.map(), clip, kClear, patCopy, state.colors);
@@ -99,9 +99,11 @@ void draw(Port& port, const TextCommand& text) {
 }
 
 void draw(Port& port, const BitsCommand& bits) {
-  Region clip = port.visible();
-  if (bits.mask != nullptr) clip = intersect(clip, *bits.mask);
-  copyBits(*bits.source, port.map(), Box(bits.from), Box(bits.to), bits.mode, clip, port.state.colors);
+  const auto copy = [&](const Region& clip) {
+    copyBits(*bits.source, port.map(), Box(bits.from), Box(bits.to), bits.mode, clip, port.state.colors);
+  };
+  if (bits.mask == nullptr) return copy(port.visible());
+  copy(intersect(port.visible(), *bits.mask));
 }
 
 template <class Command>

@@ -383,7 +383,7 @@ void CopyMask(BitMapPtr source, BitMapPtr mask, BitMapPtr destination, const Rec
   const PixelMap* const maskMap = mapOf(mask);
   const PixelMap* const destinationMap = mapOf(destination);
   if (sourceMap == nullptr || maskMap == nullptr || destinationMap == nullptr) return;
-  const Port& port = current();
+  Port& port = current();
   const bool isOwn = destinationMap == &port.map();
   if (isOwn && port.state.penVisibility < 0) return;
   const Region clip = isOwn ? port.visible() : Region(destinationMap->bounds);

@@ -1,12 +1,27 @@
 #include "platform/quickdraw/paint.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace qd {
+namespace {
+
+// A word in which a pixel stands again and again, as it lies in a row.
+std::uint32_t repeated(std::uint32_t pixel, int depth) {
+  if (depth < 32) pixel &= (1U << depth) - 1;
+  for (int bits = depth; bits < 32; bits *= 2) pixel |= pixel << bits;
+  return __builtin_bswap32(pixel);
+}
+
+}  // namespace
 
 Painter::Painter(const PixelMap& map, const Region& clip, const Pattern& pattern, int mode,
                  const TransferColors& colors)
-    : map_(map), clip_(clip), pattern_(pattern), transfer_(map, mode, colors) {}
+    : map_(map),
+      clip_(clip),
+      pattern_(pattern),
+      transfer_(map, mode, colors),
+      isUniform_(std::count(pattern.bits.begin(), pattern.bits.end(), pattern.bits[0]) == 8) {}
 
 void Painter::run(int y, int left, int right) {
   const auto edges = clip_.row(y);
@@ -32,27 +47,37 @@ void Painter::box(const Box& box) {
 // Eight pixels of the pattern's row, repeated over as many bytes as eight of the deepest pixels take: at every depth
 // the row of a map is filled by words of this tile.
 const Painter::Tile& Painter::tileOf(int y) {
-  Tile& tile = tiles_[static_cast<std::size_t>(y & 7)];
+  const std::size_t row = isUniform_ ? 0 : static_cast<std::size_t>(y & 7);
+  Tile& tile = tiles_[row];
   if (tile.ready) return tile;
+  const std::uint8_t bits = pattern_.bits[row];
   const Transfer::Masks set = transfer_.masks(map_.ones());
   const Transfer::Masks clear = transfer_.masks(0);
-  const std::uint8_t bits = pattern_.bits[static_cast<std::size_t>(y & 7)];
-  std::array<std::uint32_t, 8> keep;
-  std::array<std::uint32_t, 8> flip;
-  tile.stores = true;
-  for (int i = 0; i < 8; ++i) {
-    const bool isSet = (bits >> (7 - ((map_.bounds.left + i) & 7)) & 1) != 0;
-    keep[static_cast<std::size_t>(i)] = isSet ? set.keep : clear.keep;
-    flip[static_cast<std::size_t>(i)] = isSet ? set.flip : clear.flip;
-    tile.stores = tile.stores && keep[static_cast<std::size_t>(i)] == 0;
+  if (bits == 0xFF || bits == 0) {
+    const Transfer::Masks& all = bits != 0 ? set : clear;
+    std::fill_n(tile.keep, kTileWords, repeated(all.keep, map_.depth));
+    std::fill_n(tile.flip, kTileWords, repeated(all.flip, map_.depth));
+  } else {
+    std::array<std::uint32_t, 8> keep;
+    std::array<std::uint32_t, 8> flip;
+    for (int i = 0; i < 8; ++i) {
+      const bool isSet = (bits >> (7 - ((map_.bounds.left + i) & 7)) & 1) != 0;
+      keep[static_cast<std::size_t>(i)] = isSet ? set.keep : clear.keep;
+      flip[static_cast<std::size_t>(i)] = isSet ? set.flip : clear.flip;
+    }
+    const auto expand = [depth = map_.depth](const auto& pixels, std::uint32_t* words) {
+      std::uint8_t bytes[kTileWords * 4];
+      for (int first = 0; first < kTileWords * 32 / depth; first += 8) packPixels(depth, bytes, first, pixels);
+      std::memcpy(words, bytes, sizeof bytes);
+    };
+    expand(keep, tile.keep);
+    expand(flip, tile.flip);
   }
-  const auto expand = [depth = map_.depth](const auto& pixels, std::uint32_t* words) {
-    std::uint8_t bytes[kTileWords * 4];
-    for (int first = 0; first < kTileWords * 32 / depth; first += 8) packPixels(depth, bytes, first, pixels);
-    std::memcpy(words, bytes, sizeof bytes);
-  };
-  expand(keep, tile.keep);
-  expand(flip, tile.flip);
+  tile.stores = std::all_of(tile.keep, tile.keep + kTileWords, [](std::uint32_t word) { return word == 0; });
+  const std::uint32_t word = tile.flip[0];
+  tile.isOneByte =
+      word == (word & 0xFF) * 0x01010101U &&
+      std::all_of(tile.flip, tile.flip + kTileWords, [word](std::uint32_t other) { return other == word; });
   tile.ready = true;
   return tile;
 }
@@ -80,6 +105,10 @@ void Painter::fill(int y, int left, int right) {
   if (word == lastWord) return put(word, firstMask & lastMask);
   put(word, firstMask);
   ++word;
+  if (tile.stores && tile.isOneByte) {
+    std::memset(row + word * 4, static_cast<int>(tile.flip[0] & 0xFF), (lastWord - word) * 4);
+    return put(lastWord, lastMask);
+  }
   for (; word < lastWord && word % kTileWords != 0; ++word) put(word, ~0U);
   for (; word + kTileWords <= lastWord; word += kTileWords) {
     std::uint32_t pixels[kTileWords];

@@ -37,7 +37,8 @@ class Painter : public RunSink {
   struct Tile {
     std::uint32_t keep[kTileWords], flip[kTileWords];
     bool ready = false;
-    bool stores = false;  // nothing of what was there is kept
+    bool stores = false;     // nothing of what was there is kept
+    bool isOneByte = false;  // the flip is the same byte throughout
   };
 
   void fill(int y, int left, int right);
@@ -48,6 +49,7 @@ class Painter : public RunSink {
   const Region& clip_;
   const Pattern& pattern_;
   Transfer transfer_;
+  bool isUniform_;  // all rows of the pattern are alike
   std::array<Tile, 8> tiles_;
   std::vector<std::uint32_t> source_, there_;
 };

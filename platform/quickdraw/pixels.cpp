@@ -170,6 +170,14 @@ ColorTable::Candidates ColorTable::candidatesOf(std::size_t cell) const {
 }
 
 std::uint32_t ColorTable::nearest(const RGBColor& color) const {
+  const std::uint64_t key = std::uint64_t{color.red} << 32 | std::uint64_t{color.green} << 16 | color.blue;
+  if (answers_.empty()) answers_.resize(kMemory, {UINT64_MAX, 0});
+  Answer& answer = answers_[(color.red * 37U ^ color.green * 101U ^ color.blue * 1009U) % kMemory];
+  if (answer.color != key) answer = {key, nearestOf(color)};
+  return answer.index;
+}
+
+std::uint32_t ColorTable::nearestOf(const RGBColor& color) const {
   constexpr int kShift = 16 - kCellBits;
   const std::size_t cell = std::size_t{color.red} >> kShift << 2 * kCellBits |
                            std::size_t{color.green} >> kShift << kCellBits | std::size_t{color.blue} >> kShift;

@@ -37,7 +37,17 @@ class ColorTable {
   using Candidates = std::vector<std::uint16_t>;
   Candidates candidatesOf(std::size_t cell) const;
 
+  std::uint32_t nearestOf(const RGBColor& color) const;
+
+  // The answers that were given last, by the colour they are for: pictures ask for the same ones again and again.
+  static constexpr std::size_t kMemory = 8192;
+  struct Answer {
+    std::uint64_t color;
+    std::uint32_t index;
+  };
+
   std::vector<RGBColor> colors_;
+  mutable std::vector<Answer> answers_;
   mutable std::vector<Candidates> cells_ = std::vector<Candidates>(std::size_t{1} << 3 * kCellBits);
 };
 

@@ -8,4 +8,12 @@ Port::Port(OwnedPixels pixels) : mapMaster(&pixels_.map), pixels_(std::move(pixe
 
 Port::~Port() = default;
 
+const Region& Port::visible() {
+  if (visibleFor_ != state.clip) {
+    visibleFor_ = state.clip;
+    visible_ = intersect(state.clip, Region(map().bounds));
+  }
+  return visible_;
+}
+
 }  // namespace qd

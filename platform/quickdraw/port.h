@@ -46,8 +46,8 @@ class Port {
   Port& operator=(const Port&) = delete;
 
   const PixelMap& map() const { return pixels_.map; }
-  // What the clip leaves of the port's pixels.
-  Region visible() const { return intersect(state.clip, Region(map().bounds)); }
+  // What the clip leaves of the port's pixels, till the clip changes.
+  const Region& visible();
 
   PortState state;
   std::unique_ptr<PictureWriter> recording;
@@ -59,6 +59,8 @@ class Port {
 
  private:
   OwnedPixels pixels_;
+  std::optional<Region> visibleFor_;  // the clip
+  Region visible_;
 };
 
 }  // namespace qd
