@@ -15,7 +15,12 @@ std::string readFile(const fs::path& path) {
   if (fs::is_directory(path, error)) throw runtime::Error("\"" + path.string() + "\" is a folder, not a file.");
   std::ifstream in(path, std::ios::binary);
   if (!in) throw runtime::Error("\"" + path.string() + "\" can't be read: " + std::strerror(errno) + ".");
-  return {std::istreambuf_iterator<char>(in), {}};
+  const auto size = fs::is_regular_file(path, error) ? fs::file_size(path, error) : 0;
+  if (error || size == 0) return {std::istreambuf_iterator<char>(in), {}};  // a pipe has no size
+  std::string bytes(static_cast<std::size_t>(size), '\0');
+  in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  bytes.resize(static_cast<std::size_t>(in.gcount()));
+  return bytes;
 }
 
 void writeFile(const fs::path& path, std::string_view bytes) {

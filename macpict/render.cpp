@@ -65,9 +65,8 @@ Status renderOne(Session& session, const fs::path& in, const fs::path& out, cons
                          " would work.");
   }
 
-  const runtime::Object recorder = session.recorderWith(picture);
   const runtime::Object canvas = session.picture(size.width, size.height, options.kind);
-  session.play(recorder, canvas, 0, 0, size.width, size.height);
+  session.play(session.recorderWith(picture), canvas, 0, 0, size.width, size.height);
   const qd::Playback& playback = qd::lastPlayback();
   for (const std::string& remark : playback.remarks) complain(in.string() + ": " + remark);
   if (playback.error) {

@@ -1,10 +1,12 @@
 #include "macpict/session.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
 #include "macpict/files.h"
 #include "platform/quickdraw/lister.h"
+#include "platform/quickdraw/operations.h"
 #include "platform/quickdraw/picture_player.h"
 
 namespace fs = std::filesystem;
@@ -96,17 +98,22 @@ Session::Size Session::sizeOf(const Object& picture) {
 
 Image Session::imageOf(const Object& picture) {
   const auto [width, height] = sizeOf(picture);
-  Object deep = this->picture(width, height);
-  copy(picture, deep, 0, 0);
+  const auto* object = runtime::as<runtime::PictureObject>(picture.get());
+  Object deep = picture;
+  if (GetPixDepth(GetGWorldPixMap(object->world)) != 32) {
+    deep = this->picture(width, height);
+    copy(picture, deep, 0, 0);
+  }
   const Value pixels = host_.get(deep, "GWorldPixelDataTVK");
   const auto& bytes = pixelsOf(pixels).bytes;
   const auto rowBytes = static_cast<std::size_t>(std::get<std::int32_t>(host_.get(deep, "GWorldPixelRowBytesTVK")));
 
   Image image{width, height, {}};
-  image.rgb.reserve(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
+  image.rgb.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
+  char* out = image.rgb.data();
   for (std::size_t y = 0; y < static_cast<std::size_t>(height); ++y) {
     const char* pixel = bytes.data() + y * rowBytes;
-    for (int x = 0; x < width; ++x, pixel += 4) image.rgb.append(pixel + 1, 3);
+    for (int x = 0; x < width; ++x, pixel += 4, out += 3) std::copy_n(pixel + 1, 3, out);
   }
   return image;
 }
@@ -124,8 +131,9 @@ void Session::save(const Value& value, const fs::path& path) {
     if (isPicture) throw runtime::Error("A picture is saved as .png, .pict or .pct, not as \"" + ending + "\".");
     return writeFile(path, textOf(value));
   }
-  if (isPicture) return writePNG(path, imageOf(*object));
-  const std::string bytes = textOf(value);
+  if (isPicture && runtime::as<runtime::PictureObject>(object->get())->world != nullptr)
+    return writePNG(path, imageOf(*object));
+  const std::string bytes = isPicture ? exported(*object) : textOf(value);
   const auto header = qd::pictureHeader(qd::bytesOf(bytes));
   if (!header || header->source.empty()) throw runtime::Error("These bytes are no PICT, so there is nothing to show.");
   const Object shown = picture(header->source.width(), header->source.height());
