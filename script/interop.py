@@ -82,7 +82,7 @@ def expected(opcodes):
         return Mark("stroke", front, middle, (pen[0] + pen[1]) / 2)
 
     for line, _, name, n, rest in opcodes:
-        shape = re.fullmatch("(Frame|Paint|Erase|Invert)(Rect|RRect|Oval|Arc|Poly)", name)
+        shape = re.fullmatch("(Frame|Paint|Erase|Invert)(Same)?(Rect|RRect|Oval|Arc|Poly)", name)
         if name in ("RGBFgCol", "RGBBkCol"):
             color = tuple(int(rest[i : i + 2], 16) for i in (1, 5, 9))
             front, back = (color, back) if name == "RGBFgCol" else (front, color)
@@ -93,7 +93,11 @@ def expected(opcodes):
         elif name == "TxFace":
             face = n[0]
         elif shape:
-            verb, what = shape.groups()
+            verb, same, what = shape.groups()
+            if same:
+                n = [*rect, *n]
+            elif what != "Poly":
+                rect = n[:4]
             known[INVERT] += verb == "Invert"
             known[CORNERS] += what == "RRect"
             points = list(zip(n[::2], n[1::2])) if what == "Poly" else outline(what, *n)
