@@ -21,9 +21,17 @@ Painter::Painter(const PixelMap& map, const Region& clip, const Pattern& pattern
       clip_(clip),
       pattern_(pattern),
       transfer_(map, mode, colors),
-      isUniform_(std::count(pattern.bits.begin(), pattern.bits.end(), pattern.bits[0]) == 8) {}
+      isUniform_(std::count(pattern.bits.begin(), pattern.bits.end(), pattern.bits[0]) == 8),
+      isPixelByPixel_(pattern.pixels != nullptr || !transfer_.isBoolean()),
+      isClipRect_(clip.isRect()) {}
 
 void Painter::run(int y, int left, int right) {
+  const Box& bounds = clip_.bounds();
+  if (y < bounds.top || y >= bounds.bottom) return;
+  left = std::max(left, bounds.left);
+  right = std::min(right, bounds.right);
+  if (left >= right) return;
+  if (isClipRect_) return fill(y, left, right);
   const auto edges = clip_.row(y);
   for (std::size_t i = 0; i < edges.size() && edges[i] < right; i += 2) {
     const int from = std::max(left, edges[i]);
@@ -35,12 +43,11 @@ void Painter::run(int y, int left, int right) {
 void Painter::box(const Box& box) {
   const Box visible = intersect(box, clip_.bounds());
   if (visible.empty()) return;
-  for (int y = visible.top; y < visible.bottom; ++y) {
-    if (clip_.isRect()) {
-      fill(y, visible.left, visible.right);
-    } else {
-      run(y, visible.left, visible.right);
-    }
+  if (isClipRect_ && !isPixelByPixel_) {
+    const Words words = wordsOf(visible.left, visible.right);
+    for (int y = visible.top; y < visible.bottom; ++y) fill(y, words);
+  } else {
+    for (int y = visible.top; y < visible.bottom; ++y) run(y, visible.left, visible.right);
   }
 }
 
@@ -82,15 +89,23 @@ const Painter::Tile& Painter::tileOf(int y) {
   return tile;
 }
 
-void Painter::fill(int y, int left, int right) {
-  if (pattern_.pixels != nullptr || !transfer_.isBoolean()) return fillByPixel(y, left, right);
-
-  const Tile& tile = tileOf(y);
+Painter::Words Painter::wordsOf(int left, int right) const {
   const std::int64_t firstBit = std::int64_t{left - map_.bounds.left} * map_.depth;
-  const std::int64_t endBit = std::int64_t{right - map_.bounds.left} * map_.depth;
-  std::size_t word = static_cast<std::size_t>(firstBit / 32);
-  const std::size_t lastWord = static_cast<std::size_t>((endBit - 1) / 32);
+  const std::int64_t lastBit = std::int64_t{right - map_.bounds.left} * map_.depth - 1;
+  return {static_cast<std::size_t>(firstBit / 32), static_cast<std::size_t>(lastBit / 32), ~0U >> (firstBit % 32),
+          ~0U << (31 - lastBit % 32)};
+}
+
+void Painter::fill(int y, int left, int right) {
+  if (isPixelByPixel_) return fillByPixel(y, left, right);
+  fill(y, wordsOf(left, right));
+}
+
+void Painter::fill(int y, const Words& words) {
+  const Tile& tile = tileOf(y);
   std::uint8_t* const row = map_.row(y);
+  std::size_t word = words.first;
+  const std::size_t lastWord = words.last;
 
   // Bits of a word count from its first byte's most significant one.
   const auto put = [&](std::size_t at, std::uint32_t mask) {
@@ -100,14 +115,12 @@ void Painter::fill(int y, int left, int right) {
     pixels = (pixels & (tile.keep[at % kTileWords] | ~mask)) ^ (tile.flip[at % kTileWords] & mask);
     std::memcpy(row + at * 4, &pixels, 4);
   };
-  const std::uint32_t firstMask = ~0U >> (firstBit % 32);
-  const std::uint32_t lastMask = ~0U << (31 - (endBit - 1) % 32);
-  if (word == lastWord) return put(word, firstMask & lastMask);
-  put(word, firstMask);
+  if (word == lastWord) return put(word, words.firstMask & words.lastMask);
+  put(word, words.firstMask);
   ++word;
   if (tile.stores && tile.isOneByte) {
     std::memset(row + word * 4, static_cast<int>(tile.flip[0] & 0xFF), (lastWord - word) * 4);
-    return put(lastWord, lastMask);
+    return put(lastWord, words.lastMask);
   }
   for (; word < lastWord && word % kTileWords != 0; ++word) put(word, ~0U);
   for (; word + kTileWords <= lastWord; word += kTileWords) {
@@ -121,7 +134,7 @@ void Painter::fill(int y, int left, int right) {
     std::memcpy(row + word * 4, pixels, sizeof pixels);
   }
   for (; word < lastWord; ++word) put(word, ~0U);
-  put(lastWord, lastMask);
+  put(lastWord, words.lastMask);
 }
 
 void Painter::fillByPixel(int y, int left, int right) {

@@ -41,7 +41,14 @@ class Painter : public RunSink {
     bool isOneByte = false;  // the flip is the same byte throughout
   };
 
+  // The words of a row that a run takes, and which bits of the first and the last.
+  struct Words {
+    std::size_t first, last;
+    std::uint32_t firstMask, lastMask;
+  };
+  Words wordsOf(int left, int right) const;
   void fill(int y, int left, int right);
+  void fill(int y, const Words& words);
   const Tile& tileOf(int y);
   void fillByPixel(int y, int left, int right);
 
@@ -49,7 +56,9 @@ class Painter : public RunSink {
   const Region& clip_;
   const Pattern& pattern_;
   Transfer transfer_;
-  bool isUniform_;  // all rows of the pattern are alike
+  bool isUniform_;       // all rows of the pattern are alike
+  bool isPixelByPixel_;  // the pattern or the mode asks for it
+  bool isClipRect_;
   std::array<Tile, 8> tiles_;
   std::vector<std::uint32_t> source_, there_;
 };
