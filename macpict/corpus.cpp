@@ -1,5 +1,4 @@
 // macpict corpus: all pictures below a folder, small on one sheet.
-
 #include <algorithm>
 #include <cstdio>
 
@@ -106,7 +105,13 @@ Image renderOne(Session& session, const std::string& bytes, Sum& sum, std::strin
                 std::max(1, static_cast<int>(height * scale)));
 }
 
-Status renderCorpus(const fs::path& folder, const fs::path& sheetPath) {
+struct Options {
+  std::string folder, sheet;
+};
+
+Status renderCorpus(const Options& options) {
+  const fs::path folder = options.folder;
+  const fs::path sheetPath = options.sheet;
   Session session;
   std::error_code error;
   std::vector<fs::path> files;
@@ -144,9 +149,8 @@ Status renderCorpus(const fs::path& folder, const fs::path& sheetPath) {
 }  // namespace
 
 void addCorpus(CLI::App& app, Command& chosen) {
-  auto paths = std::make_shared<std::pair<std::string, std::string>>();
-  CLI::App* command = app.add_subcommand("corpus", "Render all pictures below a folder, and put them on one sheet");
-  command->add_option("DIR", paths->first, "The folder")->required()->type_name("");
-  command->add_option("SHEET.png", paths->second, "The sheet to write")->required()->type_name("");
-  command->callback([&chosen, paths] { chosen = [paths] { return renderCorpus(paths->first, paths->second); }; });
+  const auto [command, options] = addCommand<Options>(
+      app, chosen, "corpus", "Render all pictures below a folder, and put them on one sheet", renderCorpus);
+  command->add_option("DIR", options.folder, "The folder")->required()->type_name("");
+  command->add_option("SHEET.png", options.sheet, "The sheet to write")->required()->type_name("");
 }

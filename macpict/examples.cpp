@@ -57,7 +57,6 @@ void runExample(Session& session, Example& example, const fs::path& folder) {
   try {
     language::run(example.code, session.host(), surroundings);
   } catch (const language::Error& error) {
-    throw runtime::Error(example.page + ":" + std::to_string(example.line + error.place.line - 1) + ":" +
-                         std::to_string(error.place.column) + ": " + error.what());
+    throw runtime::Error(error.in(example.page, example.line));
   }
 }

@@ -1,12 +1,9 @@
 // macpict gallery: the examples of the reference with their pictures, and sample files, on one page.
-#include <algorithm>
 #include <cstdio>
 
 #include "macpict/command.h"
 #include "macpict/examples.h"
 #include "macpict/files.h"
-#include "platform/quickdraw/lister.h"
-#include "platform/quickdraw/picture_player.h"
 
 namespace fs = std::filesystem;
 
@@ -71,17 +68,7 @@ std::string sectionOf(const Example& example, const fs::path& folder) {
 // A sample is played at its size, or smaller where it is very large.
 std::string sampleOf(Session& session, const fs::path& file, const fs::path& folder) {
   constexpr int kMost = 2048;
-  const std::string picture = readPicture(file);
-  const auto header = qd::pictureHeader(qd::bytesOf(picture));
-  if (!header || header->source.empty())
-    throw runtime::Error("The picture \"" + file.string() + "\" has an empty frame.");
-  const double scale = std::min({1.0, double{kMost} / header->source.width(), double{kMost} / header->source.height()});
-  const int width = std::max(1, static_cast<int>(header->source.width() * scale));
-  const int height = std::max(1, static_cast<int>(header->source.height() * scale));
-  const runtime::Object canvas = session.picture(width, height);
-  session.play(session.recorderWith(picture), canvas, 0, 0, width, height);
-  if (const auto error = qd::lastPlayback().error)
-    throw runtime::Error("The picture \"" + file.string() + "\" is broken " + qd::describe(*error) + ".");
+  const runtime::Object canvas = session.played("The picture \"" + file.string() + "\"", readPicture(file), kMost);
   const fs::path png = folder / ("sample-" + file.stem().string() + ".png");
   writePNG(png, session.imageOf(canvas));
   return figure(png, file.filename().string());
@@ -116,11 +103,9 @@ Status gallery(const Options& options) {
 }  // namespace
 
 void addGallery(CLI::App& app, Command& chosen) {
-  auto options = std::make_shared<Options>();
-  CLI::App* command =
-      app.add_subcommand("gallery", "Run the examples of the reference, and put them and samples on a page")
-          ->alias("demo");
-  command->add_option("DIR", options->folder, "Where the pictures and index.html go")->required()->type_name("");
-  command->add_option("SAMPLES", options->samples, "PICT files to play on the page")->type_name("");
-  command->callback([&chosen, options] { chosen = [options] { return gallery(*options); }; });
+  const auto [command, options] = addCommand<Options>(
+      app, chosen, "gallery", "Run the examples of the reference, and put them and samples on a page", gallery);
+  command->alias("demo");
+  command->add_option("DIR", options.folder, "Where the pictures and index.html go")->required()->type_name("");
+  command->add_option("SAMPLES", options.samples, "PICT files to play on the page")->type_name("");
 }

@@ -60,9 +60,8 @@ Status list(const Options& options) {
 }  // namespace
 
 void addList(CLI::App& app, Command& chosen) {
-  auto options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand("list", "Print a line for each opcode of a picture");
-  command->add_option("IN.pict", options->file, "The picture")->required()->type_name("");
-  command->add_flag("--json", options->isJson, "As JSON, rectangles as left, top, right, bottom");
-  command->callback([&chosen, options] { chosen = [options] { return list(*options); }; });
+  const auto [command, options] =
+      addCommand<Options>(app, chosen, "list", "Print a line for each opcode of a picture", list);
+  command->add_option("IN.pict", options.file, "The picture")->required()->type_name("");
+  command->add_flag("--json", options.isJson, "As JSON, rectangles as left, top, right, bottom");
 }

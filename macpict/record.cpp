@@ -46,10 +46,9 @@ Status record(const Options& options) {
 }  // namespace
 
 void addRecord(CLI::App& app, Command& chosen) {
-  auto options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand("record", "Make a PICT file of a PNG or JPEG file");
-  command->add_option("IN.png", options->in, "The image")->required()->type_name("");
-  command->add_option("OUT.pict", options->out, "The picture to write")->required()->type_name("");
-  addPictureKind(*command, options->kind);
-  command->callback([&chosen, options] { chosen = [options] { return record(*options); }; });
+  const auto [command, options] =
+      addCommand<Options>(app, chosen, "record", "Make a PICT file of a PNG or JPEG file", record);
+  command->add_option("IN.png", options.in, "The image")->required()->type_name("");
+  command->add_option("OUT.pict", options.out, "The picture to write")->required()->type_name("");
+  addPictureKind(*command, options.kind);
 }

@@ -126,17 +126,17 @@ Status render(const Options& options) {
 }  // namespace
 
 void addRender(CLI::App& app, Command& chosen) {
-  auto options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand("render", "Play a picture into a PNG file, or many into a folder");
-  command->add_option("FILES", options->files, "IN.pict OUT.png, or IN.pict... FOLDER")->required()->type_name("");
-  command->add_option("--size", options->size, "At this size in pixels")
+  const auto [command, options] =
+      addCommand<Options>(app, chosen, "render", "Play a picture into a PNG file, or many into a folder", render);
+  command->add_option("FILES", options.files, "IN.pict OUT.png, or IN.pict... FOLDER")->required()->type_name("");
+  command->add_option("--size", options.size, "At this size in pixels")
       ->type_name("WxH")
       ->check([](const std::string& text) {
         return parseSize(text)
                    ? std::string()
                    : "It takes a width and a height of 1 to 32767, not \"" + text + "\"; 640x480 would work";
       });
-  command->add_option("--scale", options->scale, "Larger or smaller than it is by this factor")
+  command->add_option("--scale", options.scale, "Larger or smaller than it is by this factor")
       ->type_name("F")
       ->check([](const std::string& text) {
         double scale = 0;
@@ -144,7 +144,6 @@ void addRender(CLI::App& app, Command& chosen) {
                    ? std::string()
                    : "It takes a factor above 0 and up to 1000, not \"" + text + "\"; 2 or 0.5 would work";
       });
-  addPictureKind(*command, options->kind);
-  command->add_flag("--keep-going", options->keepGoing, "Write what was drawn till a picture broke");
-  command->callback([&chosen, options] { chosen = [options] { return render(*options); }; });
+  addPictureKind(*command, options.kind);
+  command->add_flag("--keep-going", options.keepGoing, "Write what was drawn till a picture broke");
 }

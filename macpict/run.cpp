@@ -36,8 +36,7 @@ Status run(const Options& options) {
   } catch (const language::Error& error) {
     std::fflush(stdout);
     const std::string name = options.file == "-" ? "standard input" : options.file;
-    throw runtime::Error(name + ":" + std::to_string(error.place.line) + ":" + std::to_string(error.place.column) +
-                         ": " + error.what());
+    throw runtime::Error(error.in(name));
   }
   return kDone;
 }
@@ -60,7 +59,7 @@ void printMethods(const std::vector<runtime::Method>& methods) {
   }
 }
 
-Status classes(double hostVersion) {
+Status classes(const double& hostVersion) {
   Session session(hostVersion);
   for (const auto& [name, info] : session.host().classes()) {
     std::printf("%s%s\n", name.c_str(), textOf(info.attributes).c_str());
@@ -78,17 +77,15 @@ Status classes(double hostVersion) {
 }  // namespace
 
 void addRun(CLI::App& app, Command& chosen) {
-  auto options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand("run", "Run host code");
-  command->add_option("FILE", options->file, "The program; - reads standard input")->required()->type_name("");
-  command->add_option("--out", options->out, "Where Save writes and Open reads")->type_name("DIR");
-  addHostVersion(*command, options->hostVersion);
-  command->callback([&chosen, options] { chosen = [options] { return run(*options); }; });
+  const auto [command, options] = addCommand<Options>(app, chosen, "run", "Run host code", run);
+  command->add_option("FILE", options.file, "The program; - reads standard input")->required()->type_name("");
+  command->add_option("--out", options.out, "Where Save writes and Open reads")->type_name("DIR");
+  addHostVersion(*command, options.hostVersion);
 }
 
 void addClasses(CLI::App& app, Command& chosen) {
-  auto version = std::make_shared<double>(kLatestHost);
-  CLI::App* command = app.add_subcommand("classes", "Print all that the plug-in registers");
-  addHostVersion(*command, *version);
-  command->callback([&chosen, version] { chosen = [version] { return classes(*version); }; });
+  const auto [command, version] =
+      addCommand<double>(app, chosen, "classes", "Print all that the plug-in registers", classes);
+  version = kLatestHost;
+  addHostVersion(*command, version);
 }

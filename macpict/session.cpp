@@ -134,13 +134,20 @@ void Session::save(const Value& value, const fs::path& path) {
   if (isPicture && runtime::as<runtime::PictureObject>(object->get())->world != nullptr)
     return writePNG(path, imageOf(*object));
   const std::string bytes = isPicture ? exported(*object) : textOf(value);
-  const auto header = qd::pictureHeader(qd::bytesOf(bytes));
-  if (!header || header->source.empty()) throw runtime::Error("These bytes are no PICT, so there is nothing to show.");
-  const Object shown = picture(header->source.width(), header->source.height());
-  play(recorderWith(bytes), shown, 0, 0, header->source.width(), header->source.height());
+  writePNG(path, imageOf(played("What is to be shown", bytes)));
+}
+
+Object Session::played(const std::string& name, const std::string& pict, int most) {
+  const auto header = qd::pictureHeader(qd::bytesOf(pict));
+  if (!header || header->source.empty()) throw runtime::Error(name + " has an empty frame, or is no PICT.");
+  const double scale = std::min({1.0, double(most) / header->source.width(), double(most) / header->source.height()});
+  const int width = std::max(1, static_cast<int>(header->source.width() * scale));
+  const int height = std::max(1, static_cast<int>(header->source.height() * scale));
+  Object canvas = picture(width, height);
+  play(recorderWith(pict), canvas, 0, 0, width, height);
   if (const auto error = qd::lastPlayback().error)
-    throw runtime::Error("These bytes are a PICT that is broken " + qd::describe(*error) + ".");
-  writePNG(path, imageOf(shown));
+    throw runtime::Error(name + " is broken " + qd::describe(*error) + ".");
+  return canvas;
 }
 
 language::Surroundings Session::surroundings(const fs::path& folder) {

@@ -35,6 +35,9 @@ class Session {
   runtime::Object pictureOf(const Image& image, PictureKind kind);
   // Plays what a recorder holds into a picture, or a part of it.
   void play(const runtime::Object& recorder, const runtime::Object& picture, int x, int y, int width, int height);
+  // Plays a PICT into a picture of its size, or a smaller one of at most so many pixels a side. Throws, with the name
+  // in the sentence, for what is empty or broken.
+  runtime::Object played(const std::string& name, const std::string& pict, int most = 32767);
   // Copies one picture onto another.
   void copy(const runtime::Object& from, const runtime::Object& to, int x, int y);
   struct Size {

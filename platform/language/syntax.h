@@ -18,6 +18,10 @@ struct Place {
 class Error : public runtime::Error {
  public:
   Error(Place place, const std::string& sentence) : runtime::Error(sentence), place(place) {}
+  // The sentence with the place in front, in a file of that name whose program begins at a line.
+  std::string in(const std::string& file, int firstLine = 1) const {
+    return file + ":" + std::to_string(firstLine + place.line - 1) + ":" + std::to_string(place.column) + ": " + what();
+  }
   Place place;
 };
 
