@@ -1,7 +1,8 @@
 #include "platform/quickdraw/copy.h"
 
 #include <cstring>
-#include <functional>
+
+#include "platform/quickdraw/packing.h"
 
 namespace qd {
 namespace {
@@ -15,6 +16,26 @@ class Stretch {
     const std::int64_t numerator = std::int64_t{fromSize_} * (2 * std::int64_t{at - to_} + 1);
     return from_ + static_cast<int>((numerator + 2 * std::int64_t{toSize_} - 1) / (2 * std::int64_t{toSize_})) - 1;
   }
+  // The sources of all destinations from first on; adds up what operator() multiplies and divides.
+  std::vector<int> list(int first, int last) const {
+    std::vector<int> sources(static_cast<std::size_t>(last - first));
+    const std::int64_t whole = 2 * std::int64_t{toSize_};
+    const std::int64_t step = 2 * std::int64_t{fromSize_};
+    const std::int64_t numerator = std::int64_t{fromSize_} * (2 * std::int64_t{first - to_} + 1) - 1;
+    int source = from_ + static_cast<int>(numerator / whole);
+    std::int64_t rest = numerator % whole;
+    for (int& at : sources) {
+      at = source;
+      source += static_cast<int>(step / whole);
+      rest += step % whole;
+      if (rest >= whole) {
+        rest -= whole;
+        ++source;
+      }
+    }
+    return sources;
+  }
+  bool isStraight() const { return fromSize_ == toSize_; }
   // The destinations between first and last that show a source within [low, high).
   std::pair<int, int> within(int first, int last, int low, int high) const {
     const auto search = [&](int bound) {
@@ -49,81 +70,120 @@ struct Stretches {
   }
 };
 
-// Reads source pixels as pixels of the destination's format.
-class Reader {
- public:
-  Reader(const PixelMap& source, const PixelMap& destination, const Transfer& transfer)
-      : source_(source), destination_(destination) {
-    if (source.isDirect()) return;
-    const bool isBit = source.isBitMap();
-    for (std::uint32_t i = 0; i <= source.ones(); ++i) {
-      if (isBit && transfer.isBoolean()) {
-        table_.push_back(transfer.ink(i != 0 ? destination.ones() : 0));
-      } else if (isBit) {
-        table_.push_back(transfer.patternPixel(i != 0));
-      } else {
-        table_.push_back(destination.pixelOf(source.colorOf(i)));
-      }
-    }
-  }
-
-  void convert(std::span<std::uint32_t> pixels) const {
-    if (!table_.empty()) {
-      for (std::uint32_t& pixel : pixels) pixel = table_[pixel];
-    } else if (source_.depth == 16 && destination_.depth == 32) {
-      const auto byte = [](std::uint32_t five) { return five << 3 | five >> 2; };
-      for (std::uint32_t& p : pixels) p = byte(p >> 10 & 31) << 16 | byte(p >> 5 & 31) << 8 | byte(p & 31);
-    } else if (source_.depth == 32 && destination_.depth == 16) {
-      for (std::uint32_t& p : pixels) p = (p >> 19 & 31) << 10 | (p >> 11 & 31) << 5 | (p >> 3 & 31);
-    } else if (source_.depth != destination_.depth) {
-      for (std::uint32_t& pixel : pixels) pixel = destination_.pixelOf(source_.colorOf(pixel));
-    }
-  }
-
- private:
-  const PixelMap& source_;
-  const PixelMap& destination_;
-  std::vector<std::uint32_t> table_;
-};
-
-// Source rows, stretched over the columns from left on.
-class Rows {
- public:
-  Rows(const PixelMap& source, const Stretch& columns, int left, int right) : source_(source) {
-    for (int x = left; x < right; ++x) columns_.push_back(columns(x));
-    if (columns_.empty()) return;
-    isPlain_ = columns_.back() - columns_.front() == right - 1 - left && columns(left + 1) - columns(left) == 1;
-    if (!isPlain_) whole_.resize(static_cast<std::size_t>(columns_.back() - columns_.front()) + 1);
-    pixels_.resize(columns_.size());
-  }
-  std::span<std::uint32_t> read(int y) {
-    if (isPlain_) {
-      source_.get(y, columns_.front(), pixels_);
-    } else {
-      source_.get(y, columns_.front(), whole_);
-      for (std::size_t i = 0; i < columns_.size(); ++i) {
-        pixels_[i] = whole_[static_cast<std::size_t>(columns_[i] - columns_.front())];
-      }
-    }
-    return pixels_;
-  }
-
- private:
-  const PixelMap& source_;
-  std::vector<int> columns_;
-  bool isPlain_ = false;
-  std::vector<std::uint32_t> whole_, pixels_;
-};
-
 bool sameColors(const PixelMap& a, const PixelMap& b) {
   if (a.depth != b.depth) return false;
   if (a.isDirect() || a.colors == b.colors) return true;
   return a.colors != nullptr && b.colors != nullptr && a.colors->colors() == b.colors->colors();
 }
 
+// How source pixels become pixels of the destination's format: as they are; by a table, if they are indices; or by
+// their components.
+class Conversion {
+ public:
+  Conversion(const PixelMap& source, const PixelMap& destination) : destination_(destination) {
+    if (sameColors(source, destination)) return;
+    if (source.isDirect()) {
+      way_ = destination.depth == 32 ? Way::widen : destination.depth == 16 ? Way::narrow : Way::look;
+    } else if (destination.depth == 32 && source.colors != nullptr) {
+      way_ = Way::table;
+      entries_ = source.colors->deepPixels().data();
+    } else {
+      way_ = Way::table;
+      for (std::uint32_t i = 0; i <= source.ones(); ++i) own_[i] = destination.pixelOf(source.colorOf(i));
+    }
+  }
+  // The set bits of a bitmap take the foreground colour, the clear ones the background.
+  Conversion(const Transfer& transfer, const PixelMap& destination) : destination_(destination), way_(Way::table) {
+    for (const bool isSet : {false, true}) {
+      own_[isSet ? 1 : 0] = transfer.isBoolean() ? transfer.ink(isSet ? destination.ones() : 0)  //
+                                                 : transfer.patternPixel(isSet);
+    }
+  }
+  static Conversion of(const PixelMap& source, const PixelMap& destination, const Transfer& transfer) {
+    return source.isBitMap() ? Conversion(transfer, destination) : Conversion(source, destination);
+  }
+
+  // Calls `use` with what turns a pixel of that depth into one of the destination.
+  template <int Depth, class Use>
+  void with(Use use) const {
+    if (way_ == Way::same) return use([](std::uint32_t pixel) { return pixel; });
+    if constexpr (Depth <= 8) {
+      const std::uint32_t* const entries = entries_ != nullptr ? entries_ : own_.data();
+      use([entries](std::uint32_t pixel) { return entries[pixel]; });
+    } else if constexpr (Depth == 16) {
+      const auto byte = [](std::uint32_t five) { return five << 3 | five >> 2; };
+      const auto widen = [byte](std::uint32_t p) {
+        return byte(p >> 10 & 31) << 16 | byte(p >> 5 & 31) << 8 | byte(p & 31);
+      };
+      if (way_ == Way::widen) return use(widen);
+      use([widen, inverse = &destination_.colors->inverse()](std::uint32_t p) { return look(*inverse, widen(p)); });
+    } else {
+      const auto narrow = [](std::uint32_t p) { return (p >> 19 & 31) << 10 | (p >> 11 & 31) << 5 | (p >> 3 & 31); };
+      if (way_ == Way::narrow) return use(narrow);
+      use([inverse = &destination_.colors->inverse()](std::uint32_t p) { return look(*inverse, p); });
+    }
+  }
+
+ private:
+  static std::uint32_t look(InverseTable& inverse, std::uint32_t deep) {
+    const auto component = [deep](int shift) { return static_cast<std::uint16_t>((deep >> shift & 0xFF) * 257); };
+    return inverse.nearest({component(16), component(8), component(0)});
+  }
+
+  const PixelMap& destination_;
+  enum class Way { same, table, widen, narrow, look } way_ = Way::same;
+  const std::uint32_t* entries_ = nullptr;
+  std::array<std::uint32_t, 256> own_;
+};
+
+// Rows of the source as the destination shows them: stretched over the columns of an area, and converted.
+class Rows {
+ public:
+  Rows(const PixelMap& source, const Conversion& conversion, const Stretch& columns, const Box& area)
+      : source_(source), conversion_(conversion), left_(area.left), first_(columns(area.left) - source.bounds.left) {
+    if (columns.isStraight()) return;
+    columns_ = columns.list(area.left, area.right);
+    for (int& column : columns_) column -= source.bounds.left;
+  }
+
+  // The columns from left on; into a row in the packing of a depth, or as numbers.
+  void pack(int y, int left, int right, int depth, std::uint8_t* row, int first) const {
+    withPacking(depth, [&](auto packing) { convert(y, left, right, packing, row, first); });
+  }
+  void read(int y, int left, std::span<std::uint32_t> pixels) const {
+    const int right = left + static_cast<int>(pixels.size());
+    convert(y, left, right, Unpacked(), reinterpret_cast<std::uint8_t*>(pixels.data()), 0);
+  }
+
+ private:
+  template <class To>
+  void convert(int y, int left, int right, To, std::uint8_t* row, int first) const {
+    const std::uint8_t* const from = source_.row(y);
+    const int count = right - left;
+    withPacking(source_.depth, [&]<int Depth>(Packed<Depth>) {
+      conversion_.with<Depth>([&](auto converted) {
+        const auto put = [=](auto columns) {
+          for (int i = 0; i < count; ++i) To::put(row, first + i, converted(Packed<Depth>::get(from, columns(i))));
+        };
+        if (columns_.empty()) {
+          put([start = first_ + left - left_](int i) { return start + i; });
+        } else {
+          put([list = columns_.data() + (left - left_)](int i) { return list[i]; });
+        }
+      });
+    });
+  }
+
+  const PixelMap& source_;
+  const Conversion& conversion_;
+  int left_, first_;
+  std::vector<int> columns_;
+};
+
 // Calls `use` for each run of the clip in a row of the area.
 template <class Use>
 void forRuns(const Region& clip, const Box& area, int y, Use use) {
+  if (clip.isRect()) return use(area.left, area.right);
   const auto edges = clip.row(y);
   for (std::size_t i = 0; i < edges.size(); i += 2) {
     const int left = std::max(edges[i], area.left);
@@ -132,21 +192,98 @@ void forRuns(const Region& clip, const Box& area, int y, Use use) {
   }
 }
 
-// Copies between maps of the same format, row by row, as bytes.
-void copyRows(const PixelMap& source, const PixelMap& destination, const Stretches& stretches, const Box& area,
-              const Region& clip) {
+// Copies between maps of the same format as bytes: row by row, or at once where rows touch.
+void copyBytes(const PixelMap& source, const PixelMap& destination, const Stretches& stretches, const Box& area,
+               const Region& clip) {
   const auto pixelBytes = static_cast<std::size_t>(source.depth / 8);
   const auto at = [pixelBytes](const PixelMap& map, int y, int x) {
     return map.row(y) + static_cast<std::size_t>(x - map.bounds.left) * pixelBytes;
   };
+  const auto copy = [&](int y, int left, std::size_t bytes) {
+    std::memcpy(at(destination, y, left), at(source, stretches.v(y), stretches.h(left)), bytes);
+  };
+  const auto bytesOf = [pixelBytes](int left, int right) { return static_cast<std::size_t>(right - left) * pixelBytes; };
+  const std::size_t width = bytesOf(area.left, area.right);
+  if (clip.isRect() && stretches.v.isStraight() && source.rowBytes == destination.rowBytes &&
+      width == static_cast<std::size_t>(source.rowBytes)) {
+    return copy(area.top, area.left, width * static_cast<std::size_t>(area.height()));
+  }
   for (int y = area.top; y < area.bottom; ++y) {
-    const int sourceY = stretches.v(y);
-    forRuns(clip, area, y, [&](int left, int right) {
-      std::memcpy(at(destination, y, left), at(source, sourceY, stretches.h(left)),
-                  static_cast<std::size_t>(right - left) * pixelBytes);
+    forRuns(clip, area, y, [&](int left, int right) { copy(y, left, bytesOf(left, right)); });
+  }
+}
+
+// Copies black on white: what was there doesn't matter.
+void copyPlain(const Rows& rows, const PixelMap& destination, const Stretch& v, const Box& area, const Region& clip) {
+  const int depth = destination.depth;
+  const int left = area.left - destination.bounds.left;
+  for (int y = area.top; y < area.bottom; ++y) {
+    const bool isRepeated = depth >= 8 && clip.isRect() && y > area.top && v(y) == v(y - 1);
+    if (isRepeated) {
+      const std::ptrdiff_t start = std::ptrdiff_t{left} * depth / 8;
+      std::memcpy(destination.row(y) + start, destination.row(y - 1) + start,
+                  static_cast<std::size_t>(area.width()) * static_cast<std::size_t>(depth / 8));
+      continue;
+    }
+    forRuns(clip, area, y, [&](int from, int to) {
+      rows.pack(v(y), from, to, depth, destination.row(y), from - destination.bounds.left);
     });
   }
 }
+
+// Changes runs of the destination: `change` gets the pixels that are there, as numbers, and where they are.
+template <class Change>
+void changeRuns(const PixelMap& destination, const Box& area, const Region& clip, Change change) {
+  std::vector<std::uint32_t> there;
+  for (int y = area.top; y < area.bottom; ++y) {
+    forRuns(clip, area, y, [&](int left, int right) {
+      there.resize(static_cast<std::size_t>(right - left));
+      destination.get(y, left, there);
+      change(y, left, std::span(there));
+      destination.put(y, left, there);
+    });
+  }
+}
+
+// A byte of each component of two pixels, mixed by those of a mask, of which 0 takes the source; rounded as the whole
+// components of 16 bits would be, of which the upper half is kept.
+void mixBytes(std::span<const std::uint32_t> source, std::span<const std::uint32_t> mask,
+              std::span<std::uint32_t> there) {
+  const auto* const s = reinterpret_cast<const std::uint8_t*>(source.data());
+  const auto* const m = reinterpret_cast<const std::uint8_t*>(mask.data());
+  auto* const d = reinterpret_cast<std::uint8_t*>(there.data());
+  for (std::size_t i = 0; i < there.size_bytes(); ++i) {
+    const auto sum = static_cast<std::uint16_t>(s[i] * (255 - m[i]) + d[i] * m[i]);
+    const auto scaled = static_cast<std::uint16_t>(sum + (static_cast<std::uint16_t>(sum + 127) >> 8));
+    d[i] = static_cast<std::uint8_t>(static_cast<std::uint16_t>(scaled + 1 + (scaled >> 8)) >> 8);  // by 255
+  }
+}
+
+// The same of any pixels.
+std::uint32_t mixed(const PixelMap& map, std::uint32_t source, std::uint32_t there, const RGBColor& mask) {
+  if (mask == RGBColor{0, 0, 0}) return source;
+  if (mask == RGBColor{0xFFFF, 0xFFFF, 0xFFFF}) return there;
+  const RGBColor s = map.colorOf(source);
+  const RGBColor d = map.colorOf(there);
+  const auto mix = [&](std::uint16_t RGBColor::*c) {
+    const std::uint64_t sum = std::uint64_t{s.*c} * (0xFFFFU - mask.*c) + std::uint64_t{d.*c} * (mask.*c);
+    return static_cast<std::uint16_t>((sum + 0x7FFF) / 0xFFFF);
+  };
+  return map.pixelOf({mix(&RGBColor::red), mix(&RGBColor::green), mix(&RGBColor::blue)});
+}
+
+// Components of a byte, repeated in 16 bits.
+bool hasWholeBytes(const PixelMap& map) {
+  if (map.isDirect() || map.colors == nullptr) return true;
+  const auto isWhole = [](std::uint16_t c) { return c % 257 == 0; };
+  const auto& colors = map.colors->colors();
+  return std::all_of(colors.begin(), colors.end(), [isWhole](const RGBColor& c) {
+    return isWhole(c.red) && isWhole(c.green) && isWhole(c.blue);
+  });
+}
+
+// The format of a mask's weights.
+const PixelMap kDeep{nullptr, 0, {}, 32, nullptr};
 
 }  // namespace
 
@@ -154,10 +291,14 @@ std::optional<OwnedPixels> duplicate(const PixelMap& map, const Box& part) {
   const Box box = intersect(map.bounds, part);
   auto copy = OwnedPixels::make(box, map.depth, map.colors);
   if (!copy) return copy;
-  std::vector<std::uint32_t> pixels(static_cast<std::size_t>(box.width()));
-  for (int y = box.top; y < box.bottom; ++y) {
-    map.get(y, box.left, pixels);
-    copy->map.put(y, box.left, pixels);
+  if (map.depth >= 8) {
+    copyBytes(map, copy->map, Stretches(box, box), box, Region(box));
+  } else {
+    std::vector<std::uint32_t> pixels(static_cast<std::size_t>(box.width()));
+    for (int y = box.top; y < box.bottom; ++y) {
+      map.get(y, box.left, pixels);
+      copy->map.put(y, box.left, pixels);
+    }
   }
   return copy;
 }
@@ -175,32 +316,18 @@ void copyBits(const PixelMap& source, const PixelMap& destination, const Box& fr
   }
 
   const Transfer transfer(destination, mode, colors);
-  const bool goesAsBytes =
-      transfer.isPlainCopy() && source.depth >= 8 && from.width() == to.width() && sameColors(source, destination);
-  if (goesAsBytes) return copyRows(source, destination, stretches, area, clip);
+  const bool goesAsBytes = transfer.isPlainCopy() && source.depth >= 8 && stretches.h.isStraight();
+  if (goesAsBytes && sameColors(source, destination)) return copyBytes(source, destination, stretches, area, clip);
 
-  Rows rows(source, stretches.h, area.left, area.right);
-  const Reader reader(source, destination, transfer);
-  std::vector<std::uint32_t> there;
-  std::span<std::uint32_t> pixels;
-  std::optional<int> lastY;  // a row that is stretched over several is read once
-  for (int y = area.top; y < area.bottom; ++y) {
-    const int sourceY = stretches.v(y);
-    if (lastY != sourceY) {
-      pixels = rows.read(sourceY);
-      reader.convert(pixels);
-      lastY = sourceY;
-    }
-    forRuns(clip, area, y, [&](int left, int right) {
-      const auto run =
-          pixels.subspan(static_cast<std::size_t>(left - area.left), static_cast<std::size_t>(right - left));
-      if (transfer.isPlainCopy()) return destination.put(y, left, run);
-      there.resize(run.size());
-      destination.get(y, left, there);
-      for (std::size_t i = 0; i < run.size(); ++i) there[i] = transfer.apply(run[i], there[i]);
-      destination.put(y, left, there);
-    });
-  }
+  const Conversion conversion = Conversion::of(source, destination, transfer);
+  const Rows rows(source, conversion, stretches.h, area);
+  if (transfer.isPlainCopy()) return copyPlain(rows, destination, stretches.v, area, clip);
+  std::vector<std::uint32_t> pixels;
+  changeRuns(destination, area, clip, [&](int y, int left, std::span<std::uint32_t> there) {
+    pixels.resize(there.size());
+    rows.read(stretches.v(y), left, pixels);
+    for (std::size_t i = 0; i < there.size(); ++i) there[i] = transfer.apply(pixels[i], there[i]);
+  });
 }
 
 void copyMask(const PixelMap& source, const PixelMap& mask, const PixelMap& destination, const Box& from,
@@ -220,36 +347,34 @@ void copyMask(const PixelMap& source, const PixelMap& mask, const PixelMap& dest
   if (area.empty()) return;
 
   const Transfer transfer(destination, srcCopy, colors);
-  const Reader reader(source, destination, transfer);
-  Rows rows(source, stretches.h, area.left, area.right);
-  Rows maskRows(mask, maskStretches.h, area.left, area.right);
-  std::vector<std::uint32_t> there;
-  const auto mix = [](std::uint16_t s, std::uint16_t d, std::uint16_t m) {
-    return static_cast<std::uint16_t>((std::uint64_t{s} * (0xFFFFU - m) + std::uint64_t{d} * m + 0x7FFF) / 0xFFFF);
-  };
-  for (int y = area.top; y < area.bottom; ++y) {
-    const auto pixels = rows.read(stretches.v(y));
-    reader.convert(pixels);
-    const auto masks = maskRows.read(maskStretches.v(y));
-    forRuns(clip, area, y, [&](int left, int right) {
-      there.resize(static_cast<std::size_t>(right - left));
-      destination.get(y, left, there);
+  const Conversion conversion = Conversion::of(source, destination, transfer);
+  const Rows rows(source, conversion, stretches.h, area);
+  const bool isBits = mask.depth == 1;
+  const bool mixesBytes = !isBits && destination.depth == 32 && hasWholeBytes(mask);
+  const Conversion weight(mask, mixesBytes ? kDeep : mask);
+  const Rows maskRows(mask, weight, maskStretches.h, area);
+
+  std::vector<std::uint32_t> pixels;
+  std::vector<std::uint32_t> weights;
+  const std::uint32_t ones = destination.ones();
+  changeRuns(destination, area, clip, [&](int y, int left, std::span<std::uint32_t> there) {
+    pixels.resize(there.size());
+    weights.resize(there.size());
+    rows.read(stretches.v(y), left, pixels);
+    maskRows.read(maskStretches.v(y), left, weights);
+    for (std::uint32_t& pixel : pixels) pixel = transfer.isPlainCopy() ? pixel & ones : transfer.apply(pixel, 0);
+    if (isBits) {
+      for (std::size_t i = 0; i < there.size(); ++i) there[i] ^= (there[i] ^ pixels[i]) & (0 - weights[i]);
+    } else if (mixesBytes) {
+      // The unused byte stays where the mask is white.
+      for (std::uint32_t& w : weights) w |= w == 0xFFFFFF ? 0xFF000000 : 0;
+      mixBytes(pixels, weights, there);
+    } else {
       for (std::size_t i = 0; i < there.size(); ++i) {
-        const std::size_t at = i + static_cast<std::size_t>(left - area.left);
-        const std::uint32_t whole = transfer.apply(pixels[at], there[i]);
-        const RGBColor m = mask.depth == 1 ? RGBColor{} : mask.colorOf(masks[at]);
-        if (mask.depth == 1 ? masks[at] != 0 : m == RGBColor{0, 0, 0}) {
-          there[i] = whole;
-        } else if (mask.depth != 1 && !(m == RGBColor{0xFFFF, 0xFFFF, 0xFFFF})) {
-          const RGBColor s = destination.colorOf(whole);
-          const RGBColor d = destination.colorOf(there[i]);
-          there[i] = destination.pixelOf(
-              {mix(s.red, d.red, m.red), mix(s.green, d.green, m.green), mix(s.blue, d.blue, m.blue)});
-        }
+        there[i] = mixed(destination, pixels[i], there[i], mask.colorOf(weights[i]));
       }
-      destination.put(y, left, there);
-    });
-  }
+    }
+  });
 }
 
 }  // namespace qd

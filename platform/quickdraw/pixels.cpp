@@ -1,6 +1,6 @@
 #include "platform/quickdraw/pixels.h"
 
-#include <cstring>
+#include "platform/quickdraw/packing.h"
 
 namespace qd {
 namespace {
@@ -44,61 +44,6 @@ const std::vector<RGBColor> kStandard16 = {
 const std::vector<RGBColor> kStandard4 = {
     {0xFFFF, 0xFFFF, 0xFFFF}, {0x8000, 0x8000, 0x8000}, {0xB5B5, 0xD5D5, 0xFFFF}, {0, 0, 0}};
 
-template <int Depth>
-struct Packed {
-  static constexpr std::uint32_t kMask = (1U << Depth) - 1;
-  static int shift(int i) { return 8 - Depth - i * Depth % 8; }
-  static std::uint32_t get(const std::uint8_t* row, int i) { return row[i * Depth / 8] >> shift(i) & kMask; }
-  static void put(std::uint8_t* row, int i, std::uint32_t pixel) {
-    std::uint8_t& byte = row[i * Depth / 8];
-    byte = static_cast<std::uint8_t>((byte & ~(kMask << shift(i))) | (pixel & kMask) << shift(i));
-  }
-};
-template <>
-struct Packed<8> {
-  static std::uint32_t get(const std::uint8_t* row, int i) { return row[i]; }
-  static void put(std::uint8_t* row, int i, std::uint32_t pixel) { row[i] = static_cast<std::uint8_t>(pixel); }
-};
-template <>
-struct Packed<16> {
-  static std::uint32_t get(const std::uint8_t* row, int i) { return row[2 * i] << 8U | row[2 * i + 1]; }
-  static void put(std::uint8_t* row, int i, std::uint32_t pixel) {
-    row[2 * i] = static_cast<std::uint8_t>(pixel >> 8);
-    row[2 * i + 1] = static_cast<std::uint8_t>(pixel);
-  }
-};
-template <>
-struct Packed<32> {
-  static std::uint32_t get(const std::uint8_t* row, int i) {
-    std::uint32_t bytes = 0;
-    std::memcpy(&bytes, row + 4 * i, 4);
-    return __builtin_bswap32(bytes);
-  }
-  static void put(std::uint8_t* row, int i, std::uint32_t pixel) {
-    const std::uint32_t bytes = __builtin_bswap32(pixel);
-    std::memcpy(row + 4 * i, &bytes, 4);
-  }
-};
-
-// Calls `use` with the packing of a depth.
-template <class Use>
-void withDepth(int depth, Use use) {
-  switch (depth) {
-    case 1:
-      return use(Packed<1>());
-    case 2:
-      return use(Packed<2>());
-    case 4:
-      return use(Packed<4>());
-    case 8:
-      return use(Packed<8>());
-    case 16:
-      return use(Packed<16>());
-    default:
-      return use(Packed<32>());
-  }
-}
-
 }  // namespace
 
 ColorTablePtr ColorTable::byId(int id) {
@@ -139,68 +84,17 @@ ColorTablePtr ColorTable::byId(int id) {
 
 ColorTablePtr ColorTable::standard(int depth) { return byId(depth == 1 ? 33 : 64 + depth); }
 
-// An entry can be nearest in a cell only if its least distance to it isn't above some entry's greatest.
-ColorTable::Candidates ColorTable::candidatesOf(std::size_t cell) const {
-  constexpr int kSide = 0x10000 >> kCellBits;
-  constexpr std::size_t kMask = (std::size_t{1} << kCellBits) - 1;
-  struct Distances {
-    std::int64_t least = 0, most = 0;
-  };
-  const auto distances = [cell](const RGBColor& color) {
-    const int components[] = {color.blue, color.green, color.red};
-    Distances sum;
-    for (int i = 0; i < 3; ++i) {
-      const int low = static_cast<int>(cell >> (i * kCellBits) & kMask) * kSide;
-      const std::int64_t below = low - components[i];
-      const std::int64_t above = components[i] - (low + kSide - 1);
-      const std::int64_t outside = std::max({below, above, std::int64_t{0}});
-      const std::int64_t across = std::max(std::abs(below), std::abs(above));
-      sum.least += outside * outside;
-      sum.most += across * across;
-    }
-    return sum;
-  };
-  std::int64_t bound = INT64_MAX;
-  for (const RGBColor& color : colors_) bound = std::min(bound, distances(color).most);
-  Candidates candidates;
-  for (std::size_t i = 0; i < colors_.size(); ++i) {
-    if (distances(colors_[i]).least <= bound) candidates.push_back(static_cast<std::uint16_t>(i));
-  }
-  return candidates;
+ColorTable::ColorTable(std::vector<RGBColor> colors) : colors_(std::move(colors)) {
+  for (std::uint32_t i = 0; i < deepPixels_.size(); ++i) deepPixels_[i] = deepPixel(color(i));
 }
 
-std::uint32_t ColorTable::nearest(const RGBColor& color) const {
-  const std::uint64_t key = std::uint64_t{color.red} << 32 | std::uint64_t{color.green} << 16 | color.blue;
-  if (answers_.empty()) answers_.resize(kMemory, {UINT64_MAX, 0});
-  Answer& answer = answers_[(color.red * 37U ^ color.green * 101U ^ color.blue * 1009U) % kMemory];
-  if (answer.color != key) answer = {key, nearestOf(color)};
-  return answer.index;
-}
-
-std::uint32_t ColorTable::nearestOf(const RGBColor& color) const {
-  constexpr int kShift = 16 - kCellBits;
-  const std::size_t cell = std::size_t{color.red} >> kShift << 2 * kCellBits |
-                           std::size_t{color.green} >> kShift << kCellBits | std::size_t{color.blue} >> kShift;
-  Candidates& candidates = cells_[cell];
-  if (candidates.empty()) candidates = candidatesOf(cell);
-
-  std::int64_t best = INT64_MAX;
-  std::uint32_t nearest = 0;
-  for (const std::uint16_t i : candidates) {
-    const std::int64_t red = colors_[i].red - color.red;
-    const std::int64_t green = colors_[i].green - color.green;
-    const std::int64_t blue = colors_[i].blue - color.blue;
-    const std::int64_t distance = red * red + green * green + blue * blue;
-    if (distance < best) {
-      best = distance;
-      nearest = i;
-    }
-  }
-  return nearest;
+InverseTable& ColorTable::inverse() const {
+  if (inverse_ == nullptr) inverse_ = std::make_unique<InverseTable>(colors_);
+  return *inverse_;
 }
 
 std::uint32_t PixelMap::pixelOf(const RGBColor& color) const {
-  if (depth == 32) return (color.red >> 8U) << 16 | (color.green >> 8U) << 8 | color.blue >> 8U;
+  if (depth == 32) return deepPixel(color);
   if (depth == 16) return (color.red >> 11U) << 10 | (color.green >> 11U) << 5 | color.blue >> 11U;
   return colors->nearest(color);
 }
@@ -235,14 +129,14 @@ std::optional<OwnedPixels> OwnedPixels::make(const Box& bounds, int depth, Color
 }
 
 void packPixels(int depth, std::uint8_t* row, int first, std::span<const std::uint32_t> pixels) {
-  withDepth(depth, [&]<class Packing>(Packing) {
-    for (const std::uint32_t pixel : pixels) Packing::put(row, first++, pixel);
+  withPacking(depth, [=]<class Packing>(Packing) {
+    for (std::size_t i = 0; i < pixels.size(); ++i) Packing::put(row, first + static_cast<int>(i), pixels[i]);
   });
 }
 
 void unpackPixels(int depth, const std::uint8_t* row, int first, std::span<std::uint32_t> pixels) {
-  withDepth(depth, [&]<class Packing>(Packing) {
-    for (std::uint32_t& pixel : pixels) pixel = Packing::get(row, first++);
+  withPacking(depth, [=]<class Packing>(Packing) {
+    for (std::size_t i = 0; i < pixels.size(); ++i) pixels[i] = Packing::get(row, first + static_cast<int>(i));
   });
 }
 

@@ -8,13 +8,13 @@
 #include <span>
 #include <vector>
 
-#include "platform/quickdraw/geometry.h"
+#include "platform/quickdraw/inverse_table.h"
 
 namespace qd {
 
 class ColorTable {
  public:
-  explicit ColorTable(std::vector<RGBColor> colors) : colors_(std::move(colors)) {}
+  explicit ColorTable(std::vector<RGBColor> colors);
   // The tables that GetCTable knows by number (Inside Macintosh V): grey ramps 33, 34, 36, 40 and the standard tables
   // 66, 68, 72. Null for any other.
   static std::shared_ptr<const ColorTable> byId(int id);
@@ -27,28 +27,17 @@ class ColorTable {
   }
   // An index beyond the table is black, as the table's last entry is.
   RGBColor color(std::uint32_t index) const { return index < colors_.size() ? colors_[index] : RGBColor{0, 0, 0}; }
+  // The same as pixels of 32 bits, by all indices that a map can have.
+  const std::array<std::uint32_t, 256>& deepPixels() const { return deepPixels_; }
   // The entry with the least sum of squared differences; of equals the first.
-  std::uint32_t nearest(const RGBColor& color) const;
+  std::uint32_t nearest(const RGBColor& color) const { return inverse().nearest(color); }
+  // Made when it is first asked for.
+  InverseTable& inverse() const;
 
  private:
-  // The colours fall into cells by the high bits of their components. Of a cell that was asked for, those entries are
-  // known that are the nearest to some colour in it.
-  static constexpr int kCellBits = 4;
-  using Candidates = std::vector<std::uint16_t>;
-  Candidates candidatesOf(std::size_t cell) const;
-
-  std::uint32_t nearestOf(const RGBColor& color) const;
-
-  // The answers that were given last, by the colour they are for: pictures ask for the same ones again and again.
-  static constexpr std::size_t kMemory = 8192;
-  struct Answer {
-    std::uint64_t color;
-    std::uint32_t index;
-  };
-
   std::vector<RGBColor> colors_;
-  mutable std::vector<Answer> answers_;
-  mutable std::vector<Candidates> cells_ = std::vector<Candidates>(std::size_t{1} << 3 * kCellBits);
+  std::array<std::uint32_t, 256> deepPixels_ = {};
+  mutable std::unique_ptr<InverseTable> inverse_;
 };
 
 using ColorTablePtr = std::shared_ptr<const ColorTable>;
@@ -89,6 +78,10 @@ struct OwnedPixels {
 void packPixels(int depth, std::uint8_t* row, int first, std::span<const std::uint32_t> pixels);
 void unpackPixels(int depth, const std::uint8_t* row, int first, std::span<std::uint32_t> pixels);
 
+// A pixel of 32 bits.
+constexpr std::uint32_t deepPixel(const RGBColor& color) {
+  return static_cast<std::uint32_t>(color.red >> 8 << 16 | (color.green & 0xFF00) | color.blue >> 8);
+}
 constexpr std::uint16_t widen5(std::uint32_t c) { return static_cast<std::uint16_t>((c << 3 | c >> 2) * 257); }
 
 }  // namespace qd
