@@ -80,9 +80,10 @@ bool sameColors(const PixelMap& a, const PixelMap& b) {
 // their components.
 class Conversion {
  public:
-  Conversion(const PixelMap& source, const PixelMap& destination) : destination_(destination) {
+  Conversion(const PixelMap& source, const PixelMap& destination) {
     if (sameColors(source, destination)) return;
     if (source.isDirect()) {
+      if (!destination.isDirect()) inverse_ = &destination.colors->inverse();
       way_ = destination.depth == 32 ? Way::widen : destination.depth == 16 ? Way::narrow : Way::look;
     } else if (destination.depth == 32 && source.colors != nullptr) {
       way_ = Way::table;
@@ -92,15 +93,13 @@ class Conversion {
       for (std::uint32_t i = 0; i <= source.ones(); ++i) own_[i] = destination.pixelOf(source.colorOf(i));
     }
   }
+  // Bits that stand for two pixels.
+  Conversion(std::uint32_t clear, std::uint32_t set) : way_(Way::table), own_{clear, set} {}
   // The set bits of a bitmap take the foreground colour, the clear ones the background.
-  Conversion(const Transfer& transfer, const PixelMap& destination) : destination_(destination), way_(Way::table) {
-    for (const bool isSet : {false, true}) {
-      own_[isSet ? 1 : 0] = transfer.isBoolean() ? transfer.ink(isSet ? destination.ones() : 0)  //
-                                                 : transfer.patternPixel(isSet);
-    }
-  }
   static Conversion of(const PixelMap& source, const PixelMap& destination, const Transfer& transfer) {
-    return source.isBitMap() ? Conversion(transfer, destination) : Conversion(source, destination);
+    if (!source.isBitMap()) return {source, destination};
+    if (!transfer.isBoolean()) return {transfer.patternPixel(false), transfer.patternPixel(true)};
+    return {transfer.ink(0), transfer.ink(destination.ones())};
   }
 
   // Calls `use` with what turns a pixel of that depth into one of the destination.
@@ -111,16 +110,16 @@ class Conversion {
       const std::uint32_t* const entries = entries_ != nullptr ? entries_ : own_.data();
       use([entries](std::uint32_t pixel) { return entries[pixel]; });
     } else if constexpr (Depth == 16) {
-      const auto byte = [](std::uint32_t five) { return five << 3 | five >> 2; };
-      const auto widen = [byte](std::uint32_t p) {
-        return byte(p >> 10 & 31) << 16 | byte(p >> 5 & 31) << 8 | byte(p & 31);
+      const auto widen = [](std::uint32_t p) {
+        const std::uint32_t high = (p & 0x7C00) << 9 | (p & 0x3E0) << 6 | (p & 0x1F) << 3;
+        return high | (high >> 5 & 0x070707);
       };
       if (way_ == Way::widen) return use(widen);
-      use([widen, inverse = &destination_.colors->inverse()](std::uint32_t p) { return look(*inverse, widen(p)); });
+      use([widen, inverse = inverse_](std::uint32_t p) { return look(*inverse, widen(p)); });
     } else {
-      const auto narrow = [](std::uint32_t p) { return (p >> 19 & 31) << 10 | (p >> 11 & 31) << 5 | (p >> 3 & 31); };
+      const auto narrow = [](std::uint32_t p) { return (p >> 9 & 0x7C00) | (p >> 6 & 0x3E0) | (p >> 3 & 0x1F); };
       if (way_ == Way::narrow) return use(narrow);
-      use([inverse = &destination_.colors->inverse()](std::uint32_t p) { return look(*inverse, p); });
+      use([inverse = inverse_](std::uint32_t p) { return look(*inverse, p); });
     }
   }
 
@@ -130,9 +129,9 @@ class Conversion {
     return inverse.nearest({component(16), component(8), component(0)});
   }
 
-  const PixelMap& destination_;
   enum class Way { same, table, widen, narrow, look } way_ = Way::same;
-  const std::uint32_t* entries_ = nullptr;
+  InverseTable* inverse_ = nullptr;
+  const std::uint32_t* entries_ = nullptr;  // elsewhere than in the own table
   std::array<std::uint32_t, 256> own_;
 };
 
@@ -162,14 +161,24 @@ class Rows {
     const int count = right - left;
     withPacking(source_.depth, [&]<int Depth>(Packed<Depth>) {
       conversion_.with<Depth>([&](auto converted) {
-        const auto put = [=](auto columns) {
-          for (int i = 0; i < count; ++i) To::put(row, first + i, converted(Packed<Depth>::get(from, columns(i))));
+        const auto put = [=](int begin, int end, auto columns) {
+          for (int i = begin; i < end; ++i) To::put(row, first + i, converted(Packed<Depth>::get(from, columns(i))));
         };
-        if (columns_.empty()) {
-          put([start = first_ + left - left_](int i) { return start + i; });
-        } else {
-          put([list = columns_.data() + (left - left_)](int i) { return list[i]; });
+        if (!columns_.empty()) return put(0, count, [list = columns_.data() + (left - left_)](int i) { return list[i]; });
+        const int start = first_ + left - left_;
+        const auto straight = [start](int i) { return start + i; };
+        int done = 0;
+        if constexpr (Depth < 8) {
+          // Bytes that are taken whole are read once.
+          constexpr int kPixels = 8 / Depth;
+          const int before = std::min(count, -start & (kPixels - 1));
+          put(0, before, straight);
+          for (done = before; done + kPixels <= count; done += kPixels) {
+            const std::uint8_t byte = from[straight(done) / kPixels];
+            for (int i = 0; i < kPixels; ++i) To::put(row, first + done + i, converted(Packed<Depth>::get(&byte, i)));
+          }
         }
+        put(done, count, straight);
       });
     });
   }
@@ -245,17 +254,23 @@ void changeRuns(const PixelMap& destination, const Box& area, const Region& clip
   }
 }
 
-// A byte of each component of two pixels, mixed by those of a mask, of which 0 takes the source; rounded as the whole
-// components of 16 bits would be, of which the upper half is kept.
-void mixBytes(std::span<const std::uint32_t> source, std::span<const std::uint32_t> mask,
-              std::span<std::uint32_t> there) {
-  const auto* const s = reinterpret_cast<const std::uint8_t*>(source.data());
-  const auto* const m = reinterpret_cast<const std::uint8_t*>(mask.data());
-  auto* const d = reinterpret_cast<std::uint8_t*>(there.data());
-  for (std::size_t i = 0; i < there.size_bytes(); ++i) {
-    const auto sum = static_cast<std::uint16_t>(s[i] * (255 - m[i]) + d[i] * m[i]);
+// Pixels whose components are bytes, mixed by those of a mask, of which 0 takes the source; rounded as components of 16
+// bits would be, of which the upper half is kept.
+void mixBytes(std::span<const std::uint8_t> source, std::span<const std::uint8_t> mask, std::uint8_t* there) {
+  for (std::size_t i = 0; i < source.size(); ++i) {
+    const auto m = static_cast<std::uint16_t>(mask[i]);
+    const auto s = static_cast<std::uint16_t>(source[i] * static_cast<std::uint16_t>(255 - m));
+    const auto sum = static_cast<std::uint16_t>(s + static_cast<std::uint16_t>(there[i] * m));
     const auto scaled = static_cast<std::uint16_t>(sum + (static_cast<std::uint16_t>(sum + 127) >> 8));
-    d[i] = static_cast<std::uint8_t>(static_cast<std::uint16_t>(scaled + 1 + (scaled >> 8)) >> 8);  // by 255
+    const auto rounded = static_cast<std::uint16_t>(scaled + 1 + (scaled >> 8));  // to be divided by 255
+    there[i] = static_cast<std::uint8_t>(rounded >> 8);
+  }
+}
+
+// The bits of a mask that are set take the source.
+void selectBits(std::span<const std::uint8_t> source, std::span<const std::uint8_t> mask, std::uint8_t* there) {
+  for (std::size_t i = 0; i < source.size(); ++i) {
+    there[i] = static_cast<std::uint8_t>(there[i] ^ ((there[i] ^ source[i]) & mask[i]));
   }
 }
 
@@ -350,29 +365,41 @@ void copyMask(const PixelMap& source, const PixelMap& mask, const PixelMap& dest
   const Conversion conversion = Conversion::of(source, destination, transfer);
   const Rows rows(source, conversion, stretches.h, area);
   const bool isBits = mask.depth == 1;
-  const bool mixesBytes = !isBits && destination.depth == 32 && hasWholeBytes(mask);
-  const Conversion weight(mask, mixesBytes ? kDeep : mask);
-  const Rows maskRows(mask, weight, maskStretches.h, area);
+  const int depth = destination.depth;
+  std::vector<std::uint32_t> pixels(static_cast<std::size_t>(area.width()));
+  std::vector<std::uint32_t> weights(pixels.size());
+  if (transfer.isPlainCopy() && (isBits ? depth >= 8 : depth == 32 && hasWholeBytes(mask))) {
+    const Conversion weight = isBits ? Conversion(0, ~0U) : Conversion(mask, kDeep);
+    const Rows maskRows(mask, weight, maskStretches.h, area);
+    const auto pixelBytes = static_cast<std::size_t>(depth / 8);
+    auto* const from = reinterpret_cast<std::uint8_t*>(pixels.data());
+    auto* const by = reinterpret_cast<std::uint8_t*>(weights.data());
+    for (int y = area.top; y < area.bottom; ++y) {
+      forRuns(clip, area, y, [&](int left, int right) {
+        rows.pack(stretches.v(y), left, right, depth, from, 0);
+        maskRows.pack(maskStretches.v(y), left, right, depth, by, 0);
+        const std::size_t bytes = static_cast<std::size_t>(right - left) * pixelBytes;
+        std::uint8_t* const there =
+            destination.row(y) + static_cast<std::size_t>(left - destination.bounds.left) * pixelBytes;
+        if (isBits) return selectBits({from, bytes}, {by, bytes}, there);
+        // White leaves the unused byte too.
+        for (std::uint32_t& w : weights) w = w == __builtin_bswap32(0xFFFFFF) ? ~0U : w;
+        mixBytes({from, bytes}, {by, bytes}, there);
+      });
+    }
+    return;
+  }
 
-  std::vector<std::uint32_t> pixels;
-  std::vector<std::uint32_t> weights;
-  const std::uint32_t ones = destination.ones();
+  const Conversion same(mask, mask);
+  const Rows maskRows(mask, same, maskStretches.h, area);
   changeRuns(destination, area, clip, [&](int y, int left, std::span<std::uint32_t> there) {
-    pixels.resize(there.size());
-    weights.resize(there.size());
-    rows.read(stretches.v(y), left, pixels);
-    maskRows.read(maskStretches.v(y), left, weights);
-    for (std::uint32_t& pixel : pixels) pixel = transfer.isPlainCopy() ? pixel & ones : transfer.apply(pixel, 0);
-    if (isBits) {
-      for (std::size_t i = 0; i < there.size(); ++i) there[i] ^= (there[i] ^ pixels[i]) & (0 - weights[i]);
-    } else if (mixesBytes) {
-      // The unused byte stays where the mask is white.
-      for (std::uint32_t& w : weights) w |= w == 0xFFFFFF ? 0xFF000000 : 0;
-      mixBytes(pixels, weights, there);
-    } else {
-      for (std::size_t i = 0; i < there.size(); ++i) {
-        there[i] = mixed(destination, pixels[i], there[i], mask.colorOf(weights[i]));
-      }
+    rows.read(stretches.v(y), left, std::span(pixels).first(there.size()));
+    maskRows.read(maskStretches.v(y), left, std::span(weights).first(there.size()));
+    for (std::size_t i = 0; i < there.size(); ++i) {
+      const RGBColor black = {0, 0, 0};
+      const RGBColor white = {0xFFFF, 0xFFFF, 0xFFFF};
+      const RGBColor weight = !isBits ? mask.colorOf(weights[i]) : weights[i] != 0 ? black : white;
+      there[i] = mixed(destination, transfer.apply(pixels[i], there[i]), there[i], weight);
     }
   });
 }

@@ -13,30 +13,50 @@ InverseTable::InverseTable(std::span<const RGBColor> colors)
   }
 }
 
-// An entry can be nearest in a cell only if its least distance to it isn't above some entry's greatest.
-InverseTable::Entries InverseTable::choose(const Entries& from, const RGBColor& inCell, int bits) const {
-  struct Distances {
-    std::int64_t least = 0, most = 0;
+std::uint32_t InverseTable::nearestOf(std::span<const std::uint32_t> entries, const RGBColor& color) const {
+  const auto squared = [](int a, int b) {
+    const auto difference = static_cast<std::uint32_t>(std::abs(a - b));
+    return std::uint64_t{difference * difference};
   };
-  const int side = 0x10000 >> bits;
-  const auto distances = [&](std::uint32_t entry) {
-    Distances sum;
-    for (const auto component : {&RGBColor::red, &RGBColor::green, &RGBColor::blue}) {
-      const int low = inCell.*component & -side;
-      const std::int64_t below = low - colors_[entry].*component;
-      const std::int64_t above = colors_[entry].*component - (low + side - 1);
-      const std::int64_t outside = std::max({below, above, std::int64_t{0}});
-      const std::int64_t across = std::max(std::abs(below), std::abs(above));
-      sum.least += outside * outside;
-      sum.most += across * across;
+  std::uint64_t least = UINT64_MAX;
+  std::uint32_t nearest = 0;
+  for (const std::uint32_t entry : entries) {
+    const RGBColor& c = colors_[entry];
+    const std::uint64_t distance =
+        squared(c.red, color.red) + squared(c.green, color.green) + squared(c.blue, color.blue);
+    if (distance < least) {
+      least = distance;
+      nearest = entry;
     }
-    return sum;
+  }
+  return nearest;
+}
+
+// Leaves out what is farther than the entry in the middle from every colour of the cell. The difference of two squared
+// distances is linear in each component: it is greatest at one of the cell's ends.
+InverseTable::Entries InverseTable::choose(const Entries& from, const RGBColor& inCell, int bits) const {
+  constexpr std::uint16_t RGBColor::*kComponents[] = {&RGBColor::red, &RGBColor::green, &RGBColor::blue};
+  const int side = 0x10000 >> bits;
+  RGBColor low = inCell;
+  RGBColor middle = inCell;
+  for (const auto component : kComponents) {
+    low.*component = static_cast<std::uint16_t>(inCell.*component & -side);
+    middle.*component = static_cast<std::uint16_t>(low.*component + side / 2);
+  }
+  const std::uint32_t best = nearestOf(from, middle);
+  const auto isFarther = [&](std::uint32_t entry) {
+    std::int64_t greatest = 0;
+    for (const auto component : kComponents) {
+      const std::int64_t b = colors_[best].*component;
+      const std::int64_t e = colors_[entry].*component;
+      const auto difference = [b, e](std::int64_t at) { return (b - at) * (b - at) - (e - at) * (e - at); };
+      greatest += std::max(difference(low.*component), difference(low.*component + side - 1));
+    }
+    return greatest < 0;
   };
-  std::int64_t bound = INT64_MAX;
-  for (const std::uint32_t entry : from) bound = std::min(bound, distances(entry).most);
   Entries chosen;
   std::copy_if(from.begin(), from.end(), std::back_inserter(chosen),
-               [&](std::uint32_t entry) { return distances(entry).least <= bound; });
+               [&](std::uint32_t entry) { return !isFarther(entry); });
   return chosen;
 }
 
@@ -57,23 +77,8 @@ std::uint32_t InverseTable::search(const RGBColor& color) {
   }
   if ((cell & 1) != 0) return cell >> 1;
 
-  const auto squared = [](int a, int b) {
-    const auto difference = static_cast<std::uint32_t>(std::abs(a - b));
-    return std::uint64_t{difference * difference};
-  };
   const std::uint32_t* const list = lists_.data() + (cell >> 1);
-  std::uint64_t least = UINT64_MAX;
-  std::uint32_t nearest = 0;
-  for (const std::uint32_t entry : std::span(list + 1, *list)) {
-    const RGBColor& c = colors_[entry];
-    const std::uint64_t distance =
-        squared(c.red, color.red) + squared(c.green, color.green) + squared(c.blue, color.blue);
-    if (distance < least) {
-      least = distance;
-      nearest = entry;
-    }
-  }
-  return nearest;
+  return nearestOf({list + 1, *list}, color);
 }
 
 }  // namespace qd

@@ -34,6 +34,7 @@ class InverseTable {
     return std::size_t{color.red} >> kShift << 2 * Bits | std::size_t{color.green} >> kShift << Bits |
            std::size_t{color.blue} >> kShift;
   }
+  std::uint32_t nearestOf(std::span<const std::uint32_t> entries, const RGBColor& color) const;
   Entries choose(const Entries& from, const RGBColor& inCell, int bits) const;
   std::uint32_t search(const RGBColor& color);
 
