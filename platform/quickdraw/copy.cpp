@@ -38,6 +38,7 @@ class Stretch {
   bool isStraight() const { return fromSize_ == toSize_; }
   // The destinations between first and last that show a source within [low, high).
   std::pair<int, int> within(int first, int last, int low, int high) const {
+    if (isStraight()) return {std::clamp(low - from_ + to_, first, last), std::clamp(high - from_ + to_, first, last)};
     const auto search = [&](int bound) {
       int a = first;
       int b = last;
@@ -94,7 +95,10 @@ class Conversion {
     }
   }
   // Bits that stand for two pixels.
-  Conversion(std::uint32_t clear, std::uint32_t set) : way_(Way::table), own_{clear, set} {}
+  Conversion(std::uint32_t clear, std::uint32_t set) : way_(Way::table) {
+    own_[0] = clear;
+    own_[1] = set;
+  }
   // The set bits of a bitmap take the foreground colour, the clear ones the background.
   static Conversion of(const PixelMap& source, const PixelMap& destination, const Transfer& transfer) {
     if (!source.isBitMap()) return {source, destination};
@@ -104,7 +108,7 @@ class Conversion {
 
   // Calls `use` with what turns a pixel of that depth into one of the destination.
   template <int Depth, class Use>
-  void with(Use use) const {
+  void with(const Use& use) const {
     if (way_ == Way::same) return use([](std::uint32_t pixel) { return pixel; });
     if constexpr (Depth <= 8) {
       const std::uint32_t* const entries = entries_ != nullptr ? entries_ : own_.data();
@@ -132,7 +136,7 @@ class Conversion {
   enum class Way { same, table, widen, narrow, look } way_ = Way::same;
   InverseTable* inverse_ = nullptr;
   const std::uint32_t* entries_ = nullptr;  // elsewhere than in the own table
-  std::array<std::uint32_t, 256> own_;
+  std::array<std::uint32_t, 256> own_;  // as far as the source has indices
 };
 
 // Rows of the source as the destination shows them: stretched over the columns of an area, and converted.
@@ -191,7 +195,7 @@ class Rows {
 
 // Calls `use` for each run of the clip in a row of the area.
 template <class Use>
-void forRuns(const Region& clip, const Box& area, int y, Use use) {
+void forRuns(const Region& clip, const Box& area, int y, const Use& use) {
   if (clip.isRect()) return use(area.left, area.right);
   const auto edges = clip.row(y);
   for (std::size_t i = 0; i < edges.size(); i += 2) {
@@ -208,18 +212,25 @@ void copyBytes(const PixelMap& source, const PixelMap& destination, const Stretc
   const auto at = [pixelBytes](const PixelMap& map, int y, int x) {
     return map.row(y) + static_cast<std::size_t>(x - map.bounds.left) * pixelBytes;
   };
-  const auto copy = [&](int y, int left, std::size_t bytes) {
-    std::memcpy(at(destination, y, left), at(source, stretches.v(y), stretches.h(left)), bytes);
-  };
-  const auto bytesOf = [pixelBytes](int left, int right) { return static_cast<std::size_t>(right - left) * pixelBytes; };
-  const std::size_t width = bytesOf(area.left, area.right);
-  if (clip.isRect() && stretches.v.isStraight() && source.rowBytes == destination.rowBytes &&
-      width == static_cast<std::size_t>(source.rowBytes)) {
-    return copy(area.top, area.left, width * static_cast<std::size_t>(area.height()));
+  if (!clip.isRect() || !stretches.v.isStraight()) {
+    for (int y = area.top; y < area.bottom; ++y) {
+      const int sourceY = stretches.v(y);
+      forRuns(clip, area, y, [&](int left, int right) {
+        std::memcpy(at(destination, y, left), at(source, sourceY, stretches.h(left)),
+                    static_cast<std::size_t>(right - left) * pixelBytes);
+      });
+    }
+    return;
   }
-  for (int y = area.top; y < area.bottom; ++y) {
-    forRuns(clip, area, y, [&](int left, int right) { copy(y, left, bytesOf(left, right)); });
+  std::uint8_t* to = at(destination, area.top, area.left);
+  const std::uint8_t* from = at(source, stretches.v(area.top), stretches.h(area.left));
+  std::size_t bytes = static_cast<std::size_t>(area.width()) * pixelBytes;
+  int rows = area.height();
+  if (bytes == static_cast<std::size_t>(source.rowBytes) && source.rowBytes == destination.rowBytes) {
+    bytes *= static_cast<std::size_t>(rows);
+    rows = 1;
   }
+  for (; rows > 0; --rows, to += destination.rowBytes, from += source.rowBytes) std::memcpy(to, from, bytes);
 }
 
 // Copies black on white: what was there doesn't matter.
@@ -242,7 +253,8 @@ void copyPlain(const Rows& rows, const PixelMap& destination, const Stretch& v, 
 
 // Changes runs of the destination: `change` gets the pixels that are there, as numbers, and where they are.
 template <class Change>
-void changeRuns(const PixelMap& destination, const Box& area, const Region& clip, Change change) {
+void changeRuns(const PixelMap& destination, const Box& area, const Region& clip,
+                const Change& change) {
   std::vector<std::uint32_t> there;
   for (int y = area.top; y < area.bottom; ++y) {
     forRuns(clip, area, y, [&](int left, int right) {

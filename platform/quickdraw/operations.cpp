@@ -30,6 +30,7 @@ constexpr int kScreenHeight = 480;
 
 struct Worlds {
   std::unordered_map<const Port*, std::unique_ptr<Port>> alive;
+  std::unordered_map<const void*, const PixelMap*> maps;  // by the map's address, and by that of its master
   Port* screen = nullptr;
   Port* current = nullptr;
 };
@@ -37,6 +38,8 @@ struct Worlds {
 Port* newPort(Worlds& worlds, OwnedPixels pixels) {
   auto port = std::make_unique<Port>(std::move(pixels));
   Port* const made = port.get();
+  worlds.maps.emplace(&made->map(), &made->map());
+  worlds.maps.emplace(&made->mapMaster, &made->map());
   worlds.alive.emplace(made, std::move(port));
   return made;
 }
@@ -73,17 +76,9 @@ GDHandle theDevice() {
 }
 
 // PixMapHandles and BitMapPtrs are made from ports that are alive, and go bad with them.
-const PixelMap* mapOf(PixMapHandle pixels) {
-  for (const auto& [port, owned] : worlds().alive) {
-    if (reinterpret_cast<const void*>(&port->mapMaster) == pixels) return &port->map();
-  }
-  return nullptr;
-}
-const PixelMap* mapOf(BitMapPtr bits) {
-  for (const auto& [port, owned] : worlds().alive) {
-    if (reinterpret_cast<const void*>(&port->map()) == bits) return &port->map();
-  }
-  return nullptr;
+const PixelMap* mapOf(const void* ref) {
+  const auto found = worlds().maps.find(ref);
+  return found != worlds().maps.end() ? found->second : nullptr;
 }
 
 struct Tables {
@@ -304,6 +299,8 @@ void DisposeGWorld(GWorldPtr world) {
   Port* const port = portOf(world);
   if (port == nullptr || port == worlds().screen) return;
   if (worlds().current == port) worlds().current = worlds().screen;
+  worlds().maps.erase(&port->map());
+  worlds().maps.erase(&port->mapMaster);
   worlds().alive.erase(port);
 }
 

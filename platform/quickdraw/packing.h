@@ -54,7 +54,7 @@ struct Unpacked {
 
 // Calls `use` with the packing of a depth.
 template <class Use>
-void withPacking(int depth, Use use) {
+void withPacking(int depth, const Use& use) {
   switch (depth) {
     case 1:
       return use(Packed<1>());
