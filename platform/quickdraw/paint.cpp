@@ -21,7 +21,7 @@ Painter::Painter(const PixelMap& map, const Region& clip, const Pattern& pattern
       clip_(clip),
       pattern_(pattern),
       transfer_(map, mode, colors),
-      isUniform_(std::count(pattern.bits.begin(), pattern.bits.end(), pattern.bits[0]) == 8),
+      isUniform_(std::equal(pattern.bits.begin() + 1, pattern.bits.end(), pattern.bits.begin())),
       isPixelByPixel_(pattern.pixels != nullptr || !transfer_.isBoolean()),
       isClipRect_(clip.isRect()) {}
 
@@ -43,98 +43,133 @@ void Painter::run(int y, int left, int right) {
 void Painter::box(const Box& box) {
   const Box visible = intersect(box, clip_.bounds());
   if (visible.empty()) return;
-  if (isClipRect_ && !isPixelByPixel_) {
-    const Words words = wordsOf(visible.left, visible.right);
-    for (int y = visible.top; y < visible.bottom; ++y) fill(y, words);
-  } else {
+  if (!isClipRect_ || isPixelByPixel_) {
     for (int y = visible.top; y < visible.bottom; ++y) run(y, visible.left, visible.right);
+    return;
   }
+  const Words words = wordsOf(visible.left, visible.right);
+  std::uint8_t* row = map_.row(visible.top);
+  if (!isUniform_) {
+    for (int y = visible.top; y < visible.bottom; ++y, row += map_.rowBytes) fill(row, tileOf(y), words);
+    return;
+  }
+  const Tile& tile = tileOf(visible.top);
+  if (words.first == words.last && words.tailMask == 0) return fillColumn(row, visible.height(), tile, words);
+  const auto rowBytes = static_cast<std::size_t>(map_.rowBytes);
+  const bool rowsTouch = words.headMask == 0 && words.tailMask == 0 && (words.last - words.first) * 4 == rowBytes;
+  if (rowsTouch && tile.isOneByte()) {
+    std::memset(row, static_cast<int>(tile.flip[0] & 0xFF), rowBytes * static_cast<std::size_t>(visible.height()));
+    return;
+  }
+  for (int y = visible.top; y < visible.bottom; ++y, row += rowBytes) fill(row, tile, words);
+}
+
+void Painter::fillColumn(std::uint8_t* at, int rows, const Tile& tile, const Words& words) const {
+  const std::uint32_t keep = tile.keep[words.head % kTileWords] | ~words.headMask;
+  const std::uint32_t flip = tile.flip[words.head % kTileWords] & words.headMask;
+  for (at += words.head * 4; rows > 0; --rows, at += map_.rowBytes) {
+    std::uint32_t pixels = 0;
+    std::memcpy(&pixels, at, 4);
+    pixels = (pixels & keep) ^ flip;
+    std::memcpy(at, &pixels, 4);
+  }
+}
+
+const Painter::Tile& Painter::tileOf(int y) {
+  const std::size_t row = isUniform_ ? 0 : static_cast<std::size_t>(y & 7);
+  Tile& tile = tiles_[row];
+  if ((ready_ >> row & 1) == 0) {
+    makeTile(tile, pattern_.bits[row]);
+    ready_ |= 1U << row;
+  }
+  return tile;
 }
 
 // Eight pixels of the pattern's row, repeated over as many bytes as eight of the deepest pixels take: at every depth
 // the row of a map is filled by words of this tile.
-const Painter::Tile& Painter::tileOf(int y) {
-  const std::size_t row = isUniform_ ? 0 : static_cast<std::size_t>(y & 7);
-  Tile& tile = tiles_[row];
-  if (tile.ready) return tile;
-  const std::uint8_t bits = pattern_.bits[row];
+void Painter::makeTile(Tile& tile, std::uint8_t bits) const {
   const Transfer::Masks set = transfer_.masks(map_.ones());
   const Transfer::Masks clear = transfer_.masks(0);
   if (bits == 0xFF || bits == 0) {
     const Transfer::Masks& all = bits != 0 ? set : clear;
     std::fill_n(tile.keep, kTileWords, repeated(all.keep, map_.depth));
     std::fill_n(tile.flip, kTileWords, repeated(all.flip, map_.depth));
-  } else {
-    std::array<std::uint32_t, 8> keep;
-    std::array<std::uint32_t, 8> flip;
-    for (int i = 0; i < 8; ++i) {
-      const bool isSet = (bits >> (7 - ((map_.bounds.left + i) & 7)) & 1) != 0;
-      keep[static_cast<std::size_t>(i)] = isSet ? set.keep : clear.keep;
-      flip[static_cast<std::size_t>(i)] = isSet ? set.flip : clear.flip;
-    }
-    const auto expand = [depth = map_.depth](const auto& pixels, std::uint32_t* words) {
-      std::uint8_t bytes[kTileWords * 4];
-      for (int first = 0; first < kTileWords * 32 / depth; first += 8) packPixels(depth, bytes, first, pixels);
-      std::memcpy(words, bytes, sizeof bytes);
-    };
-    expand(keep, tile.keep);
-    expand(flip, tile.flip);
+    tile.isSolid = true;
+    tile.stores = tile.keep[0] == 0;
+    return;
   }
+  std::array<std::uint32_t, 8> keep;
+  std::array<std::uint32_t, 8> flip;
+  for (int i = 0; i < 8; ++i) {
+    const bool isSet = (bits >> (7 - ((map_.bounds.left + i) & 7)) & 1) != 0;
+    keep[static_cast<std::size_t>(i)] = isSet ? set.keep : clear.keep;
+    flip[static_cast<std::size_t>(i)] = isSet ? set.flip : clear.flip;
+  }
+  const auto expand = [depth = map_.depth](const auto& pixels, std::uint32_t* words) {
+    std::uint8_t bytes[kTileWords * 4];
+    for (int first = 0; first < kTileWords * 32 / depth; first += 8) packPixels(depth, bytes, first, pixels);
+    std::memcpy(words, bytes, sizeof bytes);
+  };
+  expand(keep, tile.keep);
+  expand(flip, tile.flip);
+  tile.isSolid = false;
   tile.stores = std::all_of(tile.keep, tile.keep + kTileWords, [](std::uint32_t word) { return word == 0; });
-  const std::uint32_t word = tile.flip[0];
-  tile.isOneByte =
-      word == (word & 0xFF) * 0x01010101U &&
-      std::all_of(tile.flip, tile.flip + kTileWords, [word](std::uint32_t other) { return other == word; });
-  tile.ready = true;
-  return tile;
 }
 
+// Bits of a word count from its first byte's most significant one.
 Painter::Words Painter::wordsOf(int left, int right) const {
-  const std::int64_t firstBit = std::int64_t{left - map_.bounds.left} * map_.depth;
-  const std::int64_t lastBit = std::int64_t{right - map_.bounds.left} * map_.depth - 1;
-  return {static_cast<std::size_t>(firstBit / 32), static_cast<std::size_t>(lastBit / 32), ~0U >> (firstBit % 32),
-          ~0U << (31 - lastBit % 32)};
+  const auto firstBit = static_cast<std::uint32_t>((left - map_.bounds.left) * map_.depth);
+  const auto endBit = static_cast<std::uint32_t>((right - map_.bounds.left) * map_.depth);
+  const std::size_t first = firstBit / 32;
+  const std::size_t last = endBit / 32;
+  const std::uint32_t firstMask = ~0U >> firstBit % 32;
+  const std::uint32_t lastMask = endBit % 32 != 0 ? ~0U << (32 - endBit % 32) : 0;
+  if (first == last) return {first, last, last, __builtin_bswap32(firstMask & lastMask), 0};
+  const bool hasHead = firstBit % 32 != 0;
+  return {first, hasHead ? first + 1 : first, last, hasHead ? __builtin_bswap32(firstMask) : 0,
+          __builtin_bswap32(lastMask)};
 }
 
 void Painter::fill(int y, int left, int right) {
   if (isPixelByPixel_) return fillByPixel(y, left, right);
-  fill(y, wordsOf(left, right));
+  fill(map_.row(y), tileOf(y), wordsOf(left, right));
 }
 
-void Painter::fill(int y, const Words& words) {
-  const Tile& tile = tileOf(y);
-  std::uint8_t* const row = map_.row(y);
-  std::size_t word = words.first;
-  const std::size_t lastWord = words.last;
-
-  // Bits of a word count from its first byte's most significant one.
+void Painter::fill(std::uint8_t* row, const Tile& tile, const Words& words) {
   const auto put = [&](std::size_t at, std::uint32_t mask) {
-    mask = __builtin_bswap32(mask);
     std::uint32_t pixels = 0;
     std::memcpy(&pixels, row + at * 4, 4);
     pixels = (pixels & (tile.keep[at % kTileWords] | ~mask)) ^ (tile.flip[at % kTileWords] & mask);
     std::memcpy(row + at * 4, &pixels, 4);
   };
-  if (word == lastWord) return put(word, words.firstMask & words.lastMask);
-  put(word, words.firstMask);
-  ++word;
-  if (tile.stores && tile.isOneByte) {
-    std::memset(row + word * 4, static_cast<int>(tile.flip[0] & 0xFF), (lastWord - word) * 4);
-    return put(lastWord, words.lastMask);
+  if (words.headMask != 0) put(words.head, words.headMask);
+  if (words.tailMask != 0) put(words.last, words.tailMask);
+  std::size_t word = words.first;
+  constexpr std::size_t kFew = 4;
+  if (tile.isSolid && tile.stores && words.last >= word + kFew) {
+    std::uint8_t* const at = row + word * 4;
+    const std::size_t bytes = (words.last - word) * 4;
+    if (tile.isOneByte() && bytes > 512) {
+      std::memset(at, static_cast<int>(tile.flip[0] & 0xFF), bytes);
+      return;
+    }
+    constexpr std::size_t kStep = kFew * 4;
+    for (std::size_t done = 0; done + kStep <= bytes; done += kStep) std::memcpy(at + done, tile.flip, kStep);
+    std::memcpy(at + bytes - kStep, tile.flip, kStep);
+    return;
   }
-  for (; word < lastWord && word % kTileWords != 0; ++word) put(word, ~0U);
-  for (; word + kTileWords <= lastWord; word += kTileWords) {
-    std::uint32_t pixels[kTileWords];
+  for (; word < words.last && word % kTileWords != 0; ++word) put(word, ~0U);
+  for (; word + kTileWords <= words.last; word += kTileWords) {
     if (tile.stores) {
       std::memcpy(row + word * 4, tile.flip, sizeof tile.flip);
       continue;
     }
+    std::uint32_t pixels[kTileWords];
     std::memcpy(pixels, row + word * 4, sizeof pixels);
     for (int i = 0; i < kTileWords; ++i) pixels[i] = (pixels[i] & tile.keep[i]) ^ tile.flip[i];
     std::memcpy(row + word * 4, pixels, sizeof pixels);
   }
-  for (; word < lastWord; ++word) put(word, ~0U);
-  put(lastWord, words.lastMask);
+  for (; word < words.last; ++word) put(word, ~0U);
 }
 
 void Painter::fillByPixel(int y, int left, int right) {

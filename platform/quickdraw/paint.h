@@ -33,23 +33,27 @@ class Painter : public RunSink {
   void box(const Box& box) override;
 
  private:
+  // What words of a row become: (word & keep) ^ flip, again and again.
   static constexpr int kTileWords = 8;
   struct Tile {
     std::uint32_t keep[kTileWords], flip[kTileWords];
-    bool ready = false;
-    bool stores = false;     // nothing of what was there is kept
-    bool isOneByte = false;  // the flip is the same byte throughout
+    bool isSolid;  // all words are alike
+    bool stores;   // nothing of what was there is kept
+    bool isOneByte() const { return isSolid && stores && flip[0] == (flip[0] & 0xFF) * 0x01010101U; }
   };
 
-  // The words of a row that a run takes, and which bits of the first and the last.
+  // The words of a row that a run takes: some bits of one, whole ones, some bits of another.
   struct Words {
-    std::size_t first, last;
-    std::uint32_t firstMask, lastMask;
+    std::size_t head, first, last;  // the tail is the word at last
+    std::uint32_t headMask, tailMask;
   };
   Words wordsOf(int left, int right) const;
   void fill(int y, int left, int right);
-  void fill(int y, const Words& words);
+  static void fill(std::uint8_t* row, const Tile& tile, const Words& words);
+  // Of so narrow a box that all of a row lies in one word.
+  void fillColumn(std::uint8_t* at, int rows, const Tile& tile, const Words& words) const;
   const Tile& tileOf(int y);
+  void makeTile(Tile& tile, std::uint8_t bits) const;
   void fillByPixel(int y, int left, int right);
 
   const PixelMap& map_;
@@ -59,6 +63,7 @@ class Painter : public RunSink {
   bool isUniform_;       // all rows of the pattern are alike
   bool isPixelByPixel_;  // the pattern or the mode asks for it
   bool isClipRect_;
+  unsigned ready_ = 0;  // tiles, by bits
   std::array<Tile, 8> tiles_;
   std::vector<std::uint32_t> source_, there_;
 };

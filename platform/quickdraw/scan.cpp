@@ -298,19 +298,28 @@ void scanPolygon(std::span<const Point> points, const Box& clip, RunSink& sink) 
   }
   std::sort(edges.begin(), edges.end(), [](const Edge& a, const Edge& b) { return a.top < b.top; });
 
+  // Those that cross the row, from left to right.
   std::vector<Edge> active;
-  std::vector<int> crossings;
   std::size_t next = 0;
+  int change = clip.top;  // the next row at which some edge begins or ends
   for (int y = clip.top; y < clip.bottom && (next < edges.size() || !active.empty()); ++y) {
-    std::erase_if(active, [y](const Edge& edge) { return edge.bottom <= y; });
-    for (; next < edges.size() && edges[next].top == y; ++next) active.push_back(edges[next]);
-    crossings.clear();
-    for (Edge& edge : active) {
-      crossings.push_back(floorOf(edge.x));
-      edge.x += edge.slope;
+    if (y == change) {
+      std::erase_if(active, [y](const Edge& edge) { return edge.bottom <= y; });
+      for (; next < edges.size() && edges[next].top == y; ++next) active.push_back(edges[next]);
+      change = next < edges.size() ? edges[next].top : clip.bottom;
+      for (const Edge& edge : active) change = std::min(change, edge.bottom);
     }
-    std::sort(crossings.begin(), crossings.end());
-    for (std::size_t i = 0; i + 1 < crossings.size(); i += 2) emit(y, {crossings[i], crossings[i + 1]}, sink);
+    // They are nearly in order: few change places between two rows.
+    for (std::size_t i = 1; i < active.size(); ++i) {
+      for (std::size_t k = i; k > 0 && active[k].x < active[k - 1].x; --k) std::swap(active[k], active[k - 1]);
+    }
+    for (std::size_t i = 0; i + 1 < active.size(); i += 2) {
+      Edge& left = active[i];
+      Edge& right = active[i + 1];
+      emit(y, {floorOf(left.x), floorOf(right.x)}, sink);
+      left.x += left.slope;
+      right.x += right.slope;
+    }
   }
 }
 
