@@ -47,32 +47,21 @@ void Painter::box(const Box& box) {
     for (int y = visible.top; y < visible.bottom; ++y) run(y, visible.left, visible.right);
     return;
   }
-  const Words words = wordsOf(visible.left, visible.right);
   std::uint8_t* row = map_.row(visible.top);
-  if (!isUniform_) {
-    for (int y = visible.top; y < visible.bottom; ++y, row += map_.rowBytes) fill(row, tileOf(y), words);
+  if (!isUniform_ || !storesBytes(tileOf(visible.top))) {
+    const Words words = wordsOf(visible.left, visible.right);
+    for (int y = visible.top; y < visible.bottom; ++y, row += map_.rowBytes) fillWords(row, tileOf(y), words);
     return;
   }
   const Tile& tile = tileOf(visible.top);
-  if (words.first == words.last && words.tailMask == 0) return fillColumn(row, visible.height(), tile, words);
   const auto rowBytes = static_cast<std::size_t>(map_.rowBytes);
-  const bool rowsTouch = words.headMask == 0 && words.tailMask == 0 && (words.last - words.first) * 4 == rowBytes;
-  if (rowsTouch && tile.isOneByte()) {
-    std::memset(row, static_cast<int>(tile.flip[0] & 0xFF), rowBytes * static_cast<std::size_t>(visible.height()));
-    return;
+  std::size_t bytes = bytesOf(visible.width());
+  int rows = visible.height();
+  if (bytes == rowBytes) {  // the rows touch
+    bytes *= static_cast<std::size_t>(rows);
+    rows = 1;
   }
-  for (int y = visible.top; y < visible.bottom; ++y, row += rowBytes) fill(row, tile, words);
-}
-
-void Painter::fillColumn(std::uint8_t* at, int rows, const Tile& tile, const Words& words) const {
-  const std::uint32_t keep = tile.keep[words.head % kTileWords] | ~words.headMask;
-  const std::uint32_t flip = tile.flip[words.head % kTileWords] & words.headMask;
-  for (at += words.head * 4; rows > 0; --rows, at += map_.rowBytes) {
-    std::uint32_t pixels = 0;
-    std::memcpy(&pixels, at, 4);
-    pixels = (pixels & keep) ^ flip;
-    std::memcpy(at, &pixels, 4);
-  }
+  storeBytes(row + bytesOf(visible.left - map_.bounds.left), bytes, rows, tile);
 }
 
 const Painter::Tile& Painter::tileOf(int y) {
@@ -94,8 +83,8 @@ void Painter::makeTile(Tile& tile, std::uint8_t bits) const {
     const Transfer::Masks& all = bits != 0 ? set : clear;
     std::fill_n(tile.keep, kTileWords, repeated(all.keep, map_.depth));
     std::fill_n(tile.flip, kTileWords, repeated(all.flip, map_.depth));
-    tile.isSolid = true;
-    tile.stores = tile.keep[0] == 0;
+    tile.storesOnePixel = tile.keep[0] == 0;
+    tile.isOneByte = tile.flip[0] == (tile.flip[0] & 0xFF) * 0x01010101U;
     return;
   }
   std::array<std::uint32_t, 8> keep;
@@ -112,8 +101,7 @@ void Painter::makeTile(Tile& tile, std::uint8_t bits) const {
   };
   expand(keep, tile.keep);
   expand(flip, tile.flip);
-  tile.isSolid = false;
-  tile.stores = std::all_of(tile.keep, tile.keep + kTileWords, [](std::uint32_t word) { return word == 0; });
+  tile.storesOnePixel = false;
 }
 
 // Bits of a word count from its first byte's most significant one.
@@ -132,10 +120,39 @@ Painter::Words Painter::wordsOf(int left, int right) const {
 
 void Painter::fill(int y, int left, int right) {
   if (isPixelByPixel_) return fillByPixel(y, left, right);
-  fill(map_.row(y), tileOf(y), wordsOf(left, right));
+  const Tile& tile = tileOf(y);
+  if (!storesBytes(tile)) return fillWords(map_.row(y), tile, wordsOf(left, right));
+  storeBytes(map_.row(y) + bytesOf(left - map_.bounds.left), bytesOf(right - left), 1, tile);
 }
 
-void Painter::fill(std::uint8_t* row, const Tile& tile, const Words& words) {
+// Pieces of so many pixels as fit; the first and the last overlap what lies between them.
+void Painter::storeBytes(std::uint8_t* at, std::size_t bytes, int rows, const Tile& tile) const {
+  std::array<std::uint8_t, 16> pixels;
+  std::memcpy(pixels.data(), tile.flip, pixels.size());
+  const auto forRows = [=, this](auto store) {
+    std::uint8_t* row = at;
+    for (int i = 0; i < rows; ++i, row += map_.rowBytes) store(row);
+  };
+  const auto storeEnds = [=]<std::size_t Size>(std::uint8_t* row, std::integral_constant<std::size_t, Size>) {
+    std::memcpy(row, pixels.data(), Size);
+    std::memcpy(row + bytes - Size, pixels.data(), Size);
+  };
+  const auto storeFew = [=](auto size) { forRows([=](std::uint8_t* row) { storeEnds(row, size); }); };
+  constexpr std::size_t kMany = 512;
+  if (bytes == 1) return forRows([=](std::uint8_t* row) { *row = pixels[0]; });
+  if (bytes < 4) return storeFew(std::integral_constant<std::size_t, 2>());
+  if (bytes < 8) return storeFew(std::integral_constant<std::size_t, 4>());
+  if (bytes < 16) return storeFew(std::integral_constant<std::size_t, 8>());
+  if (tile.isOneByte && bytes > kMany) return forRows([=](std::uint8_t* row) { std::memset(row, pixels[0], bytes); });
+  forRows([=](std::uint8_t* row) {
+    storeEnds(row, std::integral_constant<std::size_t, 16>());
+    // Those between don't cross the lines of a cache.
+    std::size_t done = 16 - reinterpret_cast<std::uintptr_t>(row) % 16;
+    for (; done + 16 <= bytes; done += 16) std::memcpy(row + done, pixels.data(), 16);
+  });
+}
+
+void Painter::fillWords(std::uint8_t* row, const Tile& tile, const Words& words) {
   const auto put = [&](std::size_t at, std::uint32_t mask) {
     std::uint32_t pixels = 0;
     std::memcpy(&pixels, row + at * 4, 4);
@@ -145,25 +162,8 @@ void Painter::fill(std::uint8_t* row, const Tile& tile, const Words& words) {
   if (words.headMask != 0) put(words.head, words.headMask);
   if (words.tailMask != 0) put(words.last, words.tailMask);
   std::size_t word = words.first;
-  constexpr std::size_t kFew = 4;
-  if (tile.isSolid && tile.stores && words.last >= word + kFew) {
-    std::uint8_t* const at = row + word * 4;
-    const std::size_t bytes = (words.last - word) * 4;
-    if (tile.isOneByte() && bytes > 512) {
-      std::memset(at, static_cast<int>(tile.flip[0] & 0xFF), bytes);
-      return;
-    }
-    constexpr std::size_t kStep = kFew * 4;
-    for (std::size_t done = 0; done + kStep <= bytes; done += kStep) std::memcpy(at + done, tile.flip, kStep);
-    std::memcpy(at + bytes - kStep, tile.flip, kStep);
-    return;
-  }
   for (; word < words.last && word % kTileWords != 0; ++word) put(word, ~0U);
   for (; word + kTileWords <= words.last; word += kTileWords) {
-    if (tile.stores) {
-      std::memcpy(row + word * 4, tile.flip, sizeof tile.flip);
-      continue;
-    }
     std::uint32_t pixels[kTileWords];
     std::memcpy(pixels, row + word * 4, sizeof pixels);
     for (int i = 0; i < kTileWords; ++i) pixels[i] = (pixels[i] & tile.keep[i]) ^ tile.flip[i];

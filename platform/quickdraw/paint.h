@@ -37,9 +37,8 @@ class Painter : public RunSink {
   static constexpr int kTileWords = 8;
   struct Tile {
     std::uint32_t keep[kTileWords], flip[kTileWords];
-    bool isSolid;  // all words are alike
-    bool stores;   // nothing of what was there is kept
-    bool isOneByte() const { return isSolid && stores && flip[0] == (flip[0] & 0xFF) * 0x01010101U; }
+    bool storesOnePixel;  // and keeps nothing of what was there
+    bool isOneByte;       // that pixel is, again and again
   };
 
   // The words of a row that a run takes: some bits of one, whole ones, some bits of another.
@@ -49,9 +48,11 @@ class Painter : public RunSink {
   };
   Words wordsOf(int left, int right) const;
   void fill(int y, int left, int right);
-  static void fill(std::uint8_t* row, const Tile& tile, const Words& words);
-  // Of so narrow a box that all of a row lies in one word.
-  void fillColumn(std::uint8_t* at, int rows, const Tile& tile, const Words& words) const;
+  static void fillWords(std::uint8_t* row, const Tile& tile, const Words& words);
+  // Where a pixel is whole bytes and one is put down everywhere, there are no bits to mask.
+  bool storesBytes(const Tile& tile) const { return tile.storesOnePixel && map_.depth >= 8; }
+  std::size_t bytesOf(int pixels) const { return static_cast<std::size_t>(pixels) * static_cast<unsigned>(map_.depth / 8); }
+  void storeBytes(std::uint8_t* at, std::size_t bytes, int rows, const Tile& tile) const;
   const Tile& tileOf(int y);
   void makeTile(Tile& tile, std::uint8_t bits) const;
   void fillByPixel(int y, int left, int right);

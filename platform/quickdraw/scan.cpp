@@ -277,6 +277,7 @@ void scanPolygon(std::span<const Point> points, const Box& clip, RunSink& sink) 
     Wide x, slope;
   };
   std::vector<Edge> edges;
+  edges.reserve(points.size());
   for (std::size_t i = 0; i < points.size(); ++i) {
     Point from = points[i];
     Point to = points[(i + 1) % points.size()];
@@ -300,6 +301,7 @@ void scanPolygon(std::span<const Point> points, const Box& clip, RunSink& sink) 
 
   // Those that cross the row, from left to right.
   std::vector<Edge> active;
+  active.reserve(edges.size());
   std::size_t next = 0;
   int change = clip.top;  // the next row at which some edge begins or ends
   for (int y = clip.top; y < clip.bottom && (next < edges.size() || !active.empty()); ++y) {
@@ -310,15 +312,15 @@ void scanPolygon(std::span<const Point> points, const Box& clip, RunSink& sink) 
       for (const Edge& edge : active) change = std::min(change, edge.bottom);
     }
     // They are nearly in order: few change places between two rows.
-    for (std::size_t i = 1; i < active.size(); ++i) {
-      for (std::size_t k = i; k > 0 && active[k].x < active[k - 1].x; --k) std::swap(active[k], active[k - 1]);
+    Edge* const begin = active.data();
+    Edge* const end = begin + active.size();
+    for (Edge* edge = begin; edge != end; ++edge) {
+      for (Edge* k = edge; k != begin && k->x < k[-1].x; --k) std::swap(k[0], k[-1]);
     }
-    for (std::size_t i = 0; i + 1 < active.size(); i += 2) {
-      Edge& left = active[i];
-      Edge& right = active[i + 1];
-      emit(y, {floorOf(left.x), floorOf(right.x)}, sink);
-      left.x += left.slope;
-      right.x += right.slope;
+    for (Edge* edge = begin; end - edge >= 2; edge += 2) {
+      emit(y, {floorOf(edge[0].x), floorOf(edge[1].x)}, sink);
+      edge[0].x += edge[0].slope;
+      edge[1].x += edge[1].slope;
     }
   }
 }
