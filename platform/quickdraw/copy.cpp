@@ -166,6 +166,7 @@ class Rows {
     withPacking(source_.depth, [&]<int Depth>(Packed<Depth>) {
       conversion_.with<Depth>([&](auto converted) {
         const auto put = [=](int begin, int end, auto columns) {
+#pragma GCC unroll 4
           for (int i = begin; i < end; ++i) To::put(row, first + i, converted(Packed<Depth>::get(from, columns(i))));
         };
         if (!columns_.empty()) return put(0, count, [list = columns_.data() + (left - left_)](int i) { return list[i]; });
@@ -270,9 +271,10 @@ void changeRuns(const PixelMap& destination, const Box& area, const Region& clip
 // bits would be, of which the upper half is kept.
 void mixBytes(std::span<const std::uint8_t> source, std::span<const std::uint8_t> mask, std::uint8_t* there) {
   for (std::size_t i = 0; i < source.size(); ++i) {
-    const auto m = static_cast<std::uint16_t>(mask[i]);
-    const auto s = static_cast<std::uint16_t>(source[i] * static_cast<std::uint16_t>(255 - m));
-    const auto sum = static_cast<std::uint16_t>(s + static_cast<std::uint16_t>(there[i] * m));
+    // 255 of the source and the mask's part of the difference; what overflows in between comes back.
+    const auto difference = static_cast<std::uint16_t>(there[i] - source[i]);
+    const auto all = static_cast<std::uint16_t>((source[i] << 8) - source[i]);
+    const auto sum = static_cast<std::uint16_t>(all + static_cast<std::uint16_t>(difference * mask[i]));
     const auto scaled = static_cast<std::uint16_t>(sum + (static_cast<std::uint16_t>(sum + 127) >> 8));
     const auto rounded = static_cast<std::uint16_t>(scaled + 1 + (scaled >> 8));  // to be divided by 255
     there[i] = static_cast<std::uint8_t>(rounded >> 8);
@@ -395,7 +397,9 @@ void copyMask(const PixelMap& source, const PixelMap& mask, const PixelMap& dest
             destination.row(y) + static_cast<std::size_t>(left - destination.bounds.left) * pixelBytes;
         if (isBits) return selectBits({from, bytes}, {by, bytes}, there);
         // White leaves the unused byte too.
-        for (std::uint32_t& w : weights) w = w == __builtin_bswap32(0xFFFFFF) ? ~0U : w;
+        for (std::uint32_t& w : std::span(weights).first(static_cast<std::size_t>(right - left))) {
+          w = w == __builtin_bswap32(0xFFFFFF) ? ~0U : w;
+        }
         mixBytes({from, bytes}, {by, bytes}, there);
       });
     }
