@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdlib>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,8 +21,25 @@ struct Payload {
   virtual ~Payload() = default;
 };
 
+// Memory that comes zeroed, which big pieces of it do untouched.
+template <class T>
+struct ZeroedMemory {
+  using value_type = T;
+  T* allocate(std::size_t count) {
+    if (void* const memory = std::calloc(count, sizeof(T))) return static_cast<T*>(memory);
+    throw std::bad_alloc();
+  }
+  void deallocate(T* memory, std::size_t) { std::free(memory); }
+  void construct(T*) {}
+  template <class... Arguments>
+  void construct(T* at, Arguments&&... arguments) {
+    std::construct_at(at, std::forward<Arguments>(arguments)...);
+  }
+  bool operator==(const ZeroedMemory&) const = default;
+};
+
 struct MemoryBlock : Payload {
-  std::vector<char> bytes;
+  std::vector<char, ZeroedMemory<char>> bytes;  // made in the size that it keeps
 };
 
 struct IntegerArray : Payload {
