@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -124,11 +125,16 @@ class Table {
 };
 
 // The first side is ours, and is measured against the fastest of the others; the ratio is theirs by ours.
-inline void race(Table& table, const std::string& what, const std::vector<Side>& sides, Aim aim, int rounds = kRounds) {
+// Without an aim it is a note.
+inline void race(Table& table, const std::string& what, const std::vector<Side>& sides, std::optional<Aim> aim,
+                 int rounds = kRounds) {
   const std::vector<double> taken = takeTurns(sides, rounds);
   const auto fastest = std::min_element(taken.begin() + 1, taken.end());
   const Side& other = sides[static_cast<std::size_t>(fastest - taken.begin())];
-  table.row(what, duration(taken[0]), duration(*fastest) + " " + other.name, *fastest / taken[0], aim);
+  const std::string ours = duration(taken[0]);
+  const std::string theirs = duration(*fastest) + " " + other.name;
+  if (!aim) return table.note(what, ours, theirs);
+  table.row(what, ours, theirs, *fastest / taken[0], *aim);
 }
 
 // The same numbers each time.

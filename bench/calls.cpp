@@ -20,6 +20,8 @@ namespace {
 bool isEmpty = false;                // operations come from below, not from the framework
 std::map<std::string, int> lookups;  // of operations
 long allocations = 0;
+bool isCounted = false;  // functions that do nothing count their calls
+long calls = 0;
 std::int32_t coordinates[200];
 constexpr int kCorners = 100;
 constexpr std::string_view kWord = "Hello";
@@ -40,9 +42,23 @@ struct Nothing<Result(Arguments...)> {
   }
 };
 
+template <auto Function>
+struct Counted;
+template <class Result, class... Arguments, Result (*Function)(Arguments...)>
+struct Counted<Function> {
+  static Result call(Arguments... arguments) {
+    ++calls;
+    return Function(arguments...);
+  }
+};
+template <auto Function>
+void* addressOf() {
+  return reinterpret_cast<void*>(isCounted ? &Counted<Function>::call : Function);
+}
+
 void* nothingFor(const std::string& wanted) {
 #define OPERATION(name, result, arguments) \
-  if (wanted == #name) return reinterpret_cast<void*>(&Nothing<result arguments>::call);
+  if (wanted == #name) return addressOf<&Nothing<result arguments>::call>();
 #include "quickdraw/operations.def"
   return nullptr;
 }
@@ -60,15 +76,15 @@ std::uint32_t macRoman(REALstringStruct*) { return kCFStringEncodingMacRoman; }
 
 // Of the entry points that handlers call, those that do nothing in place of the platform's.
 void* resolveNothing(const char* name) {
-  static const std::map<std::string_view, void*> kEntries = {
-      {"SelectGraphics", reinterpret_cast<void*>(&selectNothing)},
-      {"RuntimeUBound", reinterpret_cast<void*>(&lastCoordinate)},
-      {"RuntimeDirectReadIntArray", reinterpret_cast<void*>(&coordinate)},
-      {"PluginGetStringData", reinterpret_cast<void*>(&wordData)},
-      {"PluginDisposeStringData", reinterpret_cast<void*>(&noData)},
-      {"REALLockString", reinterpret_cast<void*>(&noLock)},
-      {"REALUnlockString", reinterpret_cast<void*>(&noLock)},
-      {"REALGetStringEncoding", reinterpret_cast<void*>(&macRoman)},
+  const std::map<std::string_view, void*> kEntries = {
+      {"SelectGraphics", addressOf<&selectNothing>()},
+      {"RuntimeUBound", addressOf<&lastCoordinate>()},
+      {"RuntimeDirectReadIntArray", addressOf<&coordinate>()},
+      {"PluginGetStringData", addressOf<&wordData>()},
+      {"PluginDisposeStringData", addressOf<&noData>()},
+      {"REALLockString", addressOf<&noLock>()},
+      {"REALUnlockString", addressOf<&noLock>()},
+      {"REALGetStringEncoding", addressOf<&macRoman>()},
   };
   const auto found = kEntries.find(name);
   return found != kEntries.end() ? found->second : Host::resolve(name);
@@ -247,6 +263,22 @@ long allocationsOf(const Side& side) {
   return allocations - before;
 }
 
+// How many functions a method calls, and how many are called directly.
+void countCalls(Table& table) {
+  isCounted = true;
+  const Stage stage(true);
+  const auto callsOf = [](const Side& side) {
+    side.run(1);
+    const long before = calls;
+    side.run(1);
+    return std::to_string(calls - before);
+  };
+  for (const Pair& pair : pairs(stage)) {
+    table.note(std::string(pair.name) + ", nothing done: calls", callsOf(pair.plugin), callsOf(pair.direct));
+  }
+  isCounted = false;
+}
+
 void measure(Table& table, bool empty) {
   lookups.clear();
   const Stage stage(empty);
@@ -295,4 +327,5 @@ int main() {
               "ours / other");
   measure(table, false);
   measure(table, true);
+  countCalls(table);
 }

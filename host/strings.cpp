@@ -121,7 +121,9 @@ rbText::~rbText() {
   for (int i = 0; i < 5; ++i) {
     if (held[i] != 0) REALDisposeStringData(&stringData[i]);
   }
-  for (void* copy : copies) std::free(copy);
+  for (void* copy : copies) {
+    if (copy != nullptr) std::free(copy);  // there is hardly ever one, and a call each would be felt
+  }
   reset();
 }
 

@@ -136,7 +136,7 @@ class Conversion {
   enum class Way { same, table, widen, narrow, look } way_ = Way::same;
   InverseTable* inverse_ = nullptr;
   const std::uint32_t* entries_ = nullptr;  // elsewhere than in the own table
-  std::array<std::uint32_t, 256> own_;  // as far as the source has indices
+  std::array<std::uint32_t, 256> own_;      // as far as the source has indices
 };
 
 // Rows of the source as the destination shows them: stretched over the columns of an area, and converted.
@@ -169,7 +169,8 @@ class Rows {
 #pragma GCC unroll 4
           for (int i = begin; i < end; ++i) To::put(row, first + i, converted(Packed<Depth>::get(from, columns(i))));
         };
-        if (!columns_.empty()) return put(0, count, [list = columns_.data() + (left - left_)](int i) { return list[i]; });
+        if (!columns_.empty())
+          return put(0, count, [list = columns_.data() + (left - left_)](int i) { return list[i]; });
         const int start = first_ + left - left_;
         const auto straight = [start](int i) { return start + i; };
         int done = 0;
@@ -254,8 +255,7 @@ void copyPlain(const Rows& rows, const PixelMap& destination, const Stretch& v, 
 
 // Changes runs of the destination: `change` gets the pixels that are there, as numbers, and where they are.
 template <class Change>
-void changeRuns(const PixelMap& destination, const Box& area, const Region& clip,
-                const Change& change) {
+void changeRuns(const PixelMap& destination, const Box& area, const Region& clip, const Change& change) {
   std::vector<std::uint32_t> there;
   for (int y = area.top; y < area.bottom; ++y) {
     forRuns(clip, area, y, [&](int left, int right) {
@@ -306,9 +306,8 @@ bool hasWholeBytes(const PixelMap& map) {
   if (map.isDirect() || map.colors == nullptr) return true;
   const auto isWhole = [](std::uint16_t c) { return c % 257 == 0; };
   const auto& colors = map.colors->colors();
-  return std::all_of(colors.begin(), colors.end(), [isWhole](const RGBColor& c) {
-    return isWhole(c.red) && isWhole(c.green) && isWhole(c.blue);
-  });
+  return std::all_of(colors.begin(), colors.end(),
+                     [isWhole](const RGBColor& c) { return isWhole(c.red) && isWhole(c.green) && isWhole(c.blue); });
 }
 
 // The format of a mask's weights.

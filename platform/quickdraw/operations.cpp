@@ -65,7 +65,8 @@ Port& current() { return *worlds().current; }
 
 Port* portOf(CGrafPtr ref) {
   auto* port = reinterpret_cast<Port*>(ref);
-  return worlds().alive.contains(port) ? port : nullptr;
+  const bool isAlive = port == worlds().current || worlds().alive.contains(port);
+  return isAlive ? port : nullptr;
 }
 CGrafPtr refOf(Port* port) { return reinterpret_cast<CGrafPtr>(port); }
 

@@ -51,7 +51,9 @@ class Painter : public RunSink {
   static void fillWords(std::uint8_t* row, const Tile& tile, const Words& words);
   // Where a pixel is whole bytes and one is put down everywhere, there are no bits to mask.
   bool storesBytes(const Tile& tile) const { return tile.storesOnePixel && map_.depth >= 8; }
-  std::size_t bytesOf(int pixels) const { return static_cast<std::size_t>(pixels) * static_cast<unsigned>(map_.depth / 8); }
+  std::size_t bytesOf(int pixels) const {
+    return static_cast<std::size_t>(pixels) * static_cast<unsigned>(map_.depth / 8);
+  }
   void storeBytes(std::uint8_t* at, std::size_t bytes, int rows, const Tile& tile) const;
   const Tile& tileOf(int y);
   void makeTile(Tile& tile, std::uint8_t bits) const;

@@ -132,7 +132,7 @@ class Host {
   // ---- what the entry points need
   static Host& running();
   static void* resolve(const char* name);
-  bool has(const std::string& name) const { return !taken_.contains(name); }
+  bool has(std::string_view name) const { return !taken_.contains(name); }
   double version() const { return version_.value_or(0.0); }
   void tell(std::int32_t recordVersion) { recordVersion_ = recordVersion; }
   void addClass(REALclassDefinition* record, bool isExtension);
@@ -153,7 +153,7 @@ class Host {
 
   std::optional<double> version_;
   std::int32_t recordVersion_ = 0;
-  std::set<std::string> taken_;
+  std::set<std::string, std::less<>> taken_;
   std::map<std::string, ClassInfo> classes_;
   std::vector<Method> globalMethods_;
   std::optional<ExceptionObject> raised_;

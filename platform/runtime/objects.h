@@ -7,6 +7,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <typeinfo>
 #include <vector>
 
 #include "host/types.h"
@@ -93,7 +94,8 @@ void showStorage(REALobjectStruct* array, const std::int32_t* elements);
 Payload* payloadOf(const void* reference);
 template <class Kind>
 Kind* as(const void* reference) {
-  return dynamic_cast<Kind*>(payloadOf(reference));
+  Payload* const payload = payloadOf(reference);
+  return payload != nullptr && typeid(*payload) == typeid(Kind) ? static_cast<Kind*>(payload) : nullptr;
 }
 
 REALstringStruct* newString(std::string_view bytes, std::uint32_t encoding);
