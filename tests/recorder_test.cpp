@@ -32,6 +32,7 @@ std::string opening(const std::string& frame) {
 }  // namespace
 
 TEST_F(RecorderTest, OpensClosesAndDestroysOnce) {
+  std::string last;
   {
     const Object recorder = blank();
     spy::reference(recorder.get());
@@ -55,9 +56,10 @@ TEST_F(RecorderTest, OpensClosesAndDestroysOnce) {
     EXPECT_EQ(number(host().get(recorder, "Height")), 20);
     EXPECT_THROW(host().set(recorder, "Width", 1), runtime::Error);
     host().call(recorder, "CreatePicture", {5, 5});
+    last = name(handleOf(recorder));
     spy::clear();
   }
-  EXPECT_EQ(spy::trace().substr(0, 30), "ClosePicture()\nKillPicture(#5)") << "the end of the object";
+  EXPECT_TRUE(spy::trace().starts_with("ClosePicture()\nKillPicture(" + last + ")\n")) << "the end of the object";
 }
 
 TEST_F(RecorderTest, ANewRecordingLosesNoPicture) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -82,33 +83,27 @@ class ByteWriter {
   void clear() { bytes_.clear(); }
 
   void u8(int value) { bytes_.push_back(static_cast<std::uint8_t>(value)); }
-  void u16(int value) {
-    u8(value >> 8);
-    u8(value);
-  }
-  void u32(std::uint32_t value) {
-    u16(static_cast<int>(value >> 16));
-    u16(static_cast<int>(value & 0xFFFF));
-  }
-  void point(Point p) {
-    u16(p.v);
-    u16(p.h);
-  }
-  void rect(const Rect& r) {
-    point({r.top, r.left});
-    point({r.bottom, r.right});
-  }
-  void color(const RGBColor& c) {
-    u16(c.red);
-    u16(c.green);
-    u16(c.blue);
-  }
+  void u16(int value) { words({value}); }
+  void u32(std::uint32_t value) { words({static_cast<int>(value >> 16), static_cast<int>(value & 0xFFFF)}); }
+  void point(Point p) { words({p.v, p.h}); }
+  void rect(const Rect& r) { words({r.top, r.left, r.bottom, r.right}); }
+  void color(const RGBColor& c) { words({c.red, c.green, c.blue}); }
   void put(Bytes more) { bytes_.insert(bytes_.end(), more.begin(), more.end()); }
   void align() {
     if (size() % 2 != 0) u8(0);
   }
 
  private:
+  void words(std::initializer_list<int> values) {
+    const std::size_t at = bytes_.size();
+    bytes_.resize(at + 2 * values.size());
+    std::uint8_t* to = bytes_.data() + at;
+    for (const int value : values) {
+      *to++ = static_cast<std::uint8_t>(value >> 8);
+      *to++ = static_cast<std::uint8_t>(value);
+    }
+  }
+
   std::vector<std::uint8_t> bytes_;
 };
 

@@ -26,7 +26,7 @@ bool fitsByte(int value) { return value >= -128 && value <= 127; }
 
 }  // namespace
 
-PictureWriter::PictureWriter(const OpenCPicParams& params) : handle_(NewHandle(0)), frame_(params.srcRect) {
+PictureWriter::PictureWriter(const OpenCPicParams& params) : handle_(NewHandle(0)), frame_(Box(params.srcRect)) {
   const Rect& source = params.srcRect;
   out_.u16(0);
   out_.rect(toRect({at72(source.top, params.vRes), at72(source.left, params.hRes), at72(source.bottom, params.vRes),
@@ -76,7 +76,7 @@ void PictureWriter::writeCommon(const PortState& state) {
   writeColor(state.colors.background, colors.background, op::RGBBkCol);
 
   // A wide-open clip goes out as the frame: there are readers that draw nothing under a wide-open one.
-  const Region clip = state.clip.isWideOpen() ? Region(Box(frame_)) : state.clip;
+  const Region& clip = state.clip.isWideOpen() ? frame_ : state.clip;
   if (clip == written_.clip) return;
   out_.u16(op::Clip);
   writeRegion(out_, clip);

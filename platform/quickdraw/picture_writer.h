@@ -32,7 +32,7 @@ class PictureWriter {
   void flush();
 
   Handle handle_;
-  Rect frame_;
+  Region frame_;
   ByteWriter out_;  // the opcodes of one command
 
   // What a reader of the picture so far takes for the port's state.
