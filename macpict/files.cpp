@@ -45,13 +45,16 @@ void makeFolder(const fs::path& folder) {
 }
 
 std::string readPicture(const fs::path& path) {
-  const std::string file = readFile(path);
+  std::string file = readFile(path);
   const auto picture = qd::pictureInFile(qd::bytesOf(file));
   if (!picture) {
     throw runtime::Error("\"" + path.string() +
                          "\" is no PICT file: no picture begins in it, at its start or behind 512 bytes.");
   }
-  return {picture->begin(), picture->end()};
+  // The file's own memory is kept: there are large pictures.
+  const auto begin = static_cast<std::size_t>(picture->data() - qd::bytesOf(file).data());
+  file.resize(begin + picture->size());
+  return file.erase(0, begin);
 }
 
 void writePicture(const fs::path& path, std::string_view picture) {

@@ -23,12 +23,6 @@ std::string textOf(const Value& value) {
   return block != nullptr ? std::string(block->bytes.begin(), block->bytes.end()) : std::string();
 }
 
-runtime::MemoryBlock& pixelsOf(const Value& value) {
-  const auto* block = std::get_if<Object>(&value);
-  if (block == nullptr) throw runtime::Error("The picture's pixels can't be read.");
-  return *runtime::as<runtime::MemoryBlock>(block->get());
-}
-
 }  // namespace
 
 // They lie beside the program's folder.
@@ -104,15 +98,14 @@ Image Session::imageOf(const Object& picture) {
     deep = this->picture(width, height);
     copy(picture, deep, 0, 0);
   }
-  const Value pixels = host_.get(deep, "GWorldPixelDataTVK");
-  const auto& bytes = pixelsOf(pixels).bytes;
-  const auto rowBytes = static_cast<std::size_t>(std::get<std::int32_t>(host_.get(deep, "GWorldPixelRowBytesTVK")));
+  const PixMapHandle map = GetGWorldPixMap(runtime::as<runtime::PictureObject>(deep.get())->world);
+  const char* row = GetPixBaseAddr(map);
 
   Image image{width, height, {}};
   image.rgb.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
   char* out = image.rgb.data();
-  for (std::size_t y = 0; y < static_cast<std::size_t>(height); ++y) {
-    const char* pixel = bytes.data() + y * rowBytes;
+  for (int y = 0; y < height; ++y, row += GetPixRowBytes(map)) {
+    const char* pixel = row;
     for (int x = 0; x < width; ++x, pixel += 4, out += 3) std::copy_n(pixel + 1, 3, out);
   }
   return image;
