@@ -51,7 +51,7 @@ Size sizeOnPage(const qd::PictureHeader& header, double scale) {
 
 // Throws what keeps a picture from being rendered. A broken one is told and still written, if it is to be kept going.
 Status renderOne(Session& session, const fs::path& in, const fs::path& out, const Options& options) {
-  const std::string picture = readPicture(in);
+  std::string picture = readPicture(in);
   const auto header = qd::pictureHeader(qd::bytesOf(picture));
   if (!header || header->source.empty())
     throw runtime::Error("The picture \"" + in.string() + "\" has an empty frame: there is nothing to render.");
@@ -65,8 +65,12 @@ Status renderOne(Session& session, const fs::path& in, const fs::path& out, cons
                          " would work.");
   }
 
-  const runtime::Object canvas = session.picture(size.width, size.height, options.kind);
-  session.play(session.recorderWith(picture), canvas, 0, 0, size.width, size.height);
+  // What is done with gives its memory to what comes next.
+  runtime::Object recorder = session.recorderWith(picture);
+  std::string().swap(picture);
+  runtime::Object canvas = session.picture(size.width, size.height, options.kind);
+  session.play(recorder, canvas, 0, 0, size.width, size.height);
+  recorder = {};
   const qd::Playback& playback = qd::lastPlayback();
   for (const std::string& remark : playback.remarks) complain(in.string() + ": " + remark);
   if (playback.error) {
@@ -74,7 +78,9 @@ Status renderOne(Session& session, const fs::path& in, const fs::path& out, cons
     if (!options.keepGoing) throw runtime::Error(broken + " --keep-going would show what was drawn till then.");
     complain(broken);
   }
-  writePNG(out, session.imageOf(canvas));
+  const Image image = session.imageOf(canvas);
+  canvas = {};
+  writePNG(out, image);
   std::printf("%s: %dx%d, %d opcodes played, %d skipped, %d not drawn\n", out.c_str(), size.width, size.height,
               playback.played, playback.skipped, playback.undrawn);
   return playback.error ? kFailed : kDone;
