@@ -4,6 +4,7 @@
 #include <cstring>
 #include <random>
 
+#include "platform/quickdraw/copy.h"
 #include "platform/quickdraw/lister.h"
 #include "platform/quickdraw/pict_bits.h"
 #include "platform/quickdraw/picture_player.h"
@@ -262,6 +263,77 @@ TEST_F(QuickDraw, MasksCopyBlackLeaveWhiteAndMixBetween) {
                                                        "\0\x80\x80\x80"
                                                        "\0\xFF\xFF\xFF",
                                                        12));
+}
+
+// The loops over rows take shortcuts: whole bytes, repeated rows, masks by bytes. Pixel by pixel there are none.
+TEST_F(QuickDraw, CopiesOfAnyDepthsAreThoseOfEachPixel) {
+  std::mt19937 random(13);
+  const auto any = [&](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
+  const auto noise = [&](int depth, int width, int height) {
+    auto made = OwnedPixels::make(Box(0, 0, height, width), depth, qd::ColorTable::standard(depth));
+    std::vector<std::uint32_t> row(static_cast<std::size_t>(width));
+    for (int y = 0; y < height; ++y) {
+      // Often black or white, which masks take otherwise.
+      for (std::uint32_t& p : row) p = any(0, 2) == 0 ? made->map.ones() : any(0, 2) == 0 ? 0 : random();
+      made->map.put(y, 0, row);
+    }
+    return std::move(*made);
+  };
+  const auto pixel = [](const PixelMap& map, int x, int y) {
+    std::array<std::uint32_t, 1> one;
+    map.get(y, x, one);
+    return one[0] & map.ones();
+  };
+  const auto mix = [](std::uint16_t s, std::uint16_t d, std::uint16_t m) {
+    return static_cast<std::uint16_t>((std::uint64_t{s} * (0xFFFFU - m) + std::uint64_t{d} * m + 0x7FFF) / 0xFFFF);
+  };
+  constexpr int kDepths[] = {1, 2, 4, 8, 16, 32};
+  for (int round = 0; round < 1500; ++round) {
+    const OwnedPixels source = noise(kDepths[any(0, 5)], any(1, 50), any(1, 6));
+    const OwnedPixels mask = noise(kDepths[any(0, 5)], source.map.bounds.width(), source.map.bounds.height());
+    const OwnedPixels target = noise(kDepths[any(0, 5)], any(1, 70), any(1, 12));
+    const OwnedPixels before = *duplicate(target.map, target.map.bounds);
+    const int left = any(-5, 20);
+    const int top = any(-2, 3);
+    const Box from = source.map.bounds;
+    const bool isStretched = any(0, 1) == 0;
+    const Box to(top, left, top + (isStretched ? any(1, 15) : from.bottom),
+                 left + (isStretched ? any(1, 90) : from.right));
+    const Box hole(1, 3, 3, any(4, 30));
+    const Region clip = any(0, 1) == 0 ? Region(target.map.bounds) : subtract(Region(target.map.bounds), Region(hole));
+    const bool isMasked = any(0, 1) == 0;
+    if (isMasked) {
+      copyMask(source.map, mask.map, target.map, from, from, to, clip, TransferColors{});
+    } else {
+      copyBits(source.map, target.map, from, to, srcCopy, clip, TransferColors{});
+    }
+    const auto shown = [](int at, int sourceSize, int size) {
+      return (sourceSize * (2 * at + 1) + 2 * size - 1) / (2 * size) - 1;
+    };
+    for (int y = 0; y < target.map.bounds.bottom; ++y) {
+      const auto runs = clip.row(y);
+      for (int x = 0; x < target.map.bounds.right; ++x) {
+        const bool isClipped = (std::upper_bound(runs.begin(), runs.end(), x) - runs.begin()) % 2 == 0;
+        const bool isInside = x >= to.left && x < to.right && y >= to.top && y < to.bottom && !isClipped;
+        std::uint32_t expected = pixel(before.map, x, y);
+        if (isInside) {
+          const int sx = shown(x - to.left, from.width(), to.width());
+          const int sy = shown(y - to.top, from.height(), to.height());
+          RGBColor color = source.map.colorOf(pixel(source.map, sx, sy));
+          if (isMasked) {
+            color = target.map.colorOf(target.map.pixelOf(color));
+            const RGBColor d = target.map.colorOf(expected);
+            const RGBColor m = mask.map.colorOf(pixel(mask.map, sx, sy));
+            color = {mix(color.red, d.red, m.red), mix(color.green, d.green, m.green), mix(color.blue, d.blue, m.blue)};
+          }
+          expected = target.map.pixelOf(color);
+        }
+        ASSERT_EQ(pixel(target.map, x, y), expected)
+            << x << "," << y << " of " << source.map.depth << " to " << target.map.depth
+            << (isMasked ? " by " : " not ") << mask.map.depth << " round " << round;
+      }
+    }
+  }
 }
 
 TEST_F(QuickDraw, ScrollingErasesWhatItUncovers) {
