@@ -2,14 +2,15 @@
 #include <cmath>
 #include <cstring>
 
+#include "bench/bench.h"
 #include "bench/commands.h"
-#include "bench/world.h"
 #include "platform/memory/memory.h"
+#include "platform/quickdraw/world.h"
 
 namespace {
 
 // Waves of colour with grain on them: neighbours are alike, but rarely the same.
-void expose(const bench::World& world) {
+void expose(const qd::World& world) {
   bench::Random random;
   for (int y = 0; y < world.bounds().bottom; ++y) {
     std::uint8_t* pixel = world.row(y);
@@ -25,7 +26,7 @@ void expose(const bench::World& world) {
 
 template <class Draw>
 void write(const std::string& path, int width, int height, Draw draw) {
-  const bench::World world(width, height, 32);
+  const qd::World world(width, height, 32);
   const OpenCPicParams params = PictureParams(width, height);
   const PicHandle picture = OpenCPicture(&params);
   draw(world);
@@ -45,14 +46,14 @@ void write(const std::string& path, int width, int height, Draw draw) {
 int main(int count, char** words) {
   if (count != 2) bench::fail("pictures takes a folder.");
   const std::string folder = words[1];
-  write(folder + "/photograph.pict", 4096, 4096, [](const bench::World& world) {
+  write(folder + "/photograph.pict", 4096, 4096, [](const qd::World& world) {
     expose(world);
     ForeColor(blackColor);
     BackColor(whiteColor);
     CopyBits(world.bits(), world.bits(), &world.bounds(), &world.bounds(), qd::srcCopy, nullptr);
   });
-  write(folder + "/shapes.pict", bench::kWidth, bench::kHeight, [](const bench::World&) {
+  write(folder + "/shapes.pict", bench::kWidth, bench::kHeight, [](const qd::World&) {
     for (const bench::Command& c : bench::commands(100000)) draw(c);
   });
-  write(folder + "/dot.pict", 1, 1, [](const bench::World& world) { PaintRect(&world.bounds()); });
+  write(folder + "/dot.pict", 1, 1, [](const qd::World& world) { PaintRect(&world.bounds()); });
 }

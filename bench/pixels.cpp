@@ -9,7 +9,9 @@
 #include <numbers>
 #include <optional>
 
-#include "bench/world.h"
+#include "bench/bench.h"
+#include "platform/quickdraw/transfer.h"
+#include "platform/quickdraw/world.h"
 
 namespace {
 
@@ -44,7 +46,7 @@ const pixman_indexed_t& palette() {
 // pixman has the standard colours.
 struct Sheet {
   int width, height, depth;
-  bench::World world;
+  qd::World world;
   pixman_image_t* pixman;
   cairo_surface_t* cairo;
   cairo_t* pen;
@@ -279,7 +281,7 @@ std::vector<Drawing> drawings() {
 }
 
 void draw(Table& table) {
-  const bench::World desk(8, 8, 1);  // polygons are made on some port
+  const qd::World desk(8, 8, 1);  // polygons are made on some port
   for (const Drawing& drawing : drawings()) {
     for (const int depth : {8, 16, 32}) {
       Sheet sheet(kSize, kSize, depth);

@@ -6,10 +6,11 @@
 #include <cstring>
 #include <numbers>
 
+#include "bench/bench.h"
 #include "bench/commands.h"
-#include "bench/world.h"
 #include "platform/memory/memory.h"
 #include "platform/quickdraw/picture_player.h"
+#include "platform/quickdraw/world.h"
 
 namespace {
 
@@ -53,7 +54,7 @@ void drawCairo(cairo_t* pen, const Command& c) {
   }
 }
 
-PicHandle record(const bench::World& world, const std::vector<Command>& drawing) {
+PicHandle record(const qd::World& world, const std::vector<Command>& drawing) {
   world.select();
   const OpenCPicParams params = PictureParams(kWidth, kHeight);
   const PicHandle picture = OpenCPicture(&params);
@@ -73,7 +74,7 @@ cairo_surface_t* recordCairo(const std::vector<Command>& drawing) {
   return recording;
 }
 
-void play(const bench::World& world, PicHandle picture) {
+void play(const qd::World& world, PicHandle picture) {
   world.select();
   DrawPicture(picture, &world.bounds());
   if (qd::lastPlayback().error) bench::fail("A picture that we recorded is broken.");
@@ -97,7 +98,7 @@ PicHandle throughFile(PicHandle picture, std::FILE* file) {
 }
 
 struct Stage {
-  bench::World world{kWidth, kHeight, 32};
+  qd::World world{kWidth, kHeight, 32};
   cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, kWidth, kHeight);
   cairo_t* pen = cairo_create(surface);
   std::FILE* file = std::tmpfile();

@@ -1,21 +1,23 @@
-// A world to draw into, for the programs that stand on QuickDraw without a host.
+// A world to draw into, for programs that stand on QuickDraw without a host.
 #pragma once
 
 #include <cstdint>
+#include <new>
+#include <string>
 
-#include "bench/bench.h"
 #include "platform/quickdraw/operations.h"
-#include "platform/quickdraw/transfer.h"
 
-namespace bench {
+namespace qd {
 
+// The current world from its making on, till another is selected or it ends.
 class World {
  public:
+  // Of the colours of a table that GetCTable knows, or of the standard ones. Throws bad_alloc where there is no memory.
   World(int width, int height, int depth, int table = 0) : bounds_(MakeRect(0, 0, width, height)) {
     const CTabHandle colors = table != 0 ? GetCTable(static_cast<std::int16_t>(table)) : nullptr;
-    if (NewGWorld(&world_, static_cast<std::int16_t>(depth), &bounds_, colors, nullptr, 0) != 0)
-      fail("There is no memory for a world.");
+    const OSErr error = NewGWorld(&world_, static_cast<std::int16_t>(depth), &bounds_, colors, nullptr, 0);
     if (colors != nullptr) DisposeCTable(colors);
+    if (error != 0) throw std::bad_alloc();
     select();
   }
   World(const World&) = delete;
@@ -30,10 +32,14 @@ class World {
     return reinterpret_cast<std::uint8_t*>(GetPixBaseAddr(GetGWorldPixMap(world_))) +
            rowBytes() * static_cast<std::size_t>(y);
   }
+  // All rows as bytes.
+  std::string pixels() const {
+    return {reinterpret_cast<const char*>(row(0)), rowBytes() * static_cast<std::size_t>(bounds_.bottom)};
+  }
 
  private:
   Rect bounds_;
   GWorldPtr world_ = nullptr;
 };
 
-}  // namespace bench
+}  // namespace qd
