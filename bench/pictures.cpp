@@ -5,6 +5,7 @@
 #include "bench/bench.h"
 #include "bench/commands.h"
 #include "platform/memory/memory.h"
+#include "platform/quickdraw/transfer.h"
 #include "platform/quickdraw/world.h"
 
 namespace {
