@@ -265,6 +265,48 @@ TEST_F(QuickDraw, MasksCopyBlackLeaveWhiteAndMixBetween) {
                                                        12));
 }
 
+TEST_F(QuickDraw, PatternsFillEachPixelByTheirBits) {
+  std::mt19937 random(17);
+  const auto any = [&](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
+  for (const int depth : {1, 2, 4, 8, 16, 32}) {
+    for (int round = 0; round < 200; ++round) {
+      const auto map = OwnedPixels::make(Box(-3, any(-9, 9), 5, any(10, 99)), depth, qd::ColorTable::standard(depth));
+      const auto rows = static_cast<std::size_t>(map->map.bounds.height());
+      std::generate_n(map->map.base, rows * static_cast<std::size_t>(map->map.rowBytes), [&] { return random(); });
+      const auto before = duplicate(map->map, map->map.bounds);
+      Pattern pattern{{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, nullptr};
+      if (any(0, 1) == 0) std::generate(pattern.bits.begin(), pattern.bits.end(), random);
+      const int mode = any(patCopy, patBic);
+      const Box box = intersect(Box(any(-5, 4), any(-9, 20), any(0, 7), any(0, 110)), map->map.bounds);
+      const Region all(map->map.bounds);
+      const Region clip = any(0, 1) == 0 ? all : subtract(all, Region(Box(0, 2, 2, any(3, 60))));
+      Painter(map->map, clip, pattern, mode, TransferColors{}).box(box);
+
+      const std::uint32_t ones = map->map.ones();
+      const std::uint32_t black = map->map.isDirect() ? 0 : ones;
+      const auto pixel = [ones](const PixelMap& of, int x, int y) {
+        std::array<std::uint32_t, 1> one;
+        of.get(y, x, one);
+        return one[0] & ones;
+      };
+      for (int y = all.bounds().top; y < all.bounds().bottom; ++y) {
+        const auto runs = clip.row(y);
+        for (int x = all.bounds().left; x < all.bounds().right; ++x) {
+          const bool isVisible = (std::upper_bound(runs.begin(), runs.end(), x) - runs.begin()) % 2 == 1;
+          const bool isFilled = isVisible && y >= box.top && y < box.bottom && x >= box.left && x < box.right;
+          const bool isSet = (pattern.bits[static_cast<std::size_t>(y & 7)] >> (7 - (x & 7)) & 1) != 0;
+          const std::uint32_t there = pixel(before->map, x, y);
+          const std::uint32_t set[] = {black, black, there ^ ones, black ^ ones};
+          const std::uint32_t clear = mode == patCopy ? black ^ ones : there;
+          const std::uint32_t filled = isSet ? set[mode - patCopy] : clear;
+          ASSERT_EQ(pixel(map->map, x, y), isFilled ? filled : there)
+              << x << "," << y << " at " << depth << " in mode " << mode << " round " << round;
+        }
+      }
+    }
+  }
+}
+
 // The loops over rows take shortcuts: whole bytes, repeated rows, masks by bytes. Pixel by pixel there are none.
 TEST_F(QuickDraw, CopiesOfAnyDepthsAreThoseOfEachPixel) {
   std::mt19937 random(13);
