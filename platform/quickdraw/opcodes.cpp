@@ -23,9 +23,21 @@ constexpr bool isComplete() {
 }
 static_assert(isComplete());
 
+// The rows of the numbers that pictures are made of.
+constexpr auto kCommon = [] {
+  std::array<std::uint8_t, 256> rows = {};
+  std::uint8_t row = 0;
+  for (std::size_t number = 0; number < rows.size(); ++number) {
+    if (number > kRows[row].last) ++row;
+    rows[number] = row;
+  }
+  return rows;
+}();
+
 }  // namespace
 
 const OpcodeRow& opcodeRow(std::uint16_t number) {
+  if (number < kCommon.size()) return kRows[kCommon[number]];
   return *std::lower_bound(std::begin(kRows), std::end(kRows), number,
                            [](const OpcodeRow& row, std::uint16_t n) { return row.last < n; });
 }

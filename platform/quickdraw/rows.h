@@ -167,32 +167,36 @@ class Rows {
  private:
   template <class To>
   void convert(int y, int left, int right, To, std::uint8_t* row, int first) const {
-    const std::uint8_t* const from = source_.row(y);
-    const int count = right - left;
+    const int start = first_ + left - left_;
+    const int* const list = columns_.empty() ? nullptr : columns_.data() + (left - left_);
     withPacking(source_.depth, [&]<int Depth>(Packed<Depth>) {
       conversion_.with<Depth>([&](auto converted) {
-        const auto put = [=](int begin, int end, auto columns) {
-#pragma GCC unroll 4
-          for (int i = begin; i < end; ++i) To::put(row, first + i, converted(Packed<Depth>::get(from, columns(i))));
-        };
-        if (!columns_.empty())
-          return put(0, count, [list = columns_.data() + (left - left_)](int i) { return list[i]; });
-        const int start = first_ + left - left_;
-        const auto straight = [start](int i) { return start + i; };
-        int done = 0;
-        if constexpr (Depth < 8) {
-          // Bytes that are taken whole are read once.
-          constexpr int kPixels = 8 / Depth;
-          const int before = std::min(count, -start & (kPixels - 1));
-          put(0, before, straight);
-          for (done = before; done + kPixels <= count; done += kPixels) {
-            const std::uint8_t byte = from[straight(done) / kPixels];
-            for (int i = 0; i < kPixels; ++i) To::put(row, first + done + i, converted(Packed<Depth>::get(&byte, i)));
-          }
-        }
-        put(done, count, straight);
+        convertRun<Depth, To>(source_.row(y), start, list, converted, row, first, right - left);
       });
     });
+  }
+  // The columns that are listed, or those from start on.
+  template <int Depth, class To, class Converted>
+  static void convertRun(const std::uint8_t* from, int start, const int* list, Converted converted, std::uint8_t* row,
+                         int first, int count) {
+    const auto put = [=](int begin, int end, auto columns) {
+#pragma GCC unroll 4
+      for (int i = begin; i < end; ++i) To::put(row, first + i, converted(Packed<Depth>::get(from, columns(i))));
+    };
+    if (list != nullptr) return put(0, count, [list](int i) { return list[i]; });
+    const auto straight = [start](int i) { return start + i; };
+    int done = 0;
+    if constexpr (Depth < 8) {
+      // Bytes that are taken whole are read once.
+      constexpr int kPixels = 8 / Depth;
+      done = std::min(count, -start & (kPixels - 1));
+      put(0, done, straight);
+      for (; done + kPixels <= count; done += kPixels) {
+        const std::uint8_t byte = from[(start + done) / kPixels];
+        for (int i = 0; i < kPixels; ++i) To::put(row, first + done + i, converted(Packed<Depth>::get(&byte, i)));
+      }
+    }
+    put(done, count, straight);
   }
 
   const PixelMap& source_;
