@@ -85,6 +85,7 @@ TEST_F(Language, TellsWhatIsWrongAndWhere) {
       {"Print &c12", "1:7 \"&c12\" is no number; &cFF8000, &hFF, &b101 or &o17 would work."},
       {"If 1 Then Print 2", "1:4 This is an integer; true, false or a comparison would work."},
       {"While True", "1:11 The end of the line is out of place; wend would work."},
+      {"If True Then Exit", "1:14 \"Exit\" is out of place; a loop around it would work."},
       {"Next", "1:1 \"Next\" is out of place; a value would work."},
       {"Dim x As Widget",
        "1:5 There is no type \"Widget\"; Integer, Double, Boolean, String, Color, Variant, Picture, Graphics, "

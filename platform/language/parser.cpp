@@ -99,6 +99,16 @@ class Parser {
     return block;
   }
 
+  // What a loop repeats.
+  Block body(const char* end) {
+    endLine();
+    ++loops_;
+    Block block = statements({end});
+    --loops_;
+    expect(end);
+    return block;
+  }
+
   void statement(Block& block) {
     simple(block);
     endLine();
@@ -113,12 +123,11 @@ class Parser {
     }
     if (take("if")) return block.push_back(condition(place));
     if (take("for")) return loopFor(block, place);
+    if (isWord("exit") && loops_ == 0) fail("is out of place; a loop around it would work");
     if (take("exit")) return block.push_back({Statement::Kind::leave, place, {}, {}, false, {}, {}});
     if (take("while")) {
       Statement loop{Statement::Kind::loopWhile, place, {}, {}, false, {expression()}, {}};
-      endLine();
-      loop.blocks.push_back(statements({"wend"}));
-      expect("wend");
+      loop.blocks.push_back(body("wend"));
       return block.push_back(std::move(loop));
     }
     take("call");
@@ -186,9 +195,7 @@ class Parser {
     loop.expressions.push_back(expression());
     Expression step = take("step") ? expression() : literal(token().place, 1);
     loop.expressions.push_back(isDown ? Expression{Kind::unary, step.place, "-", {}, {step}} : step);
-    endLine();
-    loop.blocks.push_back(statements({"next"}));
-    expect("next");
+    loop.blocks.push_back(body("next"));
     if (token().kind == Token::Kind::name && !take(loop.name)) fail("is out of place; " + loop.name + " would work");
     block.push_back(std::move(loop));
   }
@@ -299,6 +306,7 @@ class Parser {
 
   std::vector<Token> tokens_;
   std::size_t at_ = 0;
+  int loops_ = 0;                // around the statement
   std::size_t lastBracket_ = 0;  // where the arguments of the last call begin
   int depth_ = 0;
 };
