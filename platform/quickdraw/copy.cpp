@@ -199,17 +199,19 @@ void copyMask(const PixelMap& source, const PixelMap& mask, const PixelMap& dest
     const auto pixelBytes = static_cast<std::size_t>(depth / 8);
     auto* const from = reinterpret_cast<std::uint8_t*>(pixels.data());
     auto* const by = reinterpret_cast<std::uint8_t*>(weights.data());
+    const std::uint32_t used = depth == 32 ? 0xFFFFFF00 : depth == 16 ? 0xFF7FFF7F : ~0U;  // bits, in a row's order
     for (int y = area.top; y < area.bottom; ++y) {
       forRuns(clip, area, y, [&](int left, int right) {
         rows.pack(stretches.v(y), left, right, depth, from, 0);
+        for (std::uint32_t& word : std::span(pixels).first(static_cast<std::size_t>(right - left))) word &= used;
         maskRows.pack(maskStretches.v(y), left, right, depth, by, 0);
         const std::size_t bytes = static_cast<std::size_t>(right - left) * pixelBytes;
         std::uint8_t* const there =
             destination.row(y) + static_cast<std::size_t>(left - destination.bounds.left) * pixelBytes;
         if (isBits) return selectBits({from, bytes}, {by, bytes}, there);
-        // White leaves the unused byte too.
+        // White leaves the unused byte too; no other mask does.
         for (std::uint32_t& w : std::span(weights).first(static_cast<std::size_t>(right - left))) {
-          w = w == __builtin_bswap32(0xFFFFFF) ? ~0U : w;
+          w = (w & used) == used ? ~0U : w & used;
         }
         mixBytes({from, bytes}, {by, bytes}, there);
       });
