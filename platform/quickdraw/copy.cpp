@@ -7,60 +7,35 @@
 namespace qd {
 namespace {
 
-// Calls `use` for each run of the clip in a row of the area.
-template <class Use>
-void forRuns(const Region& clip, const Box& area, int y, const Use& use) {
-  if (clip.isRect()) return use(area.left, area.right);
-  const auto edges = clip.row(y);
-  for (std::size_t i = 0; i < edges.size(); i += 2) {
-    const int left = std::max(edges[i], area.left);
-    const int right = std::min(edges[i + 1], area.right);
-    if (left < right) use(left, right);
-  }
-}
-
-// Copies between maps of the same format as bytes: row by row, or at once where rows touch.
+// Copies between maps of the same format as bytes: run by run, or at once where rows touch.
 void copyBytes(const PixelMap& source, const PixelMap& destination, const Stretches& stretches, const Box& area,
                const Region& clip) {
-  const auto pixelBytes = static_cast<std::size_t>(source.depth / 8);
-  const auto at = [pixelBytes](const PixelMap& map, int y, int x) {
-    return map.row(y) + static_cast<std::size_t>(x - map.bounds.left) * pixelBytes;
+  const auto copy = [&](int y, int left, std::size_t pixels) {
+    std::memcpy(destination.at(y, left), source.at(stretches.v(y), stretches.h(left)), pixels * source.pixelBytes());
   };
-  if (!clip.isRect() || !stretches.v.isStraight()) {
-    for (int y = area.top; y < area.bottom; ++y) {
-      const int sourceY = stretches.v(y);
-      forRuns(clip, area, y, [&](int left, int right) {
-        std::memcpy(at(destination, y, left), at(source, sourceY, stretches.h(left)),
-                    static_cast<std::size_t>(right - left) * pixelBytes);
-      });
-    }
-    return;
+  const auto width = static_cast<std::size_t>(area.width());
+  const auto isWholeRow = [bytes = width * source.pixelBytes()](const PixelMap& map) {
+    return bytes == static_cast<std::size_t>(map.rowBytes);
+  };
+  if (clip.isRect() && stretches.v.isStraight() && isWholeRow(source) && isWholeRow(destination))
+    return copy(area.top, area.left, width * static_cast<std::size_t>(area.height()));
+  for (int y = area.top; y < area.bottom; ++y) {
+    clip.runsWithin(y, area.left, area.right,
+                    [&](int left, int right) { copy(y, left, static_cast<std::size_t>(right - left)); });
   }
-  std::uint8_t* to = at(destination, area.top, area.left);
-  const std::uint8_t* from = at(source, stretches.v(area.top), stretches.h(area.left));
-  std::size_t bytes = static_cast<std::size_t>(area.width()) * pixelBytes;
-  int rows = area.height();
-  if (bytes == static_cast<std::size_t>(source.rowBytes) && source.rowBytes == destination.rowBytes) {
-    bytes *= static_cast<std::size_t>(rows);
-    rows = 1;
-  }
-  for (; rows > 0; --rows, to += destination.rowBytes, from += source.rowBytes) std::memcpy(to, from, bytes);
 }
 
 // Copies black on white: what was there doesn't matter.
-void copyPlain(const Rows& rows, const PixelMap& destination, const Stretch& v, const Box& area, const Region& clip) {
-  const int depth = destination.depth;
-  const int left = area.left - destination.bounds.left;
+void copyPlain(const Rows& rows, const PixelMap& destination, const Box& area, const Region& clip) {
+  const bool mayRepeat = destination.depth >= 8 && clip.isRect();
+  const std::size_t bytes = static_cast<std::size_t>(area.width()) * destination.pixelBytes();
   for (int y = area.top; y < area.bottom; ++y) {
-    const bool isRepeated = depth >= 8 && clip.isRect() && y > area.top && v(y) == v(y - 1);
-    if (isRepeated) {
-      const std::ptrdiff_t start = std::ptrdiff_t{left} * depth / 8;
-      std::memcpy(destination.row(y) + start, destination.row(y - 1) + start,
-                  static_cast<std::size_t>(area.width()) * static_cast<std::size_t>(depth / 8));
+    if (mayRepeat && y > area.top && rows.repeats(y)) {
+      std::memcpy(destination.at(y, area.left), destination.at(y - 1, area.left), bytes);
       continue;
     }
-    forRuns(clip, area, y, [&](int from, int to) {
-      rows.pack(v(y), from, to, depth, destination.row(y), from - destination.bounds.left);
+    clip.runsWithin(y, area.left, area.right, [&](int left, int right) {
+      rows.pack(y, left, right, destination.depth, destination.row(y), left - destination.bounds.left);
     });
   }
 }
@@ -70,7 +45,7 @@ template <class Change>
 void changeRuns(const PixelMap& destination, const Box& area, const Region& clip, const Change& change) {
   std::vector<std::uint32_t> there;
   for (int y = area.top; y < area.bottom; ++y) {
-    forRuns(clip, area, y, [&](int left, int right) {
+    clip.runsWithin(y, area.left, area.right, [&](int left, int right) {
       there.resize(static_cast<std::size_t>(right - left));
       destination.get(y, left, there);
       change(y, left, std::span(there));
@@ -79,9 +54,12 @@ void changeRuns(const PixelMap& destination, const Box& area, const Region& clip
   }
 }
 
+// The loops over masked rows stand by themselves: within their caller the compiler does them one by one.
+
 // Pixels whose components are bytes, mixed by those of a mask, of which 0 takes the source; rounded as components of 16
 // bits would be, of which the upper half is kept.
-void mixBytes(std::span<const std::uint8_t> source, std::span<const std::uint8_t> mask, std::uint8_t* there) {
+[[gnu::noinline]] void mixBytes(std::span<const std::uint8_t> source, std::span<const std::uint8_t> mask,
+                                std::uint8_t* there) {
   for (std::size_t i = 0; i < source.size(); ++i) {
     // 255 of the source and the mask's part of the difference; what overflows in between comes back.
     const auto difference = static_cast<std::uint16_t>(there[i] - source[i]);
@@ -94,13 +72,48 @@ void mixBytes(std::span<const std::uint8_t> source, std::span<const std::uint8_t
 }
 
 // The bits of a mask that are set take the source.
-void selectBits(std::span<const std::uint8_t> source, std::span<const std::uint8_t> mask, std::uint8_t* there) {
+[[gnu::noinline]] void selectBits(std::span<const std::uint8_t> source, std::span<const std::uint8_t> mask,
+                                  std::uint8_t* there) {
   for (std::size_t i = 0; i < source.size(); ++i) {
     there[i] = static_cast<std::uint8_t>(there[i] ^ ((there[i] ^ source[i]) & mask[i]));
   }
 }
 
-// The same of any pixels.
+// Clears the bits that are not used.
+[[gnu::noinline]] void useBits(std::span<std::uint32_t> words, std::uint32_t used) {
+  for (std::uint32_t& word : words) word &= used;
+}
+
+// The same, but sets them where all that are used are set: white leaves the unused byte too, and no other mask does.
+[[gnu::noinline]] void useBitsOrAll(std::span<std::uint32_t> words, std::uint32_t used) {
+  for (std::uint32_t& word : words) word = (word & used) == used ? ~0U : word & used;
+}
+
+// Plain copies through a mask of bits onto pixels of whole bytes, or through one of byte components onto those of 32
+// bits. Of source and mask only the bits that make a colour take part.
+void maskBytes(const Rows& rows, const Rows& maskRows, bool isBits, const PixelMap& destination, const Box& area,
+               const Region& clip) {
+  const int depth = destination.depth;
+  const std::uint32_t used = depth == 32 ? 0xFFFFFF00 : depth == 16 ? 0xFF7FFF7F : ~0U;  // in a row's order
+  std::vector<std::uint32_t> pixels(static_cast<std::size_t>(area.width()));
+  std::vector<std::uint32_t> weights(pixels.size());
+  auto* const from = reinterpret_cast<std::uint8_t*>(pixels.data());
+  auto* const by = reinterpret_cast<std::uint8_t*>(weights.data());
+  for (int y = area.top; y < area.bottom; ++y) {
+    clip.runsWithin(y, area.left, area.right, [&](int left, int right) {
+      const auto count = static_cast<std::size_t>(right - left);
+      const std::size_t bytes = count * destination.pixelBytes();
+      rows.pack(y, left, right, depth, from, 0);
+      maskRows.pack(y, left, right, depth, by, 0);
+      useBits(std::span(pixels).first(count), used);
+      if (isBits) return selectBits({from, bytes}, {by, bytes}, destination.at(y, left));
+      useBitsOrAll(std::span(weights).first(count), used);
+      mixBytes({from, bytes}, {by, bytes}, destination.at(y, left));
+    });
+  }
+}
+
+// Any pixel through any mask.
 std::uint32_t mixed(const PixelMap& map, std::uint32_t source, std::uint32_t there, const RGBColor& mask) {
   if (mask == RGBColor{0, 0, 0}) return source;
   if (mask == RGBColor{0xFFFF, 0xFFFF, 0xFFFF}) return there;
@@ -111,15 +124,6 @@ std::uint32_t mixed(const PixelMap& map, std::uint32_t source, std::uint32_t the
     return static_cast<std::uint16_t>((sum + 0x7FFF) / 0xFFFF);
   };
   return map.pixelOf({mix(&RGBColor::red), mix(&RGBColor::green), mix(&RGBColor::blue)});
-}
-
-// Components of a byte, repeated in 16 bits.
-bool hasWholeBytes(const PixelMap& map) {
-  if (map.isDirect() || map.colors == nullptr) return true;
-  const auto isWhole = [](std::uint16_t c) { return c % 257 == 0; };
-  const auto& colors = map.colors->colors();
-  return std::all_of(colors.begin(), colors.end(),
-                     [isWhole](const RGBColor& c) { return isWhole(c.red) && isWhole(c.green) && isWhole(c.blue); });
 }
 
 // The format of a mask's weights.
@@ -160,12 +164,12 @@ void copyBits(const PixelMap& source, const PixelMap& destination, const Box& fr
   if (goesAsBytes && sameColors(source, destination)) return copyBytes(source, destination, stretches, area, clip);
 
   const Conversion conversion = Conversion::of(source, destination, transfer);
-  const Rows rows(source, conversion, stretches.h, area);
-  if (transfer.isPlainCopy()) return copyPlain(rows, destination, stretches.v, area, clip);
+  const Rows rows(source, conversion, stretches, area);
+  if (transfer.isPlainCopy()) return copyPlain(rows, destination, area, clip);
   std::vector<std::uint32_t> pixels;
   changeRuns(destination, area, clip, [&](int y, int left, std::span<std::uint32_t> there) {
     pixels.resize(there.size());
-    rows.read(stretches.v(y), left, pixels);
+    rows.read(y, left, pixels);
     for (std::size_t i = 0; i < there.size(); ++i) there[i] = transfer.apply(pixels[i], there[i]);
   });
 }
@@ -188,42 +192,23 @@ void copyMask(const PixelMap& source, const PixelMap& mask, const PixelMap& dest
 
   const Transfer transfer(destination, srcCopy, colors);
   const Conversion conversion = Conversion::of(source, destination, transfer);
-  const Rows rows(source, conversion, stretches.h, area);
+  const Rows rows(source, conversion, stretches, area);
   const bool isBits = mask.depth == 1;
-  const int depth = destination.depth;
-  std::vector<std::uint32_t> pixels(static_cast<std::size_t>(area.width()));
-  std::vector<std::uint32_t> weights(pixels.size());
-  if (transfer.isPlainCopy() && (isBits ? depth >= 8 : depth == 32 && hasWholeBytes(mask))) {
+  const bool isDeep = mask.isDirect() || mask.colors == nullptr || mask.colors->isDeep();
+  if (transfer.isPlainCopy() && (isBits ? destination.depth >= 8 : destination.depth == 32 && isDeep)) {
     const Conversion weight = isBits ? Conversion(0, ~0U) : Conversion(mask, kDeep);
-    const Rows maskRows(mask, weight, maskStretches.h, area);
-    const auto pixelBytes = static_cast<std::size_t>(depth / 8);
-    auto* const from = reinterpret_cast<std::uint8_t*>(pixels.data());
-    auto* const by = reinterpret_cast<std::uint8_t*>(weights.data());
-    const std::uint32_t used = depth == 32 ? 0xFFFFFF00 : depth == 16 ? 0xFF7FFF7F : ~0U;  // bits, in a row's order
-    for (int y = area.top; y < area.bottom; ++y) {
-      forRuns(clip, area, y, [&](int left, int right) {
-        rows.pack(stretches.v(y), left, right, depth, from, 0);
-        for (std::uint32_t& word : std::span(pixels).first(static_cast<std::size_t>(right - left))) word &= used;
-        maskRows.pack(maskStretches.v(y), left, right, depth, by, 0);
-        const std::size_t bytes = static_cast<std::size_t>(right - left) * pixelBytes;
-        std::uint8_t* const there =
-            destination.row(y) + static_cast<std::size_t>(left - destination.bounds.left) * pixelBytes;
-        if (isBits) return selectBits({from, bytes}, {by, bytes}, there);
-        // White leaves the unused byte too; no other mask does.
-        for (std::uint32_t& w : std::span(weights).first(static_cast<std::size_t>(right - left))) {
-          w = (w & used) == used ? ~0U : w & used;
-        }
-        mixBytes({from, bytes}, {by, bytes}, there);
-      });
-    }
-    return;
+    return maskBytes(rows, Rows(mask, weight, maskStretches, area), isBits, destination, area, clip);
   }
 
   const Conversion same(mask, mask);
-  const Rows maskRows(mask, same, maskStretches.h, area);
+  const Rows maskRows(mask, same, maskStretches, area);
+  std::vector<std::uint32_t> pixels;
+  std::vector<std::uint32_t> weights;
   changeRuns(destination, area, clip, [&](int y, int left, std::span<std::uint32_t> there) {
-    rows.read(stretches.v(y), left, std::span(pixels).first(there.size()));
-    maskRows.read(maskStretches.v(y), left, std::span(weights).first(there.size()));
+    pixels.resize(there.size());
+    weights.resize(there.size());
+    rows.read(y, left, pixels);
+    maskRows.read(y, left, weights);
     for (std::size_t i = 0; i < there.size(); ++i) {
       const RGBColor black = {0, 0, 0};
       const RGBColor white = {0xFFFF, 0xFFFF, 0xFFFF};

@@ -1,6 +1,7 @@
 #include "platform/quickdraw/inverse_table.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace qd {
 

@@ -3,7 +3,6 @@
 // is always the exact one.
 #pragma once
 
-#include <array>
 #include <span>
 #include <vector>
 

@@ -65,8 +65,7 @@ Port& current() { return *worlds().current; }
 
 Port* portOf(CGrafPtr ref) {
   auto* port = reinterpret_cast<Port*>(ref);
-  const bool isAlive = port == worlds().current || worlds().alive.contains(port);
-  return isAlive ? port : nullptr;
+  return worlds().alive.contains(port) ? port : nullptr;
 }
 CGrafPtr refOf(Port* port) { return reinterpret_cast<CGrafPtr>(port); }
 

@@ -22,46 +22,33 @@ Painter::Painter(const PixelMap& map, const Region& clip, const Pattern& pattern
       pattern_(pattern),
       transfer_(map, mode, colors),
       isUniform_(std::equal(pattern.bits.begin() + 1, pattern.bits.end(), pattern.bits.begin())),
-      isPixelByPixel_(pattern.pixels != nullptr || !transfer_.isBoolean()),
-      isClipRect_(clip.isRect()) {}
+      isPixelByPixel_(pattern.pixels != nullptr || !transfer_.isBoolean()) {}
 
 void Painter::run(int y, int left, int right) {
-  const Box& bounds = clip_.bounds();
-  if (y < bounds.top || y >= bounds.bottom) return;
-  left = std::max(left, bounds.left);
-  right = std::min(right, bounds.right);
-  if (left >= right) return;
-  if (isClipRect_) return fill(y, left, right);
-  const auto edges = clip_.row(y);
-  for (std::size_t i = 0; i < edges.size() && edges[i] < right; i += 2) {
-    const int from = std::max(left, edges[i]);
-    const int to = std::min(right, edges[i + 1]);
-    if (from < to) fill(y, from, to);
-  }
+  clip_.runsWithin(y, left, right, [&](int from, int to) { fill(y, from, to); });
 }
 
 void Painter::box(const Box& box) {
   const Box visible = intersect(box, clip_.bounds());
   if (visible.empty()) return;
-  if (!isClipRect_ || isPixelByPixel_) {
+  if (!clip_.isRect() || isPixelByPixel_) {
     for (int y = visible.top; y < visible.bottom; ++y) run(y, visible.left, visible.right);
     return;
   }
-  std::uint8_t* row = map_.row(visible.top);
-  if (!isUniform_ || !storesBytes(tileOf(visible.top))) {
+  const Tile& tile = tileOf(visible.top);
+  if (!isUniform_ || !storesBytes(tile)) {
+    std::uint8_t* row = map_.row(visible.top);
     const Words words = wordsOf(visible.left, visible.right);
     for (int y = visible.top; y < visible.bottom; ++y, row += map_.rowBytes) fillWords(row, tileOf(y), words);
     return;
   }
-  const Tile& tile = tileOf(visible.top);
-  const auto rowBytes = static_cast<std::size_t>(map_.rowBytes);
   std::size_t bytes = bytesOf(visible.width());
   int rows = visible.height();
-  if (bytes == rowBytes) {  // the rows touch
+  if (bytes == static_cast<std::size_t>(map_.rowBytes)) {  // the rows touch
     bytes *= static_cast<std::size_t>(rows);
     rows = 1;
   }
-  storeBytes(row + bytesOf(visible.left - map_.bounds.left), bytes, rows, tile);
+  storeBytes(map_.at(visible.top, visible.left), bytes, rows, tile);
 }
 
 const Painter::Tile& Painter::tileOf(int y) {
@@ -122,7 +109,7 @@ void Painter::fill(int y, int left, int right) {
   if (isPixelByPixel_) return fillByPixel(y, left, right);
   const Tile& tile = tileOf(y);
   if (!storesBytes(tile)) return fillWords(map_.row(y), tile, wordsOf(left, right));
-  storeBytes(map_.row(y) + bytesOf(left - map_.bounds.left), bytesOf(right - left), 1, tile);
+  storeBytes(map_.at(y, left), bytesOf(right - left), 1, tile);
 }
 
 // Pieces of so many pixels as fit; the first and the last overlap what lies between them.

@@ -86,6 +86,7 @@ ColorTablePtr ColorTable::standard(int depth) { return byId(depth == 1 ? 33 : 64
 
 ColorTable::ColorTable(std::vector<RGBColor> colors) : colors_(std::move(colors)) {
   for (std::uint32_t i = 0; i < deepPixels_.size(); ++i) deepPixels_[i] = deepPixel(color(i));
+  isDeep_ = std::all_of(colors_.begin(), colors_.end(), [](const RGBColor& c) { return deepColor(deepPixel(c)) == c; });
 }
 
 InverseTable& ColorTable::inverse() const {
@@ -100,8 +101,7 @@ std::uint32_t PixelMap::pixelOf(const RGBColor& color) const {
 }
 
 RGBColor PixelMap::colorOf(std::uint32_t pixel) const {
-  const auto byte = [pixel](int shift) { return static_cast<std::uint16_t>((pixel >> shift & 0xFF) * 257); };
-  if (depth == 32) return {byte(16), byte(8), byte(0)};
+  if (depth == 32) return deepColor(pixel);
   if (depth == 16) return {widen5(pixel >> 10 & 31), widen5(pixel >> 5 & 31), widen5(pixel & 31)};
   if (colors == nullptr) return pixel != 0 ? RGBColor{0, 0, 0} : RGBColor{0xFFFF, 0xFFFF, 0xFFFF};
   return colors->color(pixel);

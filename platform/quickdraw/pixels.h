@@ -29,6 +29,8 @@ class ColorTable {
   RGBColor color(std::uint32_t index) const { return index < colors_.size() ? colors_[index] : RGBColor{0, 0, 0}; }
   // The same as pixels of 32 bits, by all indices that a map can have.
   const std::array<std::uint32_t, 256>& deepPixels() const { return deepPixels_; }
+  // Whether these pixels are the colours exactly: components of a byte, repeated in 16 bits.
+  bool isDeep() const { return isDeep_; }
   // The entry with the least sum of squared differences; of equals the first.
   std::uint32_t nearest(const RGBColor& color) const { return inverse().nearest(color); }
   // Made when it is first asked for.
@@ -37,6 +39,7 @@ class ColorTable {
  private:
   std::vector<RGBColor> colors_;
   std::array<std::uint32_t, 256> deepPixels_ = {};
+  bool isDeep_;
   mutable std::unique_ptr<InverseTable> inverse_;
 };
 
@@ -54,6 +57,9 @@ struct PixelMap {
   bool isBitMap() const { return depth == 1 && (colors == nullptr || colors->isBlackOnWhite()); }
   // All bits of a pixel that make its colour.
   std::uint32_t ones() const { return depth == 32 ? 0xFFFFFF : depth == 16 ? 0x7FFF : (1U << depth) - 1; }
+  // Of pixels that are whole bytes: how many of them, and where one lies.
+  std::size_t pixelBytes() const { return static_cast<std::size_t>(depth / 8); }
+  std::uint8_t* at(int y, int x) const { return row(y) + static_cast<std::size_t>(x - bounds.left) * pixelBytes(); }
   std::uint8_t* row(int y) const { return base + static_cast<std::ptrdiff_t>(y - bounds.top) * rowBytes; }
 
   std::uint32_t pixelOf(const RGBColor& color) const;
@@ -78,7 +84,11 @@ struct OwnedPixels {
 void packPixels(int depth, std::uint8_t* row, int first, std::span<const std::uint32_t> pixels);
 void unpackPixels(int depth, const std::uint8_t* row, int first, std::span<std::uint32_t> pixels);
 
-// A pixel of 32 bits.
+// A pixel of 32 bits, and back.
+constexpr RGBColor deepColor(std::uint32_t pixel) {
+  const auto component = [pixel](int shift) { return static_cast<std::uint16_t>((pixel >> shift & 0xFF) * 257); };
+  return {component(16), component(8), component(0)};
+}
 constexpr std::uint32_t deepPixel(const RGBColor& color) {
   return static_cast<std::uint32_t>(color.red >> 8 << 16 | (color.green & 0xFF00) | color.blue >> 8);
 }

@@ -1,6 +1,7 @@
 // Regions: any set of pixels, kept as bands of rows that hold the same runs.
 #pragma once
 
+#include <algorithm>
 #include <optional>
 #include <span>
 #include <vector>
@@ -33,6 +34,20 @@ class Region {
 
   // The edges of a row's runs, left and right by turns; empty outside.
   std::span<const int> row(int y) const;
+  // Calls `use` with each run of a row that lies within left and right, cut to them.
+  template <class Use>
+  void runsWithin(int y, int left, int right, const Use& use) const {
+    left = std::max(left, bounds_.left);
+    right = std::min(right, bounds_.right);
+    if (y < bounds_.top || y >= bounds_.bottom || left >= right) return;
+    if (isRect()) return use(left, right);
+    const auto edges = row(y);
+    for (std::size_t i = 0; i < edges.size() && edges[i] < right; i += 2) {
+      const int from = std::max(left, edges[i]);
+      const int to = std::min(right, edges[i + 1]);
+      if (from < to) use(from, to);
+    }
+  }
   void emit(RunSink& sink) const;
 
   Region offset(int h, int v) const;

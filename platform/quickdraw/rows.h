@@ -125,36 +125,37 @@ class Conversion {
         return high | (high >> 5 & 0x070707);
       };
       if (way_ == Way::widen) return use(widen);
-      use([widen, inverse = inverse_](std::uint32_t p) { return look(*inverse, widen(p)); });
+      use([widen, inverse = inverse_](std::uint32_t p) { return inverse->nearest(deepColor(widen(p))); });
     } else {
       const auto narrow = [](std::uint32_t p) { return (p >> 9 & 0x7C00) | (p >> 6 & 0x3E0) | (p >> 3 & 0x1F); };
       if (way_ == Way::narrow) return use(narrow);
-      use([inverse = inverse_](std::uint32_t p) { return look(*inverse, p); });
+      use([inverse = inverse_](std::uint32_t p) { return inverse->nearest(deepColor(p)); });
     }
   }
 
  private:
-  static std::uint32_t look(InverseTable& inverse, std::uint32_t deep) {
-    const auto component = [deep](int shift) { return static_cast<std::uint16_t>((deep >> shift & 0xFF) * 257); };
-    return inverse.nearest({component(16), component(8), component(0)});
-  }
-
   enum class Way { same, table, widen, narrow, look } way_ = Way::same;
   InverseTable* inverse_ = nullptr;
   const std::uint32_t* entries_ = nullptr;  // elsewhere than in the own table
   std::array<std::uint32_t, 256> own_;      // as far as the source has indices
 };
 
-// Rows of the source as the destination shows them: stretched over the columns of an area, and converted.
+// Rows of the source as the destination shows them: stretched over an area of it, and converted.
 class Rows {
  public:
-  Rows(const PixelMap& source, const Conversion& conversion, const Stretch& columns, const Box& area)
-      : source_(source), conversion_(conversion), left_(area.left), first_(columns(area.left) - source.bounds.left) {
-    if (columns.isStraight()) return;
-    columns_ = columns.list(area.left, area.right);
+  Rows(const PixelMap& source, const Conversion& conversion, const Stretches& stretches, const Box& area)
+      : source_(source),
+        conversion_(conversion),
+        rows_(stretches.v),
+        left_(area.left),
+        first_(stretches.h(area.left) - source.bounds.left) {
+    if (stretches.h.isStraight()) return;
+    columns_ = stretches.h.list(area.left, area.right);
     for (int& column : columns_) column -= source.bounds.left;
   }
 
+  // Whether a row is like the one above it.
+  bool repeats(int y) const { return rows_(y) == rows_(y - 1); }
   // The columns from left on; into a row in the packing of a depth, or as numbers.
   void pack(int y, int left, int right, int depth, std::uint8_t* row, int first) const {
     withPacking(depth, [&](auto packing) { convert(y, left, right, packing, row, first); });
@@ -171,7 +172,7 @@ class Rows {
     const int* const list = columns_.empty() ? nullptr : columns_.data() + (left - left_);
     withPacking(source_.depth, [&]<int Depth>(Packed<Depth>) {
       conversion_.with<Depth>([&](auto converted) {
-        convertRun<Depth, To>(source_.row(y), start, list, converted, row, first, right - left);
+        convertRun<Depth, To>(source_.row(rows_(y)), start, list, converted, row, first, right - left);
       });
     });
   }
@@ -201,6 +202,7 @@ class Rows {
 
   const PixelMap& source_;
   const Conversion& conversion_;
+  Stretch rows_;
   int left_, first_;
   std::vector<int> columns_;
 };
