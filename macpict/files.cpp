@@ -44,17 +44,23 @@ void makeFolder(const fs::path& folder) {
   if (error) throw runtime::Error("\"" + folder.string() + "\" can't be made: " + error.message() + ".");
 }
 
+// The file's own memory is kept: there are large pictures.
+bool cutToPicture(std::string& file) {
+  const auto picture = qd::pictureInFile(qd::bytesOf(file));
+  if (!picture) return false;
+  const auto begin = static_cast<std::size_t>(picture->data() - qd::bytesOf(file).data());
+  file.resize(begin + picture->size());
+  file.erase(0, begin);
+  return true;
+}
+
 std::string readPicture(const fs::path& path) {
   std::string file = readFile(path);
-  const auto picture = qd::pictureInFile(qd::bytesOf(file));
-  if (!picture) {
+  if (!cutToPicture(file)) {
     throw runtime::Error("\"" + path.string() +
                          "\" is no PICT file: no picture begins in it, at its start or behind 512 bytes.");
   }
-  // The file's own memory is kept: there are large pictures.
-  const auto begin = static_cast<std::size_t>(picture->data() - qd::bytesOf(file).data());
-  file.resize(begin + picture->size());
-  return file.erase(0, begin);
+  return file;
 }
 
 void writePicture(const fs::path& path, std::string_view picture) {

@@ -12,7 +12,10 @@ void writeFile(const std::filesystem::path& path, std::string_view bytes);
 // Makes a folder, and those above it, unless it is there.
 void makeFolder(const std::filesystem::path& folder);
 
-// The picture in a PICT file, with or without the 512 bytes in front of it.
+// Takes off what lies around the picture in the bytes of a PICT file, like its 512 bytes in front. False if there is no
+// picture in them.
+bool cutToPicture(std::string& file);
+// The picture in a PICT file.
 std::string readPicture(const std::filesystem::path& path);
 // Writes a PICT file: 512 zero bytes and the picture.
 void writePicture(const std::filesystem::path& path, std::string_view picture);

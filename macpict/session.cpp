@@ -100,11 +100,12 @@ Image Session::imageOf(const Object& picture) {
   }
   const PixMapHandle map = GetGWorldPixMap(runtime::as<runtime::PictureObject>(deep.get())->world);
   const char* row = GetPixBaseAddr(map);
+  const std::int32_t rowBytes = GetPixRowBytes(map);
 
   Image image{width, height, {}};
   image.rgb.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3);
   char* out = image.rgb.data();
-  for (int y = 0; y < height; ++y, row += GetPixRowBytes(map)) {
+  for (int y = 0; y < height; ++y, row += rowBytes) {
     const char* pixel = row;
     for (int x = 0; x < width; ++x, pixel += 4, out += 3) std::copy_n(pixel + 1, 3, out);
   }
@@ -146,9 +147,9 @@ Object Session::played(const std::string& name, const std::string& pict, int mos
 language::Surroundings Session::surroundings(const fs::path& folder) {
   return {[](const std::string& line) { std::puts(line.c_str()); },
           [folder](const std::string& name) {
-            const std::string file = readFile(folder / name);
-            const auto picture = qd::pictureInFile(qd::bytesOf(file));
-            return picture ? std::string(picture->begin(), picture->end()) : file;
+            std::string file = readFile(folder / name);
+            cutToPicture(file);
+            return file;
           },
           [this, folder](const Value& value, const std::string& name) { save(value, folder / name); }};
 }
