@@ -30,6 +30,18 @@ class RunText : public RunSink {
   int last_ = INT32_MIN;
 };
 
+bool isIn(const Region& region, int x, int y) {
+  const auto edges = region.row(y);
+  return (std::upper_bound(edges.begin(), edges.end(), x) - edges.begin()) % 2 != 0;
+}
+
+// The bits of a pixel that make its colour.
+std::uint32_t pixelAt(const PixelMap& map, int x, int y) {
+  std::array<std::uint32_t, 1> one;
+  map.get(y, x, one);
+  return one[0] & map.ones();
+}
+
 template <class Scan>
 std::string runsOf(Scan scan) {
   RunText sink;
@@ -134,10 +146,6 @@ TEST_F(QuickDraw, ColoursGoToTheNearestEntry) {
 TEST_F(QuickDraw, RegionsCombineAsSetsOfPixels) {
   std::mt19937 random(3);
   const auto any = [&](int high) { return std::uniform_int_distribution<int>(0, high)(random); };
-  const auto isIn = [](const Region& region, int x, int y) {
-    const auto edges = region.row(y);
-    return (std::upper_bound(edges.begin(), edges.end(), x) - edges.begin()) % 2 != 0;
-  };
   const auto make = [&] {
     Region region;
     for (int i = 0; i < 6; ++i) {
@@ -284,22 +292,15 @@ TEST_F(QuickDraw, PatternsFillEachPixelByTheirBits) {
 
       const std::uint32_t ones = map->map.ones();
       const std::uint32_t black = map->map.isDirect() ? 0 : ones;
-      const auto pixel = [ones](const PixelMap& of, int x, int y) {
-        std::array<std::uint32_t, 1> one;
-        of.get(y, x, one);
-        return one[0] & ones;
-      };
       for (int y = all.bounds().top; y < all.bounds().bottom; ++y) {
-        const auto runs = clip.row(y);
         for (int x = all.bounds().left; x < all.bounds().right; ++x) {
-          const bool isVisible = (std::upper_bound(runs.begin(), runs.end(), x) - runs.begin()) % 2 == 1;
-          const bool isFilled = isVisible && y >= box.top && y < box.bottom && x >= box.left && x < box.right;
+          const bool isFilled = isIn(clip, x, y) && y >= box.top && y < box.bottom && x >= box.left && x < box.right;
           const bool isSet = (pattern.bits[static_cast<std::size_t>(y & 7)] >> (7 - (x & 7)) & 1) != 0;
-          const std::uint32_t there = pixel(before->map, x, y);
+          const std::uint32_t there = pixelAt(before->map, x, y);
           const std::uint32_t set[] = {black, black, there ^ ones, black ^ ones};
           const std::uint32_t clear = mode == patCopy ? black ^ ones : there;
           const std::uint32_t filled = isSet ? set[mode - patCopy] : clear;
-          ASSERT_EQ(pixel(map->map, x, y), isFilled ? filled : there)
+          ASSERT_EQ(pixelAt(map->map, x, y), isFilled ? filled : there)
               << x << "," << y << " at " << depth << " in mode " << mode << " round " << round;
         }
       }
@@ -320,11 +321,6 @@ TEST_F(QuickDraw, CopiesOfAnyDepthsAreThoseOfEachPixel) {
       made->map.put(y, 0, row);
     }
     return std::move(*made);
-  };
-  const auto pixel = [](const PixelMap& map, int x, int y) {
-    std::array<std::uint32_t, 1> one;
-    map.get(y, x, one);
-    return one[0] & map.ones();
   };
   const auto mix = [](std::uint16_t s, std::uint16_t d, std::uint16_t m) {
     return static_cast<std::uint16_t>((std::uint64_t{s} * (0xFFFFU - m) + std::uint64_t{d} * m + 0x7FFF) / 0xFFFF);
@@ -353,24 +349,22 @@ TEST_F(QuickDraw, CopiesOfAnyDepthsAreThoseOfEachPixel) {
       return (sourceSize * (2 * at + 1) + 2 * size - 1) / (2 * size) - 1;
     };
     for (int y = 0; y < target.map.bounds.bottom; ++y) {
-      const auto runs = clip.row(y);
       for (int x = 0; x < target.map.bounds.right; ++x) {
-        const bool isClipped = (std::upper_bound(runs.begin(), runs.end(), x) - runs.begin()) % 2 == 0;
-        const bool isInside = x >= to.left && x < to.right && y >= to.top && y < to.bottom && !isClipped;
-        std::uint32_t expected = pixel(before.map, x, y);
+        const bool isInside = x >= to.left && x < to.right && y >= to.top && y < to.bottom && isIn(clip, x, y);
+        std::uint32_t expected = pixelAt(before.map, x, y);
         if (isInside) {
           const int sx = shown(x - to.left, from.width(), to.width());
           const int sy = shown(y - to.top, from.height(), to.height());
-          RGBColor color = source.map.colorOf(pixel(source.map, sx, sy));
+          RGBColor color = source.map.colorOf(pixelAt(source.map, sx, sy));
           if (isMasked) {
             color = target.map.colorOf(target.map.pixelOf(color));
             const RGBColor d = target.map.colorOf(expected);
-            const RGBColor m = mask.map.colorOf(pixel(mask.map, sx, sy));
+            const RGBColor m = mask.map.colorOf(pixelAt(mask.map, sx, sy));
             color = {mix(color.red, d.red, m.red), mix(color.green, d.green, m.green), mix(color.blue, d.blue, m.blue)};
           }
           expected = target.map.pixelOf(color);
         }
-        ASSERT_EQ(pixel(target.map, x, y), expected)
+        ASSERT_EQ(pixelAt(target.map, x, y), expected)
             << x << "," << y << " of " << source.map.depth << " to " << target.map.depth
             << (isMasked ? " by " : " not ") << mask.map.depth << " round " << round;
       }
