@@ -22,30 +22,28 @@ struct Packed<8> {
   static std::uint32_t get(const std::uint8_t* row, int i) { return row[i]; }
   static void put(std::uint8_t* row, int i, std::uint32_t pixel) { row[i] = static_cast<std::uint8_t>(pixel); }
 };
-template <>
-struct Packed<16> {
+// A word a pixel.
+template <class Word>
+struct PackedWords {
   static std::uint32_t get(const std::uint8_t* row, int i) {
-    std::uint16_t bytes = 0;
-    std::memcpy(&bytes, row + 2 * i, 2);
-    return __builtin_bswap16(bytes);
+    Word word = 0;
+    std::memcpy(&word, row + kSize * i, kSize);
+    return swapped(word);
   }
   static void put(std::uint8_t* row, int i, std::uint32_t pixel) {
-    const std::uint16_t bytes = __builtin_bswap16(static_cast<std::uint16_t>(pixel));
-    std::memcpy(row + 2 * i, &bytes, 2);
+    const Word word = swapped(static_cast<Word>(pixel));
+    std::memcpy(row + kSize * i, &word, kSize);
   }
+
+ private:
+  static constexpr int kSize = sizeof(Word);
+  static std::uint16_t swapped(std::uint16_t word) { return __builtin_bswap16(word); }
+  static std::uint32_t swapped(std::uint32_t word) { return __builtin_bswap32(word); }
 };
 template <>
-struct Packed<32> {
-  static std::uint32_t get(const std::uint8_t* row, int i) {
-    std::uint32_t bytes = 0;
-    std::memcpy(&bytes, row + 4 * i, 4);
-    return __builtin_bswap32(bytes);
-  }
-  static void put(std::uint8_t* row, int i, std::uint32_t pixel) {
-    const std::uint32_t bytes = __builtin_bswap32(pixel);
-    std::memcpy(row + 4 * i, &bytes, 4);
-  }
-};
+struct Packed<16> : PackedWords<std::uint16_t> {};
+template <>
+struct Packed<32> : PackedWords<std::uint32_t> {};
 
 // Pixels as the machine's own numbers, which is how they are worked on.
 struct Unpacked {
