@@ -37,10 +37,7 @@ REALpictureStruct* PichandlePicture(REALpictureStruct* picture) {
     return picture;
   }
   const PicHandle pict = Record(description);
-  if (pict == nullptr) return nullptr;
-  if (const auto build = host::REALBuildPictureFromPicHandle.find()) return build(pict, 1);
-  quickdraw::KillPicture(pict);  // nobody is there to take it over
-  return nullptr;
+  return pict != nullptr ? host::REALBuildPictureFromPicHandle(pict, 1) : nullptr;
 }
 
 REALstringStruct* PichandlePictureData(REALpictureStruct* picture) {

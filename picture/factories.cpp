@@ -19,8 +19,6 @@ REALpictureStruct* NewPicture(std::int32_t width, std::int32_t height, std::int3
   const Rect bounds = MakeRect(0, 0, width, height);
   for (const Depth& row : kDepths) {
     if (row.depth != depth) continue;
-    // A world that nobody can take over would be nobody's.
-    if (host::REALBuildPictureFromGWorld.find() == nullptr) break;
     const bool hasTable = row.*tableId != 0;
     const CTabHandle colors = hasTable ? quickdraw::GetCTable(row.*tableId) : nullptr;
     GWorldPtr world = nullptr;

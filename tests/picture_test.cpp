@@ -185,6 +185,23 @@ TEST_F(PictureTest, FactoriesWithoutANameMakeNoPicture) {
   EXPECT_FALSE(isNil(host().call("NewColorPictureTVK", {5, 5, 8, true})));
 }
 
+TEST_F(PictureTest, WhatNoHostCanTakeOverIsMadeAllTheSame) {
+  spy::absent = {"REALBuildPictureFromGWorld", "REALBuildPictureFromPicHandle"};
+  const Object picture = host().newPicture(12, 8);
+  const std::string made = inside([&] { EXPECT_TRUE(isNil(host().call("NewColorPictureTVK", {5, 5, 8, true}))); });
+  EXPECT_TRUE(made.starts_with("GetCTable(72)\nNewGWorld(&, 8, [0 0 5 5], ")) << made;
+  EXPECT_NE(made.find("DisposeCTable("), std::string::npos) << made;
+
+  PicHandle recorded = nullptr;
+  spy::qd::OpenCPicture::instead = [&](const OpenCPicParams* params) {
+    return recorded = spy::qd::OpenCPicture::real(params);
+  };
+  const std::string exported = traceOf([&] { EXPECT_TRUE(isNil(host().get(picture, "PicHandleTVK"))); });
+  EXPECT_TRUE(exported.ends_with("ClosePicture()\n")) << exported;
+  KillPicture(recorded);
+  mayLose();  // the world
+}
+
 TEST_F(PictureTest, ADescriptionThatIsNotFilledIsFollowedNowhere) {
   spy::absent = {"lockPictureDescription"};
   const Object picture = host().newPicture(10, 6);

@@ -148,7 +148,8 @@ const std::set<std::string> kGiveBack = {"REALLockObject",
                                          "REALUnlockString",
                                          "PluginDisposeStringData",
                                          "unlockPictureDescription",
-                                         "REALBuildPictureFromPicHandle",  // MakePicture gives its handle up for good
+                                         "REALBuildPictureFromPicHandle",  // what was meant for the host is nobody's
+                                         "REALBuildPictureFromGWorld",
                                          "KillPicture",
                                          "DisposeRgn",
                                          "DisposeCTable",
