@@ -23,15 +23,16 @@ void CreatePicture(REALobjectStruct* object, std::int32_t width, std::int32_t he
   const quickdraw::SavedWorld saved;
   quickdraw::BlackOnWhite();
   const OpenCPicParams params = PictureParams(width, height);
-  // A port has one open picture: this recorder's must be closed to make room for the next.
-  if (data.PicHandle != nullptr) EndRecording(data);
   const PicHandle picture = quickdraw::OpenCPicture(&params);
-  if (picture == nullptr) return;  // the earlier picture stays
-  DropPicture(data);
+  if (picture == nullptr) return;  // the earlier picture stays as it was, open or finished
+  const PICTData earlier = data;
   data.Width = width;
   data.Height = height;
   data.isOpen = 1;
   data.PicHandle = picture;
+  // An earlier recording is open on a port that nobody can name any more. Closing would end the picture of the current
+  // port, and that port would go on writing into a destroyed one, so it is given up.
+  if (earlier.PicHandle != nullptr && earlier.isOpen == 0) quickdraw::KillPicture(earlier.PicHandle);
 }
 
 void rbClosePicture(REALobjectStruct* object) {

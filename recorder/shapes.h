@@ -38,6 +38,7 @@ inline constexpr auto* rbLineTo = &rbPen<quickdraw::LineTo>;
 inline constexpr auto* rbLine = &rbPen<quickdraw::Line>;
 
 inline void rbDrawLine(REALobjectStruct* object, Int x1, Int y1, Int x2, Int y2) {
-  rbMoveTo(object, x1, y1);
-  rbLineTo(object, x2, y2);
+  if (!HasPicture(object)) return;
+  quickdraw::MoveTo(Low16(x1), Low16(y1));
+  quickdraw::LineTo(Low16(x2), Low16(y2));
 }

@@ -39,6 +39,7 @@ template <class Value>
 void SetBytes(REALobjectStruct* object, Value* value) {
   PICTData& data = DataOf(object);
   DropPicture(data);
+  data.isOpen = 0;  // also where host code took the handle of an open picture away
   Handle handle = nullptr;
   {
     const rbByteView view(value);

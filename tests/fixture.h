@@ -48,6 +48,8 @@ class PluginTest : public ::testing::Test {
   }
   // Without the name that gives something back, this host can't be in balance at its end.
   void mayLose() { mayLose_ = true; }
+  // The plug-in can't end this picture, and so gives it up: it outlives the host, whole, and is destroyed here.
+  void givesUp(std::int32_t picture) { givenUp_.push_back(reinterpret_cast<Handle>(picture)); }
   // What the calls of one action are.
   template <class Action>
   std::string traceOf(Action action) {
@@ -61,11 +63,16 @@ class PluginTest : public ::testing::Test {
     if (!host_) return;
     host_.reset();
     qd::resetCurrentPort();
+    for (const Handle picture : std::exchange(givenUp_, {})) {
+      EXPECT_GT(GetHandleSize(picture), 0) << "a picture that is given up isn't destroyed";
+      KillPicture(reinterpret_cast<PicHandle>(picture));
+    }
     if (std::exchange(mayLose_, false)) lost_ = runtime::audit();
     EXPECT_EQ(runtime::audit(), lost_);
   }
 
   std::optional<Host> host_;
   bool mayLose_ = false;
+  std::vector<Handle> givenUp_;
   std::vector<std::string> lost_;  // by earlier hosts
 };

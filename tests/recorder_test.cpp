@@ -62,17 +62,57 @@ TEST_F(RecorderTest, OpensClosesAndDestroysOnce) {
   EXPECT_TRUE(spy::trace().starts_with("ClosePicture()\nKillPicture(" + last + ")\n")) << "the end of the object";
 }
 
-TEST_F(RecorderTest, ANewRecordingLosesNoPicture) {
+TEST_F(RecorderTest, WhereNoPictureOpensTheEarlierOneStays) {
   const Object recorder = this->recorder();
   const std::int32_t first = handleOf(recorder);
-  spy::qd::OpenCPicture::instead = [](const OpenCPicParams*) -> PicHandle { return nullptr; };
-  run(recorder, "CreatePicture", {7, 7});
-  EXPECT_EQ(handleOf(recorder), first) << "the earlier picture stays where none could be opened";
-  EXPECT_EQ(number(host().get(recorder, "Width")), 100);
+  // A port has one open picture, so the current one refuses; then QuickDraw does, for whatever reason.
+  for (const int wasOpen : {1, 0}) {
+    if (wasOpen == 0) {
+      run(recorder, "ClosePicture");
+      spy::qd::OpenCPicture::instead = [](const OpenCPicParams*) -> PicHandle { return nullptr; };
+    }
+    const std::string trace = run(recorder, "CreatePicture", {7, 7});
+    EXPECT_EQ(trace.substr(0, trace.find("SetGWorld")),
+              "GetGWorld(&, &)\nForeColor(33)\nBackColor(30)\nOpenCPicture([0 0 7 7])\n");
+    EXPECT_EQ(std::count(trace.begin(), trace.end(), '\n'), 5) << "SetGWorld is the last call: " << trace;
+    EXPECT_EQ(handleOf(recorder), first);
+    EXPECT_EQ(isOpen(recorder), wasOpen);
+    EXPECT_EQ(number(host().get(recorder, "Width")), 100);
+  }
   spy::qd::OpenCPicture::instead = nullptr;
   const std::string trace = run(recorder, "CreatePicture", {7, 7});
-  EXPECT_NE(trace.find("OpenCPicture([0 0 7 7])\nKillPicture(" + name(first) + ")\n"), std::string::npos) << trace;
+  EXPECT_NE(trace.find("OpenCPicture([0 0 7 7])\nKillPicture(" + name(first) + ")\nSetGWorld("), std::string::npos)
+      << trace;
   EXPECT_EQ(isOpen(recorder), 1);
+}
+
+TEST_F(RecorderTest, ANewRecordingClosesNoOther) {
+  const auto select = [this](const Object& graphics) { host().call(graphics, "DrawArcTVK", {0, 0, 0, 0, 0, 0}); };
+  const Object pictures[] = {host().newPicture(9, 9), host().newPicture(9, 9), host().newPicture(9, 9)};
+  const Object ports[] = {host().graphicsOf(pictures[0]), host().graphicsOf(pictures[1]),
+                          host().graphicsOf(pictures[2])};
+  select(ports[0]);
+  const Object a = recorder();
+  const std::int32_t first = handleOf(a);
+  select(ports[1]);
+  const Object b = recorder();
+  const auto records = [&] {
+    const std::size_t before = bytes(host().get(b, "PicHandleData")).size();
+    host().call(b, "PaintRect", {1, 2, static_cast<int>(before), 4});
+    return bytes(host().get(b, "PicHandleData")).size() > before;
+  };
+  run(a, "CreatePicture", {7, 7});
+  EXPECT_EQ(handleOf(a), first) << "the port is another recorder's";
+  EXPECT_TRUE(records()) << "which goes on";
+
+  select(ports[2]);
+  const std::string trace = run(a, "CreatePicture", {7, 7});
+  EXPECT_NE(trace.find("OpenCPicture([0 0 7 7])\nSetGWorld("), std::string::npos) << trace;
+  EXPECT_EQ(isOpen(a), 1);
+  EXPECT_NE(handleOf(a), first);
+  givesUp(first);  // still open on the first port
+  select(ports[1]);
+  EXPECT_TRUE(records());
 }
 
 TEST_F(RecorderTest, HostCodeMayPlantAHandle) {
@@ -83,6 +123,14 @@ TEST_F(RecorderTest, HostCodeMayPlantAHandle) {
   EXPECT_EQ(run(recorder, "ClosePicture") + run(recorder, "Close"), "");
   host().set(recorder, "PicHandle", handle);
   EXPECT_EQ(run(recorder, "Close"), "ClosePicture()\nKillPicture(" + name(handle) + ")\n");
+
+  // Bytes make a finished picture of it, whatever became of an open one.
+  host().call(recorder, "CreatePicture", {5, 5});
+  givesUp(handleOf(recorder));
+  host().set(recorder, "PicHandle", 0);
+  const std::string trace = traceOf([&] { host().set(recorder, "PicHandleData", host().string("bytes")); });
+  EXPECT_EQ(trace.find("ClosePicture"), std::string::npos) << trace;
+  EXPECT_EQ(isOpen(recorder), 0);
 }
 
 TEST_F(RecorderTest, CommandsNeedAPictureButNoOpenOne) {
@@ -116,6 +164,12 @@ TEST_F(RecorderTest, CommandsNeedAPictureButNoOpenOne) {
     EXPECT_EQ(run(empty, method, arguments), "") << method;
     EXPECT_EQ(run(recorder, method, arguments), expected);
   }
+  // A line is one command: what becomes of the picture on its way doesn't cut it in two.
+  const std::int32_t handle = handleOf(recorder);
+  spy::qd::MoveTo::instead = [&](std::int16_t, std::int16_t) { host().set(recorder, "PicHandle", 0); };
+  EXPECT_EQ(run(recorder, "Drawline", {5, 6, 7, 8}), "MoveTo(5, 6)\nLineTo(7, 8)\n");
+  spy::qd::MoveTo::instead = nullptr;
+  host().set(recorder, "PicHandle", handle);
   // These act without a picture too.
   EXPECT_EQ(
       run(empty, "ShowPen") + run(empty, "HidePen") + run(empty, "PenNormal") + run(empty, "PenSize", {65537, -2}),
