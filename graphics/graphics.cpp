@@ -1,6 +1,7 @@
 #include "graphics/graphics.h"
 
 #include "host/host.h"
+#include "host/rows.h"
 #include "quickdraw/quickdraw.h"
 
 namespace {
@@ -43,6 +44,8 @@ void InvertGraphics(REALgraphicsStruct* graphics, Int left, Int top, Int width, 
   host::REALSelectGraphics(graphics);
   quickdraw::MacInvertRect(&area);
 }
+
+using Receiver = REALgraphicsStruct*;
 
 }  // namespace
 

@@ -66,14 +66,5 @@ static_assert(sizeof(REALclassDefinition) == 29 * 4 && offsetof(REALclassDefinit
 // Marks what new code should no longer use.
 inline constexpr REALattribute DeprecatedAttributes[] = {{"Deprecated", ""}};
 
-// Rows of a method table. A property's row has a getter in place of the method and, if it can be set, a setter. Macros,
-// because a handler's address takes a cast that no constant expression may hold; the compiler emits the rows as data.
+// Handlers of every signature stand in the records as one type of word.
 #define REAL_HANDLER(function) reinterpret_cast<REALhandler>(function)
-#define REAL_METHOD(handler, declaration) \
-  { REAL_HANDLER(handler), nullptr, declaration, 0, 0, nullptr }
-#define REAL_PROPERTY(getter, setter, declaration) \
-  { REAL_HANDLER(getter), REAL_HANDLER(setter), declaration, 0, 0, nullptr }
-#define REAL_DEPRECATED_METHOD(handler, declaration) \
-  { REAL_HANDLER(handler), nullptr, declaration, 0, 1, DeprecatedAttributes }
-#define REAL_DEPRECATED_PROPERTY(getter, setter, declaration) \
-  { REAL_HANDLER(getter), REAL_HANDLER(setter), declaration, 0, 1, DeprecatedAttributes }

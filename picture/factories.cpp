@@ -1,5 +1,7 @@
 // New pictures of a chosen depth, in a colour and a gray form that differ in their colour tables alone.
+#include "host/rows.h"
 #include "picture/handlers.h"
+#include "picture/picture.h"
 
 namespace {
 
@@ -30,8 +32,6 @@ REALpictureStruct* NewPicture(std::int32_t width, std::int32_t height, std::int3
   return nullptr;
 }
 
-}  // namespace
-
 REALpictureStruct* NewColorPicture(std::int32_t width, std::int32_t height, std::int32_t depth, signed char) {
   return NewPicture(width, height, depth, &Depth::colorTable);
 }
@@ -39,3 +39,14 @@ REALpictureStruct* NewColorPicture(std::int32_t width, std::int32_t height, std:
 REALpictureStruct* NewGrayPicture(std::int32_t width, std::int32_t height, std::int32_t depth, signed char) {
   return NewPicture(width, height, depth, &Depth::grayTable);
 }
+
+using Receiver = void;  // nobody's methods
+
+}  // namespace
+
+// clang-format off
+REALmethodDefinition globalMethodsTVK[] = {
+    REAL_DEPRECATED_METHOD(NewColorPicture, "NewColorPictureTVK(width as integer, height as integer, depth as integer, temp as boolean) as Picture"),
+    REAL_DEPRECATED_METHOD(NewGrayPicture, "NewGrayPictureTVK(width as integer, height as integer, depth as integer, temp as boolean) as Picture"),
+};
+// clang-format on

@@ -1,4 +1,4 @@
-// The handlers behind the rows of `pictureMethods` and `globalMethodsTVK`.
+// The handlers behind the rows of `pictureMethods`, and what they share.
 #pragma once
 
 #include "host/host.h"
@@ -18,10 +18,6 @@ bool FastDrawPicture10(REALpictureStruct* destination, REALpictureStruct* source
                        int sHeight, int dLeft, int dTop, int dWidth, int dHeight, int mode);
 bool FastDrawPictureMask10(REALpictureStruct* destination, REALpictureStruct* source, REALpictureStruct* mask,
                            int sLeft, int sTop, int sWidth, int sHeight, int dLeft, int dTop, int dWidth, int dHeight);
-
-// factories.cpp
-REALpictureStruct* NewColorPicture(std::int32_t width, std::int32_t height, std::int32_t depth, signed char temp);
-REALpictureStruct* NewGrayPicture(std::int32_t width, std::int32_t height, std::int32_t depth, signed char temp);
 
 // The host's description of a picture, which stays locked until `unlock`. Reads as a picture of no kind where the host
 // can't fill it.

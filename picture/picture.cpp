@@ -1,6 +1,11 @@
 #include "picture/picture.h"
 
+#include "host/rows.h"
 #include "picture/handlers.h"
+
+namespace {
+using Receiver = REALpictureStruct*;
+}
 
 // clang-format off
 REALmethodDefinition pictureMethods[] = {
@@ -10,10 +15,5 @@ REALmethodDefinition pictureMethods[] = {
     REAL_DEPRECATED_METHOD(GetGWorldRowbytes, "GWorldPixelRowBytesTVK as integer"),
     REAL_DEPRECATED_METHOD(FastDrawPicture10, "DrawPictureTVK(source as picture,sLeft as integer,sTop as integer,sWidth as integer,sHeight as integer,dLeft as integer,dTop as integer,dWidth as integer,dHeight as integer,mode as integer) as boolean"),
     REAL_DEPRECATED_METHOD(FastDrawPictureMask10, "DrawPictureMaskTVK(source as picture,mask as picture,sLeft as integer,sTop as integer,sWidth as integer,sHeight as integer,dLeft as integer,dTop as integer,dWidth as integer,dHeight as integer) as boolean"),
-};
-
-REALmethodDefinition globalMethodsTVK[] = {
-    REAL_DEPRECATED_METHOD(NewColorPicture, "NewColorPictureTVK(width as integer, height as integer, depth as integer, temp as boolean) as Picture"),
-    REAL_DEPRECATED_METHOD(NewGrayPicture, "NewGrayPictureTVK(width as integer, height as integer, depth as integer, temp as boolean) as Picture"),
 };
 // clang-format on

@@ -1,9 +1,14 @@
 #include "recorder/recorder.h"
 
+#include "host/rows.h"
 #include "recorder/handlers.h"
 #include "recorder/pen.h"
 #include "recorder/polygons.h"
 #include "recorder/shapes.h"
+
+namespace {
+using Receiver = REALobjectStruct*;
+}
 
 // clang-format off
 REALmethodDefinition PICTMethods[] = {
