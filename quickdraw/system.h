@@ -18,12 +18,13 @@ struct FSRef {
   std::uint8_t hidden[80];
 };
 
-extern "C" {
-extern const CFAllocatorRef kCFAllocatorSystemDefault;
-extern int __CFConstantStringClassReference[];
+// The class that constant strings point to; of a size that is CoreFoundation's affair.
+using CFConstantStringClass = int[];
 
-#define IMPORT(name, result, arguments) result name arguments;
-#define WEAK_IMPORT(name, result, arguments) __attribute__((weak)) result name arguments;
+extern "C" {
+#define IMPORT_OBJECT(framework, name, type) extern type name;
+#define IMPORT(framework, name, result, arguments) result name arguments;
+#define WEAK_IMPORT(framework, name, result, arguments) __attribute__((weak)) result name arguments;
 #include "quickdraw/system.def"
 }
 

@@ -35,7 +35,7 @@ void reset() {
 #include "host/entry_points.def"
 #define OPERATION(name, result, arguments) qd::name::instead = nullptr;
 #include "quickdraw/operations.def"
-#define IMPORT(name, result, arguments) system::name::instead = nullptr;
+#define IMPORT(framework, name, result, arguments) system::name::instead = nullptr;
 #include "quickdraw/system.def"
 }
 

@@ -110,10 +110,10 @@ namespace qd {
 }  // namespace qd
 
 namespace system {
-#define IMPORT(function, result, arguments)        \
-  struct function##Tag {                           \
-    static constexpr const char* name = #function; \
-  };                                               \
+#define IMPORT(framework, function, result, arguments) \
+  struct function##Tag {                               \
+    static constexpr const char* name = #function;     \
+  };                                                   \
   using function = Double<function##Tag, result arguments>;
 #include "quickdraw/system.def"
 }  // namespace system
