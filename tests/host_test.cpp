@@ -75,6 +75,15 @@ TEST_F(HostTest, RefusesWhatIsNoPlugin) {
   fs::create_directories(folder / "Other.bundle/Contents/MacOS");
   std::ofstream(folder / "file.bundle") << "a file";
   std::ofstream(folder / "Text.bundle/Contents/MacOS/Text") << "no executable";
+  fs::create_directories(folder / "Wide.bundle/Contents/MacOS");
+  fs::create_directories(folder / "Part.bundle/Contents/MacOS");
+  std::ofstream(folder / "Wide.bundle/Contents/MacOS/Wide") << "\x7f"
+                                                               "ELF\x02"
+                                                            << std::string(60, '\0');
+  std::ofstream(folder / "Part.bundle/Contents/MacOS/Part")
+      << "\x7f"
+         "ELF\x01\x01\x01"
+      << std::string(9, '\0') << "\x03" << '\0' << "\x03" << std::string(40, '\0');
   fs::create_symlink(fs::path(BUNDLE).parent_path() / "Frameworks/CoreServices.framework/CoreServices",
                      folder / "Other.bundle/Contents/MacOS/Other");
   const auto says = [&](const char* name, const char* what) {
@@ -83,8 +92,10 @@ TEST_F(HostTest, RefusesWhatIsNoPlugin) {
   };
   says("none.bundle", "there is no bundle at that place");
   says("file.bundle", "there is no bundle at that place");
-  says("Empty.bundle", "it has no executable for this machine");
-  says("Text.bundle", "it has no executable for this machine");
+  says("Empty.bundle", "it has no executable; a file \"Contents/MacOS/Empty\" in it would work");
+  says("Text.bundle", "can't be loaded: its executable is neither an ELF library nor a Mach-O bundle");
+  says("Wide.bundle", "it is an ELF file for another machine; one of 32 bits for i386 would work");
+  says("Part.bundle", "which the dynamic loader refuses with \"");
   says("Other.bundle", "has no REALPluginMain");
   fs::remove_all(folder);
 }

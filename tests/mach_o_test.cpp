@@ -2,12 +2,16 @@
 #include "platform/frameworks/mach_o.h"
 
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 #include "tests/fixture.h"
 #include "tests/mach_o_file.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -123,4 +127,31 @@ TEST(MachO, BrokenNamesAreNoExports) {
     ASSERT_EQ(loaded.index(), 0U);
     EXPECT_EQ(std::get<0>(loaded)->find("answer"), nullptr);
   }
+}
+
+// The plug-in of a host.
+TEST_F(PluginTest, MayBeAMachOBundle) {
+  Host& h = start();
+  const fs::path folder = fs::temp_directory_path() / ("mach-o-test-" + std::to_string(getpid()) + ".bundle");
+  fs::create_directories(folder / "Contents/MacOS");
+  const auto load = [&](const MachOFile& file) -> std::string {
+    const auto bytes = file.bytes();
+    std::ofstream(folder / "Contents/MacOS" / folder.stem(), std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    try {
+      h.load(folder);
+    } catch (const runtime::Error& error) {
+      return error.what();
+    }
+    return "loaded";
+  };
+  MachOFile file;
+  EXPECT_EQ(load(file), "The plug-in \"" + folder.string() + "\" has no REALPluginMain.");
+  file.exports = MachOFile::names("REALPluginMain");
+  EXPECT_EQ(load(file), "loaded");
+  file.bind[16] = '\x40';
+  EXPECT_EQ(load(file), "The plug-in \"" + folder.string() +
+                            "\" can't be loaded: it imports \"NoSuchThing\", which neither the platform nor the C "
+                            "library has.");
+  fs::remove_all(folder);
 }

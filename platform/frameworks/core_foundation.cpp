@@ -8,8 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "platform/frameworks/executable.h"
+
 // What is declared there is what this library shows.
 #pragma GCC visibility push(default)
+#include "platform/frameworks/bundle.h"
 #include "quickdraw/system.h"
 #pragma GCC visibility pop
 
@@ -35,21 +38,17 @@ struct URL : Object {
 
 struct Bundle : Object {
   explicit Bundle(fs::path of) : path(std::move(of)) {}
-  Bundle(const Bundle&) = delete;
-  Bundle& operator=(const Bundle&) = delete;
-  ~Bundle() override {
-    if (library != nullptr) dlclose(library);
-  }
 
   // A bundle keeps its executable under Contents, a framework beside its Resources.
-  fs::path executable() const {
+  fs::path executablePath() const {
     const fs::path name = path.stem();
     const fs::path deep = path / "Contents" / "MacOS" / name;
     return fs::exists(deep) ? deep : path / name;
   }
 
   fs::path path;
-  void* library = nullptr;
+  std::unique_ptr<Executable> executable;
+  std::string loadError;
 };
 
 URL* urlOf(CFURLRef ref) { return reinterpret_cast<URL*>(const_cast<__CFURL*>(ref)); }
@@ -111,14 +110,23 @@ CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef url) {
 Boolean CFBundleLoadExecutable(CFBundleRef ref) {
   Bundle* bundle = bundleOf(ref);
   if (bundle == nullptr) return 0;
-  if (bundle->library == nullptr) bundle->library = dlopen(bundle->executable().c_str(), RTLD_NOW | RTLD_LOCAL);
-  return bundle->library != nullptr ? 1 : 0;
+  if (bundle->executable == nullptr) {
+    auto loaded = loadExecutable(bundle->executablePath());
+    if (const auto* refusal = std::get_if<Refusal>(&loaded)) {
+      bundle->loadError = refusal->why;
+    } else {
+      bundle->executable = std::move(std::get<std::unique_ptr<Executable>>(loaded));
+    }
+  }
+  return bundle->executable != nullptr ? 1 : 0;
 }
+
+std::string loadErrorOf(CFBundleRef bundle) { return bundle != nullptr ? bundleOf(bundle)->loadError : std::string(); }
 
 void* CFBundleGetFunctionPointerForName(CFBundleRef ref, CFStringRef name) {
   const Bundle* bundle = bundleOf(ref);
-  if (bundle == nullptr || bundle->library == nullptr) return nullptr;
-  return dlsym(bundle->library, textOf(name).c_str());
+  if (bundle == nullptr || bundle->executable == nullptr) return nullptr;
+  return bundle->executable->find(textOf(name));
 }
 
 void CFRelease(CFTypeRef ref) {

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "platform/frameworks/bundle.h"
 #include "platform/memory/memory.h"
 #include "platform/quickdraw/operations.h"
 #include "quickdraw/system.h"
@@ -151,8 +152,8 @@ void Host::load(const std::filesystem::path& path, Resolver resolver) {
   std::unique_ptr<void, Unload> bundle(CFBundleCreate(kCFAllocatorSystemDefault, url));
   CFRelease(url);
   auto* const ref = static_cast<CFBundleRef>(bundle.get());
-  if (bundle == nullptr || CFBundleLoadExecutable(ref) == 0) {
-    throw Error("The plug-in \"" + path.string() + "\" can't be loaded: it has no executable for this machine.");
+  if (CFBundleLoadExecutable(ref) == 0) {
+    throw Error("The plug-in \"" + path.string() + "\" can't be loaded: " + loadErrorOf(ref) + ".");
   }
   void* const entry = CFBundleGetFunctionPointerForName(ref, kEntryPoint.ref());
   if (entry == nullptr) throw Error("The plug-in \"" + path.string() + "\" has no REALPluginMain.");
