@@ -1,9 +1,10 @@
-// Writes a small picture for each opcode into a folder, for the fuzzers to begin with.
+// Writes a small picture for each opcode, and a small Mach-O bundle, into a folder, for the fuzzers to begin with.
 #include <cstdio>
 #include <fstream>
 
 #include "platform/quickdraw/bytes.h"
 #include "platform/quickdraw/opcodes.h"
+#include "tests/mach_o_file.h"
 
 using namespace qd;
 
@@ -79,6 +80,11 @@ void operand(ByteWriter& out, char letter, int number) {
   }
 }
 
+void write(const std::string& path, Bytes bytes) {
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
 }  // namespace
 
 int main(int, char** arguments) {
@@ -100,7 +106,10 @@ int main(int, char** arguments) {
     out.u16(op::OpEndPic);
     char name[32];
     std::snprintf(name, sizeof name, "/%04X", number);
-    std::ofstream(arguments[1] + std::string(name), std::ios::binary)
-        .write(reinterpret_cast<const char*>(out.bytes().data()), static_cast<std::streamsize>(out.size()));
+    write(arguments[1] + std::string(name), out.bytes());
   }
+  MachOFile bundle;
+  write(arguments[1] + std::string("/bundle"), bundle.bytes());
+  bundle.lazy = MachOFile::text("\x71\x10\x40_HLock\0\x90\0\x71\x14\x40_HLock\0\xC0\x02\x04\0");
+  write(arguments[1] + std::string("/lazy-bundle"), bundle.bytes());
 }
