@@ -3,9 +3,18 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
+
 #include "platform/quickdraw/operations.h"
 #include "platform/runtime/host.h"
 #include "tests/spy.h"
+
+// The bundle that is tested: the one for this machine, or the one that the environment names.
+inline std::filesystem::path bundle() {
+  const char* const named = std::getenv("MACPICT_BUNDLE");
+  return named != nullptr ? named : BUNDLE;
+}
 
 using runtime::Host;
 using runtime::Object;
@@ -27,7 +36,7 @@ class PluginTest : public ::testing::Test {
     for (const std::string& name : spy::absent) host_->take(name);
     // The platform's own folder, whatever stands in for the search later.
     const auto search = std::exchange(spy::system::FSFindFolder::instead, nullptr);
-    host_->load(BUNDLE, &spy::resolve);
+    host_->load(bundle(), &spy::resolve);
     spy::system::FSFindFolder::instead = search;
     spy::clear();
     return *host_;

@@ -1,14 +1,13 @@
 // Host code: what it computes, and what it is told about mistakes.
-#include <gtest/gtest.h>
-
 #include <string>
 
 #include "platform/language/evaluator.h"
+#include "tests/fixture.h"
 
 namespace {
 
 struct Language : ::testing::Test {
-  Language() { host.load(BUNDLE); }
+  Language() { host.load(bundle()); }
 
   // What a program prints, each line ended by a bar, and then what was wrong, with its place.
   std::string run(const std::string& source) {

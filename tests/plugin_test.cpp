@@ -23,7 +23,7 @@ class Loading : public PluginTest {
       records_[record->name] = record;
       spy::host::REALRegisterClass::real(record);
     };
-    host_->load(BUNDLE, &spy::resolve);
+    host_->load(bundle(), &spy::resolve);
   }
   void unload() {
     host_.reset();

@@ -18,8 +18,9 @@ int allocationsLeft = -1;  // below 0: all succeed
 
 bool fails(const void* caller) {
   if (allocationsLeft < 0) return false;
+  // The dynamic loader knows nothing of a bundle for the Mac, and everything of all other code.
   Dl_info info = {};
-  if (dladdr(caller, &info) == 0 || std::strstr(info.dli_fname, "MacOS/QuickDrawTVK") == nullptr) return false;
+  if (dladdr(caller, &info) != 0 && std::strstr(info.dli_fname, "MacOS/QuickDrawTVK") == nullptr) return false;
   return allocationsLeft-- == 0;
 }
 }  // namespace
