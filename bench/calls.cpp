@@ -6,9 +6,9 @@
 #include <map>
 
 #include "bench/hosted.h"
+#include "contract/system.h"
 #include "platform/quickdraw/operations.h"
 #include "platform/visibility.h"
-#include "quickdraw/system.h"
 
 using bench::Side;
 using bench::Table;
@@ -59,7 +59,7 @@ void* addressOf() {
 void* nothingFor(const std::string& wanted) {
 #define OPERATION(name, result, arguments) \
   if (wanted == #name) return addressOf<&Nothing<result arguments>::call>();
-#include "quickdraw/operations.def"
+#include "contract/operations.def"
   return nullptr;
 }
 

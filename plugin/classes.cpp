@@ -1,8 +1,8 @@
 #include "plugin/classes.h"
 
-#include "graphics/graphics.h"
-#include "picture/picture.h"
-#include "recorder/recorder.h"
+#include "plugin/graphics/graphics.h"
+#include "plugin/picture/picture.h"
+#include "plugin/recorder/recorder.h"
 
 namespace {
 

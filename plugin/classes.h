@@ -2,7 +2,7 @@
 // and they stay at their place for the whole process. PICTClass is declared with the recorder.
 #pragma once
 
-#include "host/records.h"
+#include "contract/records.h"
 
 extern REALclassDefinition graphicseClass;
 extern REALclassDefinition pictureClass;

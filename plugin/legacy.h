@@ -1,7 +1,7 @@
 // The class records in the layout of hosts at record version 9: 25 words, with shorter rows and without attributes.
 #pragma once
 
-#include "host/records.h"
+#include "contract/records.h"
 
 inline constexpr int kLegacyClassWords = 25;
 struct LegacyClass {

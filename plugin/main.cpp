@@ -2,11 +2,11 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "host/host.h"
-#include "picture/picture.h"
 #include "plugin/classes.h"
+#include "plugin/host/host.h"
 #include "plugin/legacy.h"
-#include "recorder/recorder.h"
+#include "plugin/picture/picture.h"
+#include "plugin/recorder/recorder.h"
 
 namespace {
 

@@ -13,7 +13,6 @@ import subprocess
 import sys
 import zipfile
 
-FOLDERS = ["plugin", "host", "quickdraw", "graphics", "picture", "recorder"]
 NAME = "QuickDrawTVK"
 COMPILER = ["clang++-14", "--target=i386-apple-macosx10.6"]
 FLAGS = ["-std=c++20", "-O2", "-fno-exceptions", "-fno-rtti", "-fno-threadsafe-statics", "-fno-stack-protector",
@@ -42,7 +41,7 @@ def run(command):
 
 def imports_by_library():
     """The names that the bundle may import, by the library that has them."""
-    rows = re.findall(r"^(?:WEAK_)?IMPORT(?:_OBJECT)?\((\w+), *(\w+),", pathlib.Path("quickdraw/system.def").read_text(),
+    rows = re.findall(r"^(?:WEAK_)?IMPORT(?:_OBJECT)?\((\w+), *(\w+),", pathlib.Path("contract/system.def").read_text(),
                       re.MULTILINE)
     libraries = {"System": C_LIBRARY + ["dyld_stub_binder"]}
     for library, name in rows:
@@ -52,7 +51,7 @@ def imports_by_library():
 
 def compile_sources(out):
     """The assembly of each source, by its name."""
-    sources = sorted(source for folder in FOLDERS for source in pathlib.Path(folder).glob("*.cpp"))
+    sources = sorted(pathlib.Path("plugin").rglob("*.cpp"))
     assembly = {}
     for source in sources:
         listing = out / (str(source).replace("/", "-") + ".s")

@@ -72,7 +72,7 @@ TEST(Bundle, ExportsItsEntryPointAndImportsOnlyWhatItMay) {
 #define WEAK_IMPORT(framework, name, result, arguments) \
   system.insert(#name);                                 \
   carbon.insert(#name);
-#include "quickdraw/system.def"
+#include "contract/system.def"
   const std::set<std::string> library = {"calloc", "malloc", "free", "memcpy", "memset", "strlen", "snprintf"};
   for (const std::string& name : imported) {
     EXPECT_TRUE(system.contains(name) || library.contains(name)) << name << " is one too many";

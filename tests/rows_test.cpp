@@ -1,5 +1,5 @@
 // What the compiler compares of a method's row.
-#include "host/rows.h"
+#include "plugin/host/rows.h"
 
 #include <gtest/gtest.h>
 

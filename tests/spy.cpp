@@ -32,11 +32,11 @@ void reset() {
   numbers.clear();
   absent.clear();
 #define ENTRY_POINT(wrapper, name, result, arguments) host::wrapper::instead = nullptr;
-#include "host/entry_points.def"
+#include "contract/entry_points.def"
 #define OPERATION(name, result, arguments) qd::name::instead = nullptr;
-#include "quickdraw/operations.def"
+#include "contract/operations.def"
 #define IMPORT(framework, name, result, arguments) system::name::instead = nullptr;
-#include "quickdraw/system.def"
+#include "contract/system.def"
 }
 
 void* resolve(const char* name) {
@@ -48,7 +48,7 @@ void* resolve(const char* name) {
     host::wrapper::real = reinterpret_cast<decltype(host::wrapper::real)>(real); \
     return reinterpret_cast<void*>(&host::wrapper::call);                        \
   }
-#include "host/entry_points.def"
+#include "contract/entry_points.def"
   return nullptr;
 }
 
@@ -61,7 +61,7 @@ void* operationFor(const std::string& wanted, void* real) {
     qd::name::real = reinterpret_cast<decltype(qd::name::real)>(real); \
     return reinterpret_cast<void*>(&qd::name::call);                   \
   }
-#include "quickdraw/operations.def"
+#include "contract/operations.def"
   return real;
 }
 

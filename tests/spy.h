@@ -8,8 +8,8 @@
 #include <set>
 #include <string>
 
-#include "host/host.h"
-#include "quickdraw/system.h"
+#include "contract/system.h"
+#include "plugin/host/host.h"
 
 namespace spy {
 
@@ -97,7 +97,7 @@ namespace host {
     static constexpr const char* name = known;         \
   };                                                   \
   using wrapper = Double<wrapper##Tag, result arguments>;
-#include "host/entry_points.def"
+#include "contract/entry_points.def"
 }  // namespace host
 
 namespace qd {
@@ -106,7 +106,7 @@ namespace qd {
     static constexpr const char* name = #operation; \
   };                                                \
   using operation = Double<operation##Tag, result arguments>;
-#include "quickdraw/operations.def"
+#include "contract/operations.def"
 }  // namespace qd
 
 namespace system {
@@ -115,7 +115,7 @@ namespace system {
     static constexpr const char* name = #function;     \
   };                                                   \
   using function = Double<function##Tag, result arguments>;
-#include "quickdraw/system.def"
+#include "contract/system.def"
 }  // namespace system
 
 // What the plug-in gets in place of the host's resolver.

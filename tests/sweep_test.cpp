@@ -157,11 +157,11 @@ const std::set<std::string> kGiveBack = {"REALLockObject",
                                          "KillPoly"};
 const char* const kHostNames[] = {
 #define ENTRY_POINT(wrapper, name, result, arguments) name,
-#include "host/entry_points.def"
+#include "contract/entry_points.def"
 };
 const char* const kOperations[] = {
 #define OPERATION(name, result, arguments) #name,
-#include "quickdraw/operations.def"
+#include "contract/operations.def"
 };
 
 }  // namespace

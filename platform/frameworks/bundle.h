@@ -3,8 +3,8 @@
 
 #include <string>
 
+#include "contract/system.h"
 #include "platform/visibility.h"
-#include "quickdraw/system.h"
 
 // Why CFBundleLoadExecutable last answered no, as the end of a sentence: "it ...". Empty if it never did.
 PLATFORM_EXPORT std::string loadErrorOf(CFBundleRef bundle);

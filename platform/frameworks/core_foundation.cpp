@@ -12,8 +12,8 @@
 
 // What is declared there is what this library shows.
 #pragma GCC visibility push(default)
+#include "contract/system.h"
 #include "platform/frameworks/bundle.h"
-#include "quickdraw/system.h"
 #pragma GCC visibility pop
 
 namespace fs = std::filesystem;

@@ -3,8 +3,8 @@
 
 #include <cstddef>
 
+#include "contract/types.h"
 #include "platform/visibility.h"
-#include "quickdraw/types.h"
 
 extern "C" {
 PLATFORM_EXPORT std::int32_t GetHandleSize(Handle handle);  // bytes; 0 for what is no handle

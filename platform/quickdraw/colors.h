@@ -1,7 +1,7 @@
 // The eight classic colours, as ForeColor and old pictures number them, in the colours that a colour port gives them.
 #pragma once
 
-#include "quickdraw/types.h"
+#include "contract/types.h"
 
 namespace qd {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "quickdraw/types.h"
+#include "contract/types.h"
 
 namespace qd {
 

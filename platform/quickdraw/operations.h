@@ -1,13 +1,13 @@
 // The 68 operations, and what other parts of the platform need of QuickDraw besides.
 #pragma once
 
+#include "contract/types.h"
 #include "platform/quickdraw/region.h"
 #include "platform/visibility.h"
-#include "quickdraw/types.h"
 
 extern "C" {
 #define OPERATION(name, result, arguments) PLATFORM_EXPORT result name arguments;
-#include "quickdraw/operations.def"
+#include "contract/operations.def"
 
 // QuickDraw's too, though not among the operations that the plug-in uses.
 PLATFORM_EXPORT void DisposeGWorld(GWorldPtr world);

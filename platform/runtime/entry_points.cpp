@@ -13,7 +13,7 @@ namespace {
 
 namespace entry {
 #define ENTRY_POINT(wrapper, name, result, arguments) result wrapper arguments;
-#include "host/entry_points.def"
+#include "contract/entry_points.def"
 }  // namespace entry
 
 std::int32_t LenB(REALstringStruct* string) { return static_cast<std::int32_t>(bytesOf(string).size()); }
@@ -44,7 +44,7 @@ void* Host::resolve(const char* name) {
   if (!running().has(wanted)) return nullptr;
 #define ENTRY_POINT(wrapper, known, result, arguments) \
   if (wanted == known) return reinterpret_cast<void*>(&entry::wrapper);
-#include "host/entry_points.def"
+#include "contract/entry_points.def"
   return nullptr;
 }
 

@@ -4,10 +4,10 @@
 #include <cstring>
 #include <utility>
 
+#include "contract/system.h"
 #include "platform/frameworks/bundle.h"
 #include "platform/memory/memory.h"
 #include "platform/quickdraw/operations.h"
-#include "quickdraw/system.h"
 
 namespace runtime {
 namespace {

@@ -12,7 +12,7 @@
 #include <variant>
 #include <vector>
 
-#include "host/records.h"
+#include "contract/records.h"
 #include "platform/runtime/declaration.h"
 #include "platform/runtime/objects.h"
 

@@ -10,8 +10,8 @@
 #include <typeinfo>
 #include <vector>
 
-#include "host/types.h"
-#include "quickdraw/types.h"
+#include "contract/host.h"
+#include "contract/types.h"
 
 namespace runtime {
 

@@ -1,8 +1,8 @@
 // The clipboard: one scrap with flavors, each a run of bytes.
 #pragma once
 
+#include "contract/system.h"
 #include "platform/visibility.h"
-#include "quickdraw/system.h"
 
 enum : OSStatus { noTypeErr = -102, duplicateScrapFlavorErr = -4989, badScrapRefErr = -4990 };
 

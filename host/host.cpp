@@ -1,4 +1,0 @@
-#include "host/host.h"
-
-constinit REALResolver gResolver = nullptr;
-constinit double rbversion_rbversion = 0.0;

@@ -1,0 +1,4 @@
+#include "plugin/host/host.h"
+
+constinit REALResolver gResolver = nullptr;
+constinit double rbversion_rbversion = 0.0;
