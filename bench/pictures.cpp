@@ -4,8 +4,8 @@
 
 #include "bench/bench.h"
 #include "bench/commands.h"
+#include "engine/pixels/transfer.h"
 #include "platform/memory/memory.h"
-#include "platform/quickdraw/transfer.h"
 #include "platform/quickdraw/world.h"
 
 namespace {

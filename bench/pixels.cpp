@@ -10,7 +10,7 @@
 #include <optional>
 
 #include "bench/bench.h"
-#include "platform/quickdraw/transfer.h"
+#include "engine/pixels/transfer.h"
 #include "platform/quickdraw/world.h"
 
 namespace {

@@ -8,8 +8,8 @@
 
 #include "bench/bench.h"
 #include "bench/commands.h"
+#include "engine/pict/player.h"
 #include "platform/memory/memory.h"
-#include "platform/quickdraw/picture_player.h"
 #include "platform/quickdraw/world.h"
 
 namespace {

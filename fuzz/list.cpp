@@ -1,6 +1,6 @@
 // Lists any bytes.
+#include "engine/pict/lister.h"
 #include "fuzz/target.h"
-#include "platform/quickdraw/lister.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;

@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <fstream>
 
-#include "platform/quickdraw/bytes.h"
-#include "platform/quickdraw/opcodes.h"
+#include "engine/pict/bytes.h"
+#include "engine/pict/opcodes.h"
 #include "tests/mach_o_file.h"
 
 using namespace qd;

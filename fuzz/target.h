@@ -7,8 +7,8 @@
 #include <span>
 #include <string>
 
+#include "engine/pict/player.h"
 #include "platform/memory/memory.h"
-#include "platform/quickdraw/picture_player.h"
 #include "platform/quickdraw/world.h"
 
 using qd::World;

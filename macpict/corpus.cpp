@@ -2,10 +2,10 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "engine/pict/lister.h"
+#include "engine/pict/player.h"
 #include "macpict/command.h"
 #include "macpict/files.h"
-#include "platform/quickdraw/lister.h"
-#include "platform/quickdraw/picture_player.h"
 
 namespace fs = std::filesystem;
 

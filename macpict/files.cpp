@@ -5,7 +5,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "platform/quickdraw/lister.h"
+#include "engine/pict/lister.h"
 #include "platform/runtime/host.h"
 
 namespace fs = std::filesystem;

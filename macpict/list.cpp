@@ -2,9 +2,9 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "engine/pict/lister.h"
 #include "macpict/command.h"
 #include "macpict/files.h"
-#include "platform/quickdraw/lister.h"
 #include "platform/runtime/host.h"
 
 namespace {

@@ -4,10 +4,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "engine/pict/lister.h"
+#include "engine/pict/player.h"
 #include "macpict/files.h"
-#include "platform/quickdraw/lister.h"
 #include "platform/quickdraw/operations.h"
-#include "platform/quickdraw/picture_player.h"
 
 namespace fs = std::filesystem;
 using runtime::Object;

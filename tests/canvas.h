@@ -5,8 +5,8 @@
 
 #include <string>
 
+#include "engine/pixels/transfer.h"
 #include "platform/memory/memory.h"
-#include "platform/quickdraw/transfer.h"
 #include "platform/quickdraw/world.h"
 
 namespace qd {

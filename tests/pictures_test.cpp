@@ -1,10 +1,10 @@
 // Pictures as other programs write them, each made here byte by byte and played into pixels.
 #include <functional>
 
-#include "platform/quickdraw/lister.h"
-#include "platform/quickdraw/opcodes.h"
-#include "platform/quickdraw/pict_bits.h"
-#include "platform/quickdraw/picture_player.h"
+#include "engine/pict/bits.h"
+#include "engine/pict/lister.h"
+#include "engine/pict/opcodes.h"
+#include "engine/pict/player.h"
 #include "tests/canvas.h"
 
 using namespace qd;

@@ -4,12 +4,12 @@
 #include <cstring>
 #include <random>
 
-#include "platform/quickdraw/copy.h"
-#include "platform/quickdraw/lister.h"
-#include "platform/quickdraw/pict_bits.h"
-#include "platform/quickdraw/picture_player.h"
-#include "platform/quickdraw/picture_writer.h"
-#include "platform/quickdraw/scan.h"
+#include "engine/pict/bits.h"
+#include "engine/pict/lister.h"
+#include "engine/pict/player.h"
+#include "engine/pict/writer.h"
+#include "engine/pixels/copy.h"
+#include "engine/shapes/scan.h"
 #include "tests/canvas.h"
 
 using namespace qd;

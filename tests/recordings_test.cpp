@@ -5,7 +5,7 @@
 #include <functional>
 #include <iterator>
 
-#include "platform/quickdraw/lister.h"
+#include "engine/pict/lister.h"
 #include "tests/fixture.h"
 
 namespace {

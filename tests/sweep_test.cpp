@@ -6,7 +6,7 @@
 #include <functional>
 #include <set>
 
-#include "platform/quickdraw/picture_player.h"
+#include "engine/pict/player.h"
 #include "tests/fixture.h"
 
 #ifndef __SANITIZE_ADDRESS__

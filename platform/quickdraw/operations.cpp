@@ -8,13 +8,13 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "engine/pict/player.h"
+#include "engine/pict/writer.h"
+#include "engine/pixels/colors.h"
+#include "engine/pixels/copy.h"
+#include "engine/port/command.h"
+#include "engine/text/text.h"
 #include "platform/memory/memory.h"
-#include "platform/quickdraw/colors.h"
-#include "platform/quickdraw/command.h"
-#include "platform/quickdraw/copy.h"
-#include "platform/quickdraw/picture_player.h"
-#include "platform/quickdraw/picture_writer.h"
-#include "platform/quickdraw/text.h"
 
 using namespace qd;
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "contract/types.h"
-#include "platform/quickdraw/region.h"
+#include "engine/geometry/region.h"
 #include "platform/visibility.h"
 
 extern "C" {

@@ -6,7 +6,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
-#include "platform/mac_roman.h"
+#include "engine/text/mac_roman.h"
 #include "platform/memory/memory.h"
 #include "platform/quickdraw/operations.h"
 #include "platform/runtime/host.h"

@@ -1,0 +1,24 @@
+// A compressed image of QuickTime inside a PICT (Inside Macintosh: QuickTime, "Image Compression Manager").
+#pragma once
+
+#include "engine/geometry/region.h"
+#include "engine/pict/bytes.h"
+#include "engine/pixels/pixels.h"
+
+namespace qd {
+
+struct QuickTimeImage {
+  std::string codec;                  // four characters
+  std::optional<OwnedPixels> pixels;  // nothing if the codec is none that is decoded here: JPEG, PNG or raw
+  Rect to = {};                       // in the picture's space, by the image's matrix
+  std::int16_t mode = 0;
+  std::optional<Region> mask;
+};
+
+// Reads the operands of opcode 8200. Nothing if they make no sense.
+std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in);
+
+// Goes past what stands in front of the bits opcode that opcode 8201 holds; false if it makes no sense.
+bool skipUncompressedHead(ByteReader& in);
+
+}  // namespace qd

@@ -1,0 +1,123 @@
+// Commands become runs, and runs meet the clip in a painter.
+#include "engine/pict/writer.h"
+#include "engine/pixels/copy.h"
+#include "engine/port/command.h"
+#include "engine/text/text.h"
+
+namespace qd {
+namespace {
+
+// Frames and paints take pattern modes; in any other nothing is drawn.
+bool isPatternMode(int mode) { return (mode & 8) != 0 || (mode >= blend && mode < blend + 8) || mode == hilite; }
+
+struct Brush {
+  const Pattern& pattern;
+  int mode;
+};
+
+const Pattern kSolid{kBlack, nullptr};
+const Pattern kClear;
+
+Brush brushOf(const PortState& state, Verb verb) {
+  switch (verb) {
+    case Verb::erase:
+      return {state.backPattern, patCopy};
+    case Verb::invert:
+      return {kSolid, state.highlights ? static_cast<int>(hilite) : static_cast<int>(patXor)};
+    case Verb::fill:
+      return {state.fillPattern, patCopy};
+    default:
+      return {state.penPattern, state.penMode};
+  }
+}
+
+RoundBox roundBoxOf(const ShapeCommand& command) {
+  const Box box(command.rect);
+  if (command.shape == Shape::oval) return RoundBox::oval(box);
+  if (command.shape == Shape::roundRect) return {box, command.ovalSize.h, command.ovalSize.v};
+  return {box, 0, 0};
+}
+
+void scan(const ShapeCommand& command, Point pen, const Box& clip, RunSink& sink) {
+  const bool isFrame = command.verb == Verb::frame;
+  switch (command.shape) {
+    case Shape::arc:
+      if (isFrame) return scanArcFrame(Box(command.rect), command.wedge, pen, sink);
+      return scanArc(Box(command.rect), command.wedge, sink);
+    case Shape::polygon:
+      if (!isFrame) return scanPolygon(command.points, clip, sink);
+      for (std::size_t i = 1; i < command.points.size(); ++i)
+        scanLine(command.points[i - 1], command.points[i], pen, sink);
+      return;
+    case Shape::region:
+      if (!isFrame) return command.region->emit(sink);
+      if (pen.h <= 0 || pen.v <= 0) return;
+      return subtract(*command.region, command.region->inset(pen.h, pen.v)).emit(sink);
+    default:
+      if (isFrame) return scanFrame(roundBoxOf(command), pen, sink);
+      return scanRoundBox(roundBoxOf(command), sink);
+  }
+}
+
+}  // namespace
+
+void draw(Port& port, const LineCommand& line) {
+  const PortState& state = port.state;
+  if (!isPatternMode(state.penMode)) return;
+  const Region& clip = port.visible();
+  Painter painter(port.map(), clip, state.penPattern, state.penMode, state.colors);
+  scanLine(line.from, line.to, state.penSize, painter);
+}
+
+void draw(Port& port, const ShapeCommand& command) {
+  const PortState& state = port.state;
+  const Brush brush = brushOf(state, command.verb);
+  if (!isPatternMode(brush.mode)) return;
+  const Region& clip = port.visible();
+  Painter painter(port.map(), clip, brush.pattern, brush.mode, state.colors);
+  scan(command, state.penSize, clip.bounds(), painter);
+}
+
+void draw(Port& port, const TextCommand& text) {
+  const PortState& state = port.state;
+  const Region& clip = port.visible();
+  const TextState& style = state.text;
+  if ((style.mode & ~ditherCopy) == srcCopy) {
+    Painter ground(port.map(), clip, kClear, patCopy, state.colors);
+    ground.box(textBox(style, text.at, text.bytes));
+  }
+  static const Pattern kGrey{{0xAA, 0x55, 0xAA, 0x55, 0xAA, 0x55, 0xAA, 0x55}, nullptr};
+  const int mode = style.mode & 7;
+  const bool isArithmetic = style.mode >= blend && style.mode < blend + 16;
+  Painter painter(port.map(), clip, style.mode == grayishTextOr ? kGrey : kSolid,
+                  style.mode == grayishTextOr ? static_cast<int>(patOr)
+                  : isArithmetic              ? style.mode
+                  : mode == srcCopy           ? patOr
+                                              : mode + patCopy,
+                  state.colors);
+  scanText(style, text.at, text.bytes, clip.bounds(), painter);
+}
+
+void draw(Port& port, const BitsCommand& bits) {
+  const auto copy = [&](const Region& clip) {
+    copyBits(*bits.source, port.map(), Box(bits.from), Box(bits.to), bits.mode, clip, port.state.colors);
+  };
+  if (bits.mask == nullptr) return copy(port.visible());
+  copy(intersect(port.visible(), *bits.mask));
+}
+
+template <class Command>
+void perform(Port& port, const Command& command) {
+  if (port.recording != nullptr) port.recording->write(port.state, command);
+  if (port.state.penVisibility >= 0) draw(port, command);
+  if constexpr (std::is_same_v<Command, ShapeCommand>) {
+    if (command.verb == Verb::invert) port.state.highlights = false;
+  }
+}
+
+template void perform(Port&, const LineCommand&);
+template void perform(Port&, const ShapeCommand&);
+template void perform(Port&, const TextCommand&);
+template void perform(Port&, const BitsCommand&);
+
+}  // namespace qd

@@ -1,0 +1,66 @@
+// A graphics port: pixels to draw on, and the state that drawing goes by.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "engine/shapes/paint.h"
+
+namespace qd {
+
+class PictureWriter;
+
+struct TextState {
+  std::int16_t font = 0;
+  std::string fontName;  // as a picture gave it; empty where only the number is known
+  std::uint8_t face = 0;
+  std::int16_t mode = srcOr;
+  std::int16_t size = 0;  // 0: the default
+  Fixed extra = 0;        // added to each space
+  Point numerator = {1, 1}, denominator = {1, 1};
+
+  bool operator==(const TextState&) const = default;
+};
+
+struct PortState {
+  Point pen = {0, 0};
+  Point penSize = {1, 1};
+  int penMode = patCopy;
+  int penVisibility = 0;  // below 0 hides what is drawn, not what is recorded
+  Pattern penPattern{kBlack, nullptr};
+  Pattern backPattern;
+  Pattern fillPattern{kBlack, nullptr};
+  TransferColors colors;
+  bool highlights = false;  // the next inversion swaps background and highlight colour
+  TextState text;
+  Region clip = Region::wideOpen();
+};
+
+class Port {
+ public:
+  explicit Port(OwnedPixels pixels);
+  ~Port();
+  Port(const Port&) = delete;
+  Port& operator=(const Port&) = delete;
+
+  const PixelMap& map() const { return pixels_.map; }
+  // What the clip leaves of the port's pixels, till the clip changes.
+  const Region& visible();
+
+  PortState state;
+  std::unique_ptr<PictureWriter> recording;
+  std::optional<std::vector<Point>> polygon;  // while one is open: the points of the lines
+  Handle polygonHandle = nullptr;             // which it goes into
+
+  // The address of this is the port's PixMapHandle.
+  PixelMap* mapMaster;
+
+ private:
+  OwnedPixels pixels_;
+  std::optional<Region> visibleFor_;  // the clip
+  Region visible_;
+};
+
+}  // namespace qd

@@ -1,0 +1,328 @@
+#include "engine/shapes/scan.h"
+
+#include <array>
+#include <cmath>
+#include <numbers>
+
+namespace qd {
+namespace {
+
+using Wide = std::int64_t;  // 16.16 where nothing else is said
+constexpr Wide kOne = 0x10000;
+constexpr Wide kHalf = 0x8000;
+constexpr Wide kVertical = 0x7FFFFFFF;  // the tangent of 90 degrees
+
+constexpr int floorOf(Wide fixed) { return static_cast<int>(fixed >> 16); }
+
+struct Run {
+  int left, right;
+  bool empty() const { return left >= right; }
+};
+
+// The one scan converter for ovals and round corners: gives the run of each row, from the top down. Both edges move in
+// steps of half a pixel, by squares that are summed up in 32.32.
+class OvalRows {
+ public:
+  explicit OvalRows(const RoundBox& shape)
+      : box_(shape.box),
+        w_(std::clamp(shape.ovalWidth, 0, std::max(0, shape.box.width()))),
+        h_(std::clamp(shape.ovalHeight, 0, std::max(0, shape.box.height()))),
+        y_(box_.top) {
+    if (w_ == 0 || h_ == 0) w_ = h_ = 0;
+    left_ = box_.left * kOne + w_ * kHalf;
+    right_ = box_.right * kOne - w_ * kHalf + kHalf;
+    if (w_ == 0) return;
+    const auto ratio = static_cast<std::uint64_t>(std::min(h_ * kOne / w_, kVertical));
+    term_ = ratio * ratio;
+    step_ = 2 * term_;
+    odd_ = 1 - h_;
+    target_ = 2 * Wide{h_} - 1;
+  }
+
+  int y() const { return y_; }
+  bool done() const { return y_ >= box_.bottom; }
+
+  Run next() {
+    const int y = y_++;
+    const bool inCorners = y < box_.top + h_ / 2 || y >= box_.top + h_ / 2 + box_.height() - h_;
+    if (w_ != 0 && inCorners) advance();
+    return {std::max(floorOf(left_), box_.left), std::min(floorOf(right_), box_.right)};
+  }
+
+ private:
+  void advance() {
+    // An edge makes no more steps outward than its corner has half pixels.
+    while (static_cast<Wide>(sum_ >> 32) < target_ && steps_ <= w_) {
+      ++steps_;
+      left_ -= kHalf;
+      right_ += kHalf;
+      sum_ += term_;
+      term_ += step_;
+    }
+    while (static_cast<Wide>(sum_ >> 32) > target_ && steps_ > 0) {
+      --steps_;
+      left_ += kHalf;
+      right_ -= kHalf;
+      term_ -= step_;
+      sum_ -= term_;
+    }
+    target_ -= 4 * (odd_ + 1);
+    odd_ += 2;
+  }
+
+  Box box_;
+  int w_, h_;
+  int y_;
+  int steps_ = 0;
+  Wide left_, right_;
+  // Squares in 32.32. Only those of corners a pixel wide and of half the grid's height may wrap.
+  std::uint64_t sum_ = 0, term_ = 0, step_ = 0;
+  Wide odd_ = 0, target_ = 0;
+};
+
+void emit(int y, Run run, RunSink& sink) {
+  if (!run.empty()) sink.run(y, run.left, run.right);
+}
+
+// A run without what lies in another.
+void emitWithout(int y, Run run, Run hole, RunSink& sink) {
+  if (hole.empty()) return emit(y, run, sink);
+  emit(y, {run.left, std::min(run.right, hole.left)}, sink);
+  emit(y, {std::max(run.left, hole.right), run.right}, sink);
+}
+
+// The rows of the shape inside a frame, asked for in step with the rows around it.
+class Hole {
+ public:
+  explicit Hole(const RoundBox& shape) : isEmpty_(shape.box.empty()), rows_(shape) {}
+  Run at(int y) { return !isEmpty_ && !rows_.done() && y == rows_.y() ? rows_.next() : Run{0, 0}; }
+
+ private:
+  bool isEmpty_;
+  OvalRows rows_;
+};
+
+// A ray from the middle of a rectangle: where it crosses each row.
+class Ray {
+ public:
+  Ray(const Box& box, int angle) : isUpper_(angle < 90 || angle > 270), isLower_(angle > 90 && angle < 270) {
+    const int turn = angle % 180;
+    Wide slope = turn <= 90 ? -tangent(turn) : tangent(180 - turn);
+    const Wide ratio = box.width() * kOne / std::max(1, box.height());
+    slope = (slope * ratio + kHalf) >> 16;
+    const Wide middle = (box.left + box.right) >> 1;
+    x_ = middle * kOne - slope * (box.height() >> 1);
+    slope_ = slope;
+  }
+
+  bool isIn(bool upper) const { return upper ? isUpper_ : isLower_; }
+  int next() {
+    const Wide x = std::clamp(x_ >> 16, Wide{-0x100000}, Wide{0x100000});
+    x_ += slope_;
+    return static_cast<int>(x);
+  }
+
+ private:
+  static Wide tangent(int degrees) {
+    if (degrees == 90) return kVertical;
+    return std::llround(std::tan(degrees * std::numbers::pi / 180) * kOne);
+  }
+
+  bool isUpper_, isLower_;
+  Wide x_, slope_;
+};
+
+// Cuts the rows of an oval to a wedge.
+class WedgeRows {
+ public:
+  WedgeRows(const Box& box, int start, int arc)
+      : box_(box), arc_(arc), start_(start), first_(box, start), last_(box, (start + arc) % 360) {}
+
+  // The runs of the row that are left; rows are asked for from the top down.
+  struct Runs {
+    std::array<Run, 2> runs;
+    int count;
+  };
+  Runs cut(int y, Run run) {
+    const bool upper = y < (box_.top + box_.bottom) >> 1;
+    const int firstX = first_.next();
+    const int lastX = last_.next();
+    const bool hasFirst = first_.isIn(upper);
+    const bool hasLast = last_.isIn(upper);
+    if (!hasFirst && !hasLast) {
+      const bool hidden = arc_ < 180 || (arc_ == 180 && start_ == (upper ? 90 : 270));
+      return {{run}, hidden ? 0 : 1};
+    }
+    // Clockwise the upper half is run through from left to right, the lower from right to left.
+    const bool bothBound = hasFirst && hasLast;
+    const int left = upper ? firstX : lastX;
+    const int right = upper ? lastX : firstX;
+    const bool hasLeft = upper ? hasFirst : hasLast;
+    const bool hasRight = upper ? hasLast : hasFirst;
+    if (bothBound && arc_ > 180 && left >= right) {
+      return {{Run{run.left, std::min(run.right, right)}, Run{std::max(run.left, left), run.right}}, 2};
+    }
+    if (hasLeft) run.left = std::max(run.left, left);
+    if (hasRight) run.right = std::min(run.right, right);
+    return {{run}, 1};
+  }
+
+ private:
+  Box box_;
+  int arc_, start_;
+  Ray first_, last_;
+};
+
+void scanWedge(const Box& box, const Wedge& wedge, const RoundBox& inside, RunSink& sink) {
+  int start = wedge.start;
+  int arc = wedge.arc;
+  if (arc < 0) {
+    start += arc;
+    arc = -arc;
+  }
+  if (box.empty() || arc == 0) return;
+  Hole hole(inside);
+  OvalRows rows(RoundBox::oval(box));
+  if (arc >= 360) {
+    while (!rows.done()) {
+      const int y = rows.y();
+      emitWithout(y, rows.next(), hole.at(y), sink);
+    }
+    return;
+  }
+  WedgeRows cutter(box, (start % 360 + 360) % 360, arc);
+  while (!rows.done()) {
+    const int y = rows.y();
+    const WedgeRows::Runs cut = cutter.cut(y, rows.next());
+    const Run without = hole.at(y);
+    for (int i = 0; i < cut.count; ++i) emitWithout(y, cut.runs[static_cast<std::size_t>(i)], without, sink);
+  }
+}
+
+Wide slopeOf(Point from, Point to) { return (to.h - from.h) * kOne / (to.v - from.v); }
+
+}  // namespace
+
+void scanRoundBox(const RoundBox& shape, RunSink& sink) {
+  if (shape.box.empty()) return;
+  if (shape.ovalWidth <= 0 || shape.ovalHeight <= 0) return sink.box(shape.box);
+  OvalRows rows(shape);
+  while (!rows.done()) {
+    const int y = rows.y();
+    emit(y, rows.next(), sink);
+  }
+}
+
+void scanFrame(const RoundBox& shape, Point pen, RunSink& sink) {
+  if (shape.box.empty() || pen.h <= 0 || pen.v <= 0) return;
+  const RoundBox inside = shape.inset(pen.h, pen.v);
+  if (inside.box.empty()) return scanRoundBox(shape, sink);
+  if (shape.ovalWidth <= 0 || shape.ovalHeight <= 0) {
+    const Box& outer = shape.box;
+    const Box& inner = inside.box;
+    sink.box({outer.top, outer.left, inner.top, outer.right});
+    for (int y = inner.top; y < inner.bottom; ++y) {
+      sink.run(y, outer.left, inner.left);
+      sink.run(y, inner.right, outer.right);
+    }
+    return sink.box({inner.bottom, outer.left, outer.bottom, outer.right});
+  }
+  Hole hole(inside);
+  OvalRows rows(shape);
+  while (!rows.done()) {
+    const int y = rows.y();
+    emitWithout(y, rows.next(), hole.at(y), sink);
+  }
+}
+
+void scanArc(const Box& box, const Wedge& wedge, RunSink& sink) { scanWedge(box, wedge, RoundBox{}, sink); }
+
+void scanArcFrame(const Box& box, const Wedge& wedge, Point pen, RunSink& sink) {
+  if (pen.h <= 0 || pen.v <= 0) return;
+  scanWedge(box, wedge, RoundBox::oval(box.inset(pen.h, pen.v)), sink);
+}
+
+void scanLine(Point from, Point to, Point pen, RunSink& sink) {
+  if (pen.h <= 0 || pen.v <= 0) return;
+  if (from.v > to.v) std::swap(from, to);
+  const Box bounds(from.v, std::min(from.h, to.h), to.v + pen.v, std::max(from.h, to.h) + pen.h);
+  if (from.v == to.v || from.h == to.h) return sink.box(bounds);
+
+  const Wide slope = slopeOf(from, to);
+  const Wide rise = pen.v * slope;
+  Wide left = from.h * kOne + kHalf + (slope >> 1);
+  Wide right = left + pen.h * kOne;
+  if (slope >= 0) {
+    left -= rise;
+    if (slope < kOne) {
+      left += slope;
+    } else {
+      right -= kOne;
+    }
+  } else {
+    right -= rise;
+    left += slope < -kOne ? kOne : 0;
+    right += slope < -kOne ? 0 : slope;
+  }
+  for (int y = bounds.top; y < bounds.bottom; ++y) {
+    emit(y, {std::max(floorOf(left), bounds.left), std::min(floorOf(right), bounds.right)}, sink);
+    left += slope;
+    right += slope;
+  }
+}
+
+void scanPolygon(std::span<const Point> points, const Box& clip, RunSink& sink) {
+  struct Edge {
+    int top, bottom;
+    Wide x, slope;
+  };
+  std::vector<Edge> edges;
+  edges.reserve(points.size());
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    Point from = points[i];
+    Point to = points[(i + 1) % points.size()];
+    if (from.v == to.v) continue;
+    if (from.v > to.v) std::swap(from, to);
+    Edge edge = {from.v, to.v, from.h * kOne, 0};
+    if (from.h != to.h) {
+      edge.slope = slopeOf(from, to);
+      edge.x += kHalf + (edge.slope >> 1);
+      if (edge.slope >= 0 && edge.slope < kOne) edge.x += edge.slope;
+      if (edge.slope < -kOne) edge.x += kOne;
+    }
+    if (edge.top < clip.top) {
+      edge.x += edge.slope * (clip.top - edge.top);
+      edge.top = clip.top;
+    }
+    edge.bottom = std::min(edge.bottom, clip.bottom);
+    if (edge.top < edge.bottom) edges.push_back(edge);
+  }
+  std::sort(edges.begin(), edges.end(), [](const Edge& a, const Edge& b) { return a.top < b.top; });
+
+  // Those that cross the row, from left to right.
+  std::vector<Edge> active;
+  active.reserve(edges.size());
+  std::size_t next = 0;
+  int change = clip.top;  // the next row at which some edge begins or ends
+  for (int y = clip.top; y < clip.bottom && (next < edges.size() || !active.empty()); ++y) {
+    if (y == change) {
+      std::erase_if(active, [y](const Edge& edge) { return edge.bottom <= y; });
+      for (; next < edges.size() && edges[next].top == y; ++next) active.push_back(edges[next]);
+      change = next < edges.size() ? edges[next].top : clip.bottom;
+      for (const Edge& edge : active) change = std::min(change, edge.bottom);
+    }
+    // They are nearly in order: few change places between two rows.
+    Edge* const begin = active.data();
+    Edge* const end = begin + active.size();
+    for (Edge* edge = begin; edge != end; ++edge) {
+      for (Edge* k = edge; k != begin && k->x < k[-1].x; --k) std::swap(k[0], k[-1]);
+    }
+    for (Edge* edge = begin; end - edge >= 2; edge += 2) {
+      emit(y, {floorOf(edge[0].x), floorOf(edge[1].x)}, sink);
+      edge[0].x += edge[0].slope;
+      edge[1].x += edge[1].slope;
+    }
+  }
+}
+
+}  // namespace qd

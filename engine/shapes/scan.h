@@ -1,0 +1,38 @@
+// Which pixels a shape touches, as runs of rows. The rules are QuickDraw's own (Inside Macintosh I; Imaging With
+// QuickDraw, chapter 3): not an ellipse formula and not Bresenham's line, which give other pixels.
+#pragma once
+
+#include <span>
+
+#include "engine/geometry/region.h"
+
+namespace qd {
+
+// A rectangle with round corners; an oval is its own corner. Corners of no size make it square.
+struct RoundBox {
+  Box box;
+  int ovalWidth = 0, ovalHeight = 0;
+
+  static RoundBox oval(const Box& box) { return {box, box.width(), box.height()}; }
+  RoundBox inset(int h, int v) const { return {box.inset(h, v), ovalWidth - 2 * h, ovalHeight - 2 * v}; }
+};
+
+// Degrees clockwise from twelve o'clock, scaled with the rectangle: 45 meets its corner.
+struct Wedge {
+  int start = 0, arc = 360;
+};
+
+void scanRoundBox(const RoundBox& shape, RunSink& sink);
+// The band between a shape and the shape inset by the pen; all of it where nothing is left inside.
+void scanFrame(const RoundBox& shape, Point pen, RunSink& sink);
+// The wedge of an oval; with a pen, its band along the arc, without the radii.
+void scanArc(const Box& box, const Wedge& wedge, RunSink& sink);
+void scanArcFrame(const Box& box, const Wedge& wedge, Point pen, RunSink& sink);
+
+// A line swept by the pen that hangs below and right of it. Touches each pixel once.
+void scanLine(Point from, Point to, Point pen, RunSink& sink);
+
+// The inside of a polygon by the even-odd rule, closed if it is open. Only rows of the clip are looked at.
+void scanPolygon(std::span<const Point> points, const Box& clip, RunSink& sink);
+
+}  // namespace qd
