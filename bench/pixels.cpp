@@ -27,7 +27,7 @@ const pixman_indexed_t& palette() {
   static const pixman_indexed_t made = [] {
     pixman_indexed_t palette = {};
     palette.color = 1;
-    const auto colors = qd::ColorTable::standard(8);
+    const auto colors = qd::ColorTables().standard(8);
     for (std::uint32_t i = 0; i < 256; ++i) {
       const RGBColor c = colors->color(i);
       palette.rgba[i] = 0xFF000000U | static_cast<std::uint32_t>(c.red >> 8) << 16 |

@@ -3,9 +3,9 @@
 #include <cstdio>
 
 #include "engine/pict/lister.h"
-#include "engine/pict/player.h"
 #include "macpict/command.h"
 #include "macpict/files.h"
+#include "platform/quickdraw/operations.h"
 
 namespace fs = std::filesystem;
 

@@ -8,9 +8,9 @@
 #include <optional>
 
 #include "engine/pict/lister.h"
-#include "engine/pict/player.h"
 #include "macpict/command.h"
 #include "macpict/files.h"
+#include "platform/quickdraw/operations.h"
 
 namespace fs = std::filesystem;
 

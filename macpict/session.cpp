@@ -5,7 +5,6 @@
 #include <cstdlib>
 
 #include "engine/pict/lister.h"
-#include "engine/pict/player.h"
 #include "macpict/files.h"
 #include "platform/quickdraw/operations.h"
 

@@ -126,7 +126,7 @@ TEST_F(QuickDraw, ScannersStayInTheirRectangleAndEnd) {
 TEST_F(QuickDraw, ColoursGoToTheNearestEntry) {
   std::mt19937 random(5);
   for (const int id : {33, 34, 36, 40, 66, 68, 72}) {
-    const ColorTablePtr table = qd::ColorTable::byId(id);
+    const ColorTablePtr table = qd::ColorTables().byId(id);
     const auto distance = [](const RGBColor& a, const RGBColor& b) {
       const std::int64_t d[] = {a.red - b.red, a.green - b.green, a.blue - b.blue};
       return d[0] * d[0] + d[1] * d[1] + d[2] * d[2];
@@ -278,7 +278,7 @@ TEST_F(QuickDraw, PatternsFillEachPixelByTheirBits) {
   const auto any = [&](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
   for (const int depth : {1, 2, 4, 8, 16, 32}) {
     for (int round = 0; round < 200; ++round) {
-      const auto map = OwnedPixels::make(Box(-3, any(-9, 9), 5, any(10, 99)), depth, qd::ColorTable::standard(depth));
+      const auto map = OwnedPixels::make(Box(-3, any(-9, 9), 5, any(10, 99)), depth, qd::ColorTables().standard(depth));
       const auto rows = static_cast<std::size_t>(map->map.bounds.height());
       std::generate_n(map->map.base, rows * static_cast<std::size_t>(map->map.rowBytes), [&] { return random(); });
       const auto before = duplicate(map->map, map->map.bounds);
@@ -313,7 +313,7 @@ TEST_F(QuickDraw, CopiesOfAnyDepthsAreThoseOfEachPixel) {
   std::mt19937 random(13);
   const auto any = [&](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
   const auto noise = [&](int depth, int width, int height) {
-    auto made = OwnedPixels::make(Box(0, 0, height, width), depth, qd::ColorTable::standard(depth));
+    auto made = OwnedPixels::make(Box(0, 0, height, width), depth, qd::ColorTables().standard(depth));
     std::vector<std::uint32_t> row(static_cast<std::size_t>(width));
     for (int y = 0; y < height; ++y) {
       // Often black or white, which masks take otherwise.
@@ -580,6 +580,36 @@ INSTANTIATE_TEST_SUITE_P(Depths, DirectEqualsPlayed,
                            return "Depth" + std::to_string(info.param.first) + "Table" +
                                   std::to_string(info.param.second);
                          });
+
+// A locked handle can't grow: what doesn't fit is missing, and nothing that would have gone by it comes after.
+TEST_F(QuickDraw, ARecordingWithoutRoomTakesNoMoreAndIsWhole) {
+  const auto record = [](bool lockedInBetween) {
+    Canvas canvas(32);
+    const PicHandle picture = openPicture(64, 48);
+    const auto handle = reinterpret_cast<Handle>(picture);
+    for (std::int16_t i = 0; i < 60; ++i) {
+      if (lockedInBetween && i == 20) HLock(handle);
+      if (lockedInBetween && i == 50) HUnlock(handle);
+      const RGBColor color = {static_cast<std::uint16_t>(i * 1000), 0, 0};
+      RGBForeColor(&color);
+      const Rect bar = MakeRect(i, 0, 1, 9);
+      PaintRect(&bar);
+    }
+    ClosePicture();
+    std::vector<std::string> lines;
+    const std::string bytes = bytesOf(picture);
+    EXPECT_TRUE(listPicture(span(bytes), [&](const std::string& line) { lines.push_back(line.substr(8)); }));
+    KillPicture(picture);
+    return lines;
+  };
+  const std::vector<std::string> all = record(false);
+  std::vector<std::string> first = record(true);
+  EXPECT_EQ(first.back(), all.back()) << "the end";
+  first.pop_back();
+  EXPECT_GT(first.size(), 40U);
+  EXPECT_LT(first.size(), 110U) << "nothing comes after what is missing";
+  EXPECT_TRUE(std::equal(first.begin(), first.end(), all.begin()));
+}
 
 TEST_F(QuickDraw, APictureBeginsAndEndsAsReadersExpect) {
   Canvas canvas(32);

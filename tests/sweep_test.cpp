@@ -6,7 +6,6 @@
 #include <functional>
 #include <set>
 
-#include "engine/pict/player.h"
 #include "tests/fixture.h"
 
 #ifndef __SANITIZE_ADDRESS__

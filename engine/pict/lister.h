@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "engine/pict/reader.h"
-#include "platform/visibility.h"
 
 namespace qd {
 
@@ -22,16 +21,16 @@ struct ListingEnd {
   std::size_t left;                   // bytes behind its end
 };
 // Calls `opcode` for each up to the end or to what is broken.
-PLATFORM_EXPORT ListingEnd listOpcodes(Bytes picture, const std::function<void(const Listing&)>& opcode);
+ListingEnd listOpcodes(Bytes picture, const std::function<void(const Listing&)>& opcode);
 
 // Calls `line` for each line, without a line end. True if the picture is whole: it ends in its end opcode. Else the
 // last line says where and why it broke.
-PLATFORM_EXPORT bool listPicture(Bytes picture, const std::function<void(const std::string&)>& line);
+bool listPicture(Bytes picture, const std::function<void(const std::string&)>& line);
 
 // The head of a picture; nothing if it is none.
-PLATFORM_EXPORT std::optional<PictureHeader> pictureHeader(Bytes picture);
+std::optional<PictureHeader> pictureHeader(Bytes picture);
 
 // "at offset 42, in opcode 0030 FrameRect: its operands ...".
-PLATFORM_EXPORT std::string describe(const PictureError& error);
+std::string describe(const PictureError& error);
 
 }  // namespace qd

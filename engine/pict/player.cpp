@@ -303,7 +303,7 @@ class Player {
   }
 
   Outcome drawQuickTimeImage(ByteReader& in) {
-    const auto image = readQuickTimeImage(in);
+    const auto image = readQuickTimeImage(in, port_.system().tables);
     if (!image) return Outcome::broken;
     if (!image->pixels) {
       const std::string remark =
@@ -357,11 +357,6 @@ class Player {
   std::map<std::int16_t, std::string> fontNames_;
 };
 
-Playback& last() {
-  static Playback playback;
-  return playback;
-}
-
 }  // namespace
 
 Playback play(Port& port, Bytes picture, const Rect& target) {
@@ -395,8 +390,5 @@ Playback play(Port& port, Bytes picture, const Rect& target) {
   port.state = saved;
   return playback;
 }
-
-const Playback& lastPlayback() { return last(); }
-void setLastPlayback(Playback playback) { last() = std::move(playback); }
 
 }  // namespace qd

@@ -3,7 +3,6 @@
 
 #include "engine/pict/reader.h"
 #include "engine/port/port.h"
-#include "platform/visibility.h"
 
 namespace qd {
 
@@ -19,9 +18,5 @@ struct Playback {
 // Maps the picture's space to the target and draws. The port's state is as before afterwards. The first broken opcode
 // ends the playback; what came before it stays.
 Playback play(Port& port, Bytes picture, const Rect& target);
-
-// How the last DrawPicture went.
-PLATFORM_EXPORT const Playback& lastPlayback();
-PLATFORM_EXPORT void setLastPlayback(Playback playback);
 
 }  // namespace qd

@@ -75,7 +75,7 @@ std::optional<OwnedPixels> decodeWithLibrary(Bytes data) {
 }
 
 // Rows of pixels, each ending at a whole byte; 24 bits are triplets.
-std::optional<OwnedPixels> decodeRaw(Bytes data, const Description& description) {
+std::optional<OwnedPixels> decodeRaw(Bytes data, const Description& description, ColorTables& tables) {
   const bool isGrey = description.depth > 32;  // 33 to 40: 1 to 8 bits of grey
   const int depth = isGrey ? description.depth - 32 : description.depth;
   if (depth != 1 && depth != 2 && depth != 4 && depth != 8 && depth != 16 && depth != 24 && depth != 32) {
@@ -84,7 +84,7 @@ std::optional<OwnedPixels> decodeRaw(Bytes data, const Description& description)
   const auto rowBytes = static_cast<std::size_t>((std::int64_t{description.width} * depth + 7) / 8);
   if (rowBytes * static_cast<std::size_t>(description.height) > data.size()) return std::nullopt;
   ColorTablePtr colors;
-  if (depth <= 8) colors = isGrey ? ColorTable::byId(32 + depth) : ColorTable::standard(depth);
+  if (depth <= 8) colors = isGrey ? tables.byId(32 + depth) : tables.standard(depth);
   auto pixels = OwnedPixels::make(Box(0, 0, description.height, description.width), depth == 24 ? 32 : depth, colors);
   if (!pixels) return pixels;
   std::vector<std::uint32_t> row(static_cast<std::size_t>(description.width));
@@ -105,7 +105,7 @@ std::optional<OwnedPixels> decodeRaw(Bytes data, const Description& description)
 
 }  // namespace
 
-std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in) {
+std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in, ColorTables& tables) {
   in.u16();  // version
   const Matrix matrix = Matrix::read(in);
   const std::uint32_t matteSize = in.u32();
@@ -132,7 +132,7 @@ std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in) {
   if (image.codec == "jpeg" || image.codec == "png ") {
     image.pixels = decodeWithLibrary(data);
   } else if (image.codec == "raw ") {
-    image.pixels = decodeRaw(data, *description);
+    image.pixels = decodeRaw(data, *description, tables);
   }
   image.to = matrix.map(description->width, description->height);
   return image;

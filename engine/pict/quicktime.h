@@ -16,7 +16,7 @@ struct QuickTimeImage {
 };
 
 // Reads the operands of opcode 8200. Nothing if they make no sense.
-std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in);
+std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in, ColorTables& tables);
 
 // Goes past what stands in front of the bits opcode that opcode 8201 holds; false if it makes no sense.
 bool skipUncompressedHead(ByteReader& in);

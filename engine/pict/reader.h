@@ -6,7 +6,6 @@
 
 #include "engine/pict/bytes.h"
 #include "engine/pict/opcodes.h"
-#include "platform/visibility.h"
 
 namespace qd {
 
@@ -58,6 +57,6 @@ class PictureReader {
 
 // A picture file begins with 512 bytes for the program that wrote it. Gives what is behind them, or all of the bytes if
 // they are a picture as they stand; nothing if no picture begins at either place.
-PLATFORM_EXPORT std::optional<Bytes> pictureInFile(Bytes file);
+std::optional<Bytes> pictureInFile(Bytes file);
 
 }  // namespace qd

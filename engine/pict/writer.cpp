@@ -1,18 +1,16 @@
 #include "engine/pict/writer.h"
 
-#include <cstring>
-
 #include "engine/pict/bits.h"
 #include "engine/pict/opcodes.h"
 #include "engine/pixels/copy.h"
 #include "engine/text/text.h"
-#include "platform/memory/memory.h"
 
 namespace qd {
 namespace {
 
 constexpr Fixed k72 = 0x480000;
 constexpr int kVersion2 = 0x02FF;
+constexpr std::size_t kEndBytes = 2;
 constexpr std::size_t kMostText = 255;  // bytes in one opcode
 constexpr int kSame = op::SameRect - op::Rect;
 
@@ -26,7 +24,8 @@ bool fitsByte(int value) { return value >= -128 && value <= 127; }
 
 }  // namespace
 
-PictureWriter::PictureWriter(const OpenCPicParams& params) : handle_(NewHandle(0)), frame_(Box(params.srcRect)) {
+PictureWriter::PictureWriter(const OpenCPicParams& params, ByteSink& sink, Fonts& fonts)
+    : sink_(sink), fonts_(fonts), frame_(Box(params.srcRect)) {
   const Rect& source = params.srcRect;
   out_.u16(0);
   out_.rect(toRect({at72(source.top, params.vRes), at72(source.left, params.hRes), at72(source.bottom, params.vRes),
@@ -43,23 +42,25 @@ PictureWriter::PictureWriter(const OpenCPicParams& params) : handle_(NewHandle(0
   flush();
 }
 
-// Appends the opcodes of one command, or none of them.
+// Appends the opcodes of one command, or none of them. A reader would miss the state that went with a command, so that
+// after one that is missing none may follow. The end always has room.
 void PictureWriter::flush() {
-  const std::int32_t size = GetHandleSize(handle_);
-  const auto more = static_cast<std::int32_t>(out_.size());
-  if (more <= INT32_MAX - size && SetHandleSize(handle_, size + more)) {
-    std::memcpy(*handle_ + size, out_.bytes().data(), out_.size());
+  if (!isFull_ && sink_.append(out_.bytes(), kEndBytes)) {
+    size_ += out_.size();
+  } else {
+    isFull_ = true;
   }
   out_.clear();
 }
 
 void PictureWriter::close() {
+  if (size_ == 0) return;
   out_.u16(op::OpEndPic);
-  flush();
-  const std::int32_t size = GetHandleSize(handle_);
-  if (size < 2) return;
-  (*handle_)[0] = static_cast<char>(size >> 8);
-  (*handle_)[1] = static_cast<char>(size);
+  sink_.append(out_.bytes(), 0);
+  size_ += kEndBytes;
+  out_.clear();
+  out_.u16(static_cast<int>(size_ & 0xFFFF));
+  sink_.replace(0, out_.bytes());
 }
 
 void PictureWriter::writeCommon(const PortState& state) {
@@ -253,7 +254,7 @@ void PictureWriter::write(const PortState& state, const TextCommand& text) {
   for (std::size_t first = 0; first < text.bytes.size(); first += kMostText) {
     const std::string_view part = text.bytes.substr(first, kMostText);
     writeText(at, part);
-    at.h = clamp16(at.h + textWidth(state.text, part));
+    at.h = clamp16(at.h + textWidth(fonts_, state.text, part));
   }
   flush();
 }

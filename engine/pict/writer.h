@@ -5,16 +5,19 @@
 #include <optional>
 
 #include "engine/pict/bytes.h"
+#include "engine/pict/sink.h"
 #include "engine/port/command.h"
 
 namespace qd {
 
 class PictureWriter {
  public:
-  // Begins a picture in a handle of its own; the handle is null where there is no memory for it.
-  explicit PictureWriter(const OpenCPicParams& params);
+  // Begins a picture in the sink. Texts are measured with the fonts. Both outlive the writer.
+  PictureWriter(const OpenCPicParams& params, ByteSink& sink, Fonts& fonts);
 
-  Handle handle() const { return handle_; }
+  // The sink took no more of the picture: the command for which that happened and all after it are missing. What is
+  // there is a whole picture once it is closed.
+  bool isFull() const { return isFull_; }
   void write(const PortState& state, const LineCommand& line);
   void write(const PortState& state, const ShapeCommand& shape);
   void write(const PortState& state, const TextCommand& text);
@@ -31,8 +34,11 @@ class PictureWriter {
   void writePieces(const BitsCommand& bits);
   void flush();
 
-  Handle handle_;
+  ByteSink& sink_;
+  Fonts& fonts_;
   Region frame_;
+  std::size_t size_ = 0;
+  bool isFull_ = false;
   ByteWriter out_;  // the opcodes of one command
 
   // What a reader of the picture so far takes for the port's state.

@@ -35,54 +35,44 @@ std::vector<RGBColor> standard256() {
   return colors;
 }
 
-const std::vector<RGBColor> kStandard16 = {
+constexpr RGBColor kStandard16[] = {
     {0xFFFF, 0xFFFF, 0xFFFF}, {0xFC00, 0xF37D, 0x052F}, {0xFFFF, 0x648A, 0x028C}, {0xDD6B, 0x08C2, 0x06A2},
     {0xF2D7, 0x0856, 0x84EC}, {0x46E3, 0x0000, 0xA53E}, {0x0000, 0x0000, 0xD400}, {0x0241, 0xAB54, 0xEAFF},
     {0x1F21, 0xB793, 0x1431}, {0x0000, 0x64AF, 0x11B0}, {0x5600, 0x2C9D, 0x0524}, {0x90D7, 0x7160, 0x3A34},
     {0xC000, 0xC000, 0xC000}, {0x8000, 0x8000, 0x8000}, {0x4000, 0x4000, 0x4000}, {0, 0, 0},
 };
-const std::vector<RGBColor> kStandard4 = {
+constexpr RGBColor kStandard4[] = {
     {0xFFFF, 0xFFFF, 0xFFFF}, {0x8000, 0x8000, 0x8000}, {0xB5B5, 0xD5D5, 0xFFFF}, {0, 0, 0}};
 
-}  // namespace
-
-ColorTablePtr ColorTable::byId(int id) {
-  const auto made = [](std::vector<RGBColor> colors) { return std::make_shared<const ColorTable>(std::move(colors)); };
+std::vector<RGBColor> colorsOf(int id) {
   switch (id) {
-    case 33: {
-      static const ColorTablePtr table = made(greyRamp(2));
-      return table;
-    }
-    case 34: {
-      static const ColorTablePtr table = made(greyRamp(4));
-      return table;
-    }
-    case 36: {
-      static const ColorTablePtr table = made(greyRamp(16));
-      return table;
-    }
-    case 40: {
-      static const ColorTablePtr table = made(greyRamp(256));
-      return table;
-    }
-    case 66: {
-      static const ColorTablePtr table = made(kStandard4);
-      return table;
-    }
-    case 68: {
-      static const ColorTablePtr table = made(kStandard16);
-      return table;
-    }
-    case 72: {
-      static const ColorTablePtr table = made(standard256());
-      return table;
-    }
+    case 33:
+      return greyRamp(2);
+    case 34:
+      return greyRamp(4);
+    case 36:
+      return greyRamp(16);
+    case 40:
+      return greyRamp(256);
+    case 66:
+      return {std::begin(kStandard4), std::end(kStandard4)};
+    case 68:
+      return {std::begin(kStandard16), std::end(kStandard16)};
+    case 72:
+      return standard256();
     default:
-      return nullptr;
+      return {};
   }
 }
 
-ColorTablePtr ColorTable::standard(int depth) { return byId(depth == 1 ? 33 : 64 + depth); }
+}  // namespace
+
+ColorTablePtr ColorTables::byId(int id) {
+  if (const auto known = made_.find(id); known != made_.end()) return known->second;
+  std::vector<RGBColor> colors = colorsOf(id);
+  if (colors.empty()) return nullptr;
+  return made_[id] = std::make_shared<const ColorTable>(std::move(colors));
+}
 
 ColorTable::ColorTable(std::vector<RGBColor> colors) : colors_(std::move(colors)) {
   for (std::uint32_t i = 0; i < deepPixels_.size(); ++i) deepPixels_[i] = deepPixel(color(i));

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -15,12 +16,6 @@ namespace qd {
 class ColorTable {
  public:
   explicit ColorTable(std::vector<RGBColor> colors);
-  // The tables that GetCTable knows by number (Inside Macintosh V): grey ramps 33, 34, 36, 40 and the standard tables
-  // 66, 68, 72. Null for any other.
-  static std::shared_ptr<const ColorTable> byId(int id);
-  // What a map of that depth has when nobody said otherwise.
-  static std::shared_ptr<const ColorTable> standard(int depth);
-
   const std::vector<RGBColor>& colors() const { return colors_; }
   bool isBlackOnWhite() const {
     return colors_.size() == 2 && colors_[0] == RGBColor{0xFFFF, 0xFFFF, 0xFFFF} && colors_[1] == RGBColor{0, 0, 0};
@@ -44,6 +39,19 @@ class ColorTable {
 };
 
 using ColorTablePtr = std::shared_ptr<const ColorTable>;
+
+// The tables that GetCTable knows by number (Inside Macintosh V): grey ramps 33, 34, 36, 40 and the standard tables 66,
+// 68, 72. Each is made when it is first asked for.
+class ColorTables {
+ public:
+  // Null for a number that is none of these.
+  ColorTablePtr byId(int id);
+  // What a map of that depth has when nobody said otherwise.
+  ColorTablePtr standard(int depth) { return byId(depth == 1 ? 33 : 64 + depth); }
+
+ private:
+  std::map<int, ColorTablePtr> made_;
+};
 
 struct PixelMap {
   std::uint8_t* base = nullptr;

@@ -4,8 +4,8 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
+#include "engine/port/system.h"
 #include "engine/shapes/paint.h"
 
 namespace qd {
@@ -40,24 +40,22 @@ struct PortState {
 
 class Port {
  public:
-  explicit Port(OwnedPixels pixels);
+  // The system outlives it.
+  Port(OwnedPixels pixels, System& system);
   ~Port();
   Port(const Port&) = delete;
   Port& operator=(const Port&) = delete;
 
+  System& system() const { return system_; }
   const PixelMap& map() const { return pixels_.map; }
   // What the clip leaves of the port's pixels, till the clip changes.
   const Region& visible();
 
   PortState state;
   std::unique_ptr<PictureWriter> recording;
-  std::optional<std::vector<Point>> polygon;  // while one is open: the points of the lines
-  Handle polygonHandle = nullptr;             // which it goes into
-
-  // The address of this is the port's PixMapHandle.
-  PixelMap* mapMaster;
 
  private:
+  System& system_;
   OwnedPixels pixels_;
   std::optional<Region> visibleFor_;  // the clip
   Region visible_;

@@ -1,33 +1,19 @@
 #include "engine/text/fonts.h"
 
-#include <dlfcn.h>
-
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <memory>
-#include <string_view>
 
 #define STB_TRUETYPE_IMPLEMENTATION
 #define STBTT_STATIC
 #include <stb/stb_truetype.h>
 
-namespace fs = std::filesystem;
-
 namespace qd {
 namespace {
 
-// The Resources folder beside this code, unless the environment names another.
-fs::path resourcesFolder() {
-  if (const char* named = std::getenv("MACPICT_FONTS")) return named;
-  Dl_info self = {};
-  if (dladdr(reinterpret_cast<void*>(&resourcesFolder), &self) == 0) return {};
-  return fs::absolute(self.dli_fname).parent_path() / "Resources";
-}
+constexpr std::uint8_t kHalfCovered = 128;
+constexpr std::size_t kMostGlyphs = 1024;  // of a face, remembered
 
 }  // namespace
 
@@ -38,25 +24,26 @@ struct Font::Outlines {
   float scale(int pixels) const { return stbtt_ScaleForMappingEmToPixels(&info, static_cast<float>(pixels)); }
 };
 
-Font::Font(const std::string& file) : outlines_(nullptr) {
-  std::ifstream in(resourcesFolder() / file, std::ios::binary);
+Font::Font(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
   auto outlines = std::make_unique<Outlines>();
   outlines->file.assign(std::istreambuf_iterator<char>(in), {});
   if (outlines->file.empty() || stbtt_InitFont(&outlines->info, outlines->file.data(), 0) == 0) return;
-  outlines_ = outlines.release();
+  outlines_ = std::move(outlines);
 }
 
-Font::~Font() { delete outlines_; }
+Font::~Font() = default;
 
-const Font& Font::get(Family family, bool isBold, bool isItalic) {
-  static const std::array<std::string_view, 3> families = {"LiberationSans", "LiberationSerif", "LiberationMono"};
-  static const std::array<std::string_view, 4> styles = {"Regular", "Bold", "Italic", "BoldItalic"};
-  static std::array<std::unique_ptr<Font>, 12> loaded;
-  const auto style = static_cast<std::size_t>((isBold ? 1 : 0) + (isItalic ? 2 : 0));
-  const auto index = static_cast<std::size_t>(family);
-  std::unique_ptr<Font>& font = loaded[index * 4 + style];
-  if (font == nullptr) font.reset(new Font(std::string(families[index]) + "-" + std::string(styles[style]) + ".ttf"));
-  return *font;
+const Font& Fonts::get(Family family, bool isBold, bool isItalic) {
+  constexpr const char* kFamilies[] = {"LiberationSans", "LiberationSerif", "LiberationMono"};
+  constexpr const char* kStyles[] = {"Regular", "Bold", "Italic", "BoldItalic"};
+  const auto row = static_cast<std::size_t>(family);
+  const std::size_t style = (isBold ? 1U : 0U) + (isItalic ? 2U : 0U);
+  std::unique_ptr<Font>& face = faces_[row * std::size(kStyles) + style];
+  if (face == nullptr) {
+    face = std::make_unique<Font>(folder_ / (std::string(kFamilies[row]) + "-" + kStyles[style] + ".ttf"));
+  }
+  return *face;
 }
 
 double Font::advance(char32_t character, int h) const {
@@ -67,23 +54,41 @@ double Font::advance(char32_t character, int h) const {
   return width * double{outlines_->scale(h)};
 }
 
-Coverage Font::rasterize(char32_t character, int h, int v) const {
-  Coverage coverage;
-  if (outlines_ == nullptr) return coverage;
+const std::vector<GlyphRun>& Font::runs(char32_t character, FontSize size) const {
+  if (remembered_.size() > kMostGlyphs) remembered_.clear();
+  const auto [entry, isNew] = remembered_.try_emplace({size, character});
+  if (isNew) entry->second = rasterize(character, size);
+  return entry->second;
+}
+
+// Filled where half a pixel is covered.
+std::vector<GlyphRun> Font::rasterize(char32_t character, FontSize size) const {
+  std::vector<GlyphRun> runs;
+  if (outlines_ == nullptr) return runs;
   const stbtt_fontinfo* info = &outlines_->info;
   const int glyph = stbtt_FindGlyphIndex(info, static_cast<int>(character));
-  const float scaleH = outlines_->scale(h);
-  const float scaleV = outlines_->scale(v);
+  const float scaleH = outlines_->scale(size.h);
+  const float scaleV = outlines_->scale(size.v);
+  int left = 0;
+  int top = 0;
   int right = 0;
   int bottom = 0;
-  stbtt_GetGlyphBitmapBox(info, glyph, scaleH, scaleV, &coverage.left, &coverage.top, &right, &bottom);
-  coverage.width = right - coverage.left;
-  coverage.height = bottom - coverage.top;
-  if (coverage.width <= 0 || coverage.height <= 0) return {};
-  coverage.pixels.resize(static_cast<std::size_t>(coverage.width) * static_cast<std::size_t>(coverage.height));
-  stbtt_MakeGlyphBitmap(info, coverage.pixels.data(), coverage.width, coverage.height, coverage.width, scaleH, scaleV,
-                        glyph);
-  return coverage;
+  stbtt_GetGlyphBitmapBox(info, glyph, scaleH, scaleV, &left, &top, &right, &bottom);
+  const int width = right - left;
+  const int height = bottom - top;
+  if (width <= 0 || height <= 0) return runs;
+  std::vector<std::uint8_t> coverage(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+  stbtt_MakeGlyphBitmap(info, coverage.data(), width, height, width, scaleH, scaleV, glyph);
+  const std::uint8_t* row = coverage.data();
+  for (int y = 0; y < height; ++y, row += width) {
+    for (int x = 0; x < width;) {
+      const int from = x;
+      while (x < width && row[x] >= kHalfCovered) ++x;
+      if (x > from) runs.push_back({top + y, left + from, left + x});
+      while (x < width && row[x] < kHalfCovered) ++x;
+    }
+  }
+  return runs;
 }
 
 Font::Extent Font::extent(int v) const {
@@ -112,19 +117,19 @@ Family familyOf(int number, const std::string& name) {
   }
   // Numbers of the system's fonts (Inside Macintosh I; Technical Note 191).
   switch (number) {
-    case 4:
-    case 22:
-      return Family::mono;  // Monaco, Courier
-    case 2:
-    case 5:
-    case 7:
-    case 14:
-    case 16:
-    case 20:
-    case 34:
-      return Family::serif;  // New York, Venice, Athens, Bookman,
+    case 4:   // Monaco
+    case 22:  // Courier
+      return Family::mono;
+    case 2:   // New York
+    case 5:   // Venice
+    case 7:   // Athens
+    case 14:  // Bookman
+    case 16:  // Palatino
+    case 20:  // Times
+    case 34:  // New Century Schoolbook
+      return Family::serif;
     default:
-      return Family::sans;  // Palatino, Times, Century Schoolbook
+      return Family::sans;
   }
 }
 

@@ -1,9 +1,14 @@
-// The fonts that the framework carries in its Resources: a sans-serif, a serif and a monospaced family with the widths
-// of Helvetica, Times and Courier.
+// The fonts that text is drawn in: a sans-serif, a serif and a monospaced family with the widths of Helvetica, Times
+// and Courier.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace qd {
@@ -13,34 +18,50 @@ enum class Family { sans, serif, mono };
 // The nearest family to one of the system's, by the name that a picture gives it or else by its number.
 Family familyOf(int number, const std::string& name);
 
-struct Coverage {
-  int left = 0, top = 0;  // from the pen's position on the baseline
-  int width = 0, height = 0;
-  std::vector<std::uint8_t> pixels;  // 255 is fully covered
+// Pixels per em, across and down; they differ in text that is stretched.
+struct FontSize {
+  int h, v;
+  auto operator<=>(const FontSize&) const = default;
 };
 
+// A part of a row of a character, from the pen's position on the baseline.
+struct GlyphRun {
+  int y, left, right;
+};
+
+// One face of a family. One whose file is missing has no characters, each of them of no width.
 class Font {
  public:
-  // A font whose file is missing has no characters, each of them of no width.
-  static const Font& get(Family family, bool isBold, bool isItalic);
-
-  // Sizes are pixels per em; h and v differ in text that is stretched.
-  double advance(char32_t character, int h) const;
-  Coverage rasterize(char32_t character, int h, int v) const;
-  struct Extent {
-    int ascent, descent;
-  };
-  Extent extent(int v) const;
-
+  explicit Font(const std::filesystem::path& file);
   Font(const Font&) = delete;
   Font& operator=(const Font&) = delete;
   ~Font();
 
- private:
-  explicit Font(const std::string& file);
+  double advance(char32_t character, int h) const;
+  struct Extent {
+    int ascent, descent;
+  };
+  Extent extent(int v) const;
+  // Remembered from one use to the next.
+  const std::vector<GlyphRun>& runs(char32_t character, FontSize size) const;
 
+ private:
   struct Outlines;
-  Outlines* outlines_;
+  std::vector<GlyphRun> rasterize(char32_t character, FontSize size) const;
+
+  std::unique_ptr<Outlines> outlines_;
+  mutable std::map<std::pair<FontSize, char32_t>, std::vector<GlyphRun>> remembered_;
+};
+
+// The faces in a folder, each read when it is first asked for. For one thread at a time, as its fonts are.
+class Fonts {
+ public:
+  explicit Fonts(std::filesystem::path folder) : folder_(std::move(folder)) {}
+  const Font& get(Family family, bool isBold, bool isItalic);
+
+ private:
+  std::filesystem::path folder_;
+  std::array<std::unique_ptr<Font>, 12> faces_;
 };
 
 }  // namespace qd

@@ -2,8 +2,12 @@
 // no port, handle or picture is left alone.
 #include "platform/quickdraw/operations.h"
 
+#include <dlfcn.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <unordered_map>
 #include <unordered_set>
@@ -28,20 +32,45 @@ constexpr std::size_t kMostPoints = 16381;  // of a polygon, whose size in bytes
 constexpr int kScreenWidth = 640;
 constexpr int kScreenHeight = 480;
 
-struct Worlds {
-  std::unordered_map<const Port*, std::unique_ptr<Port>> alive;
-  std::unordered_map<const void*, const PixelMap*> maps;  // by the map's address, and by that of its master
-  Port* screen = nullptr;
-  Port* current = nullptr;
+// A recording goes into a handle, which holds all that was recorded so far at every moment.
+class HandleSink final : public ByteSink {
+ public:
+  explicit HandleSink(Handle handle) : handle_(handle) {}
+  Handle handle() const { return handle_; }
+
+  bool append(Bytes bytes, std::size_t spare) override {
+    const auto size = static_cast<std::size_t>(GetHandleSize(handle_));
+    if (bytes.size() + spare > INT32_MAX - size) return false;
+    // A handle that has shrunk keeps its room.
+    if (!resize(size + bytes.size() + spare) || !resize(size + bytes.size())) return false;
+    std::copy(bytes.begin(), bytes.end(), *handle_ + size);
+    return true;
+  }
+  void replace(std::size_t at, Bytes bytes) override { std::copy(bytes.begin(), bytes.end(), *handle_ + at); }
+
+ private:
+  bool resize(std::size_t size) { return SetHandleSize(handle_, static_cast<std::int32_t>(size)); }
+
+  Handle handle_;
 };
 
-Port* newPort(Worlds& worlds, OwnedPixels pixels) {
-  auto port = std::make_unique<Port>(std::move(pixels));
-  Port* const made = port.get();
-  worlds.maps.emplace(&made->map(), &made->map());
-  worlds.maps.emplace(&made->mapMaster, &made->map());
-  worlds.alive.emplace(made, std::move(port));
-  return made;
+// A port as the operations know it.
+struct GrafPort {
+  GrafPort(OwnedPixels pixels, System& system) : port(std::move(pixels), system), mapMaster(&port.map()) {}
+
+  Port port;
+  std::optional<HandleSink> sink;             // of its recording
+  std::optional<std::vector<Point>> polygon;  // while one is open: the points of the lines
+  Handle polygonHandle = nullptr;             // which it goes into
+  const PixelMap* mapMaster;                  // the address of this is the port's PixMapHandle
+};
+
+// The fonts lie in the Resources folder beside this code, unless the environment names another.
+std::filesystem::path resourcesFolder() {
+  if (const char* named = std::getenv("MACPICT_FONTS")) return named;
+  Dl_info self = {};
+  if (dladdr(reinterpret_cast<void*>(&resourcesFolder), &self) == 0) return {};
+  return std::filesystem::absolute(self.dli_fname).parent_path() / "Resources";
 }
 
 void whiten(const PixelMap& map) {
@@ -50,24 +79,48 @@ void whiten(const PixelMap& map) {
   Painter(map, all, Pattern{}, patCopy, TransferColors{}).box(map.bounds);
 }
 
-Worlds& worlds() {
-  static Worlds all = [] {
-    Worlds made;
+struct Worlds {
+  Worlds() {
     auto pixels = OwnedPixels::make(Box(0, 0, kScreenHeight, kScreenWidth), 32, nullptr);
     whiten(pixels->map);
-    made.screen = made.current = newPort(made, std::move(*pixels));
+    screen = current = add(std::move(*pixels));
+  }
+
+  GrafPort* add(OwnedPixels pixels) {
+    auto port = std::make_unique<GrafPort>(std::move(pixels), system);
+    GrafPort* const made = port.get();
+    maps.emplace(&made->port.map(), &made->port.map());
+    maps.emplace(&made->mapMaster, &made->port.map());
+    alive.emplace(made, std::move(port));
     return made;
-  }();
+  }
+
+  System system{resourcesFolder()};
+  std::unordered_map<const GrafPort*, std::unique_ptr<GrafPort>> alive;
+  std::unordered_map<const void*, const PixelMap*> maps;  // by the map's address, and by that of its master
+  GrafPort* screen = nullptr;
+  GrafPort* current = nullptr;
+  Playback lastPlayback;
+};
+
+// The operations name no QuickDraw: there is one, as there is on a Mac.
+Worlds& worlds() {
+  static Worlds all;
   return all;
 }
 
-Port& current() { return *worlds().current; }
+GrafPort& currentPort() { return *worlds().current; }
+Port& current() { return currentPort().port; }
 
-Port* portOf(CGrafPtr ref) {
-  auto* port = reinterpret_cast<Port*>(ref);
+GrafPort* grafPortOf(CGrafPtr ref) {
+  auto* port = reinterpret_cast<GrafPort*>(ref);
   return worlds().alive.contains(port) ? port : nullptr;
 }
-CGrafPtr refOf(Port* port) { return reinterpret_cast<CGrafPtr>(port); }
+Port* portOf(CGrafPtr ref) {
+  GrafPort* const port = grafPortOf(ref);
+  return port != nullptr ? &port->port : nullptr;
+}
+CGrafPtr refOf(GrafPort* port) { return reinterpret_cast<CGrafPtr>(port); }
 
 // There is one device, which nothing looks into.
 GDHandle theDevice() {
@@ -125,12 +178,13 @@ void polygon(Verb verb, PolyHandle handle) {
 }
 
 void lineTo(Point to) {
-  Port& port = current();
-  const Point from = port.state.pen;
-  port.state.pen = to;
-  if (!port.polygon) return perform(port, LineCommand{from, to});
-  if (port.polygon->empty()) port.polygon->push_back(from);
-  if (port.polygon->size() < kMostPoints) port.polygon->push_back(to);
+  PortState& state = current().state;
+  const Point from = state.pen;
+  state.pen = to;
+  std::optional<std::vector<Point>>& polygon = currentPort().polygon;
+  if (!polygon) return perform(current(), LineCommand{from, to});
+  if (polygon->empty()) polygon->push_back(from);
+  if (polygon->size() < kMostPoints) polygon->push_back(to);
 }
 
 Point fromPen(std::int16_t dh, std::int16_t dv) {
@@ -144,11 +198,12 @@ std::string_view textOf(const void* bytes, std::int16_t first, std::int16_t coun
 }
 
 // Ends a port's recording, whose picture goes on to exist or not as the caller sees to.
-void endRecording(Port& port) {
-  if (port.recording == nullptr) return;
-  port.recording->close();
-  port.recording.reset();
-  ++port.state.penVisibility;
+void endRecording(GrafPort& graf) {
+  if (!graf.sink) return;
+  graf.port.recording->close();
+  graf.port.recording.reset();
+  graf.sink.reset();
+  ++graf.port.state.penVisibility;
 }
 
 }  // namespace
@@ -163,7 +218,7 @@ void GetGWorld(CGrafPtr* port, GDHandle* device) {
 }
 
 void SetGWorld(CGrafPtr port, GDHandle) {
-  if (Port* const selected = portOf(port)) worlds().current = selected;
+  if (GrafPort* const selected = grafPortOf(port)) worlds().current = selected;
 }
 
 std::int16_t GetPortTextSize(CGrafPtr ref) {
@@ -199,7 +254,7 @@ void SetPortPenSize(CGrafPtr ref, Point size) {
 // ---- pixels
 
 PixMapHandle GetGWorldPixMap(GWorldPtr world) {
-  Port* const port = portOf(world);
+  GrafPort* const port = grafPortOf(world);
   return port != nullptr ? reinterpret_cast<PixMapHandle>(const_cast<PixelMap**>(&port->mapMaster)) : nullptr;
 }
 
@@ -240,23 +295,26 @@ void RGBBackColor(const RGBColor* color) { current().state.colors.background = *
 // ---- pictures
 
 PicHandle OpenCPicture(const OpenCPicParams* params) {
-  Port& port = current();
-  if (port.recording != nullptr) return nullptr;
-  auto writer = std::make_unique<PictureWriter>(*params);
-  const Handle handle = writer->handle();
+  GrafPort& graf = currentPort();
+  if (graf.sink) return nullptr;
+  const Handle handle = NewHandle(0);
   if (handle == nullptr) return nullptr;
-  port.recording = std::move(writer);
-  --port.state.penVisibility;
-  return reinterpret_cast<PicHandle>(handle);
+  graf.sink.emplace(handle);
+  graf.port.recording = std::make_unique<PictureWriter>(*params, *graf.sink, worlds().system.fonts);
+  --graf.port.state.penVisibility;
+  if (!graf.port.recording->isFull()) return reinterpret_cast<PicHandle>(handle);
+  endRecording(graf);
+  DisposeHandle(handle);
+  return nullptr;
 }
 
-void ClosePicture() { endRecording(current()); }
+void ClosePicture() { endRecording(currentPort()); }
 
 void KillPicture(PicHandle picture) {
   const auto handle = reinterpret_cast<Handle>(picture);
   // A picture that some port still records can't outlive its handle.
-  for (const auto& [ref, port] : worlds().alive) {
-    if (port->recording != nullptr && port->recording->handle() == handle) endRecording(*port);
+  for (const auto& [ref, graf] : worlds().alive) {
+    if (graf->sink && graf->sink->handle() == handle) endRecording(*graf);
   }
   DisposeHandle(handle);
 }
@@ -264,16 +322,17 @@ void KillPicture(PicHandle picture) {
 void DrawPicture(PicHandle picture, const Rect* target) {
   const auto handle = reinterpret_cast<Handle>(picture);
   const std::int32_t size = GetHandleSize(handle);
-  if (size <= 0) return setLastPlayback({});
-  Port& port = current();
+  Playback& last = worlds().lastPlayback;
+  last = {};
+  if (size <= 0) return;
   // What is played may be what is being recorded: its bytes would move.
   std::vector<std::uint8_t> copy;
   Bytes bytes(reinterpret_cast<const std::uint8_t*>(*handle), static_cast<std::size_t>(size));
-  if (port.recording != nullptr && port.recording->handle() == handle) {
+  if (currentPort().sink && currentPort().sink->handle() == handle) {
     copy.assign(bytes.begin(), bytes.end());
     bytes = copy;
   }
-  setLastPlayback(play(port, bytes, *target));
+  last = play(current(), bytes, *target);
 }
 
 // ---- worlds, colour tables, regions
@@ -286,26 +345,27 @@ OSErr NewGWorld(GWorldPtr* world, std::int16_t depth, const Rect* bounds, CTabHa
   ColorTablePtr table;
   if (depth <= 8) {
     table = tables().of(colors);
-    if (table == nullptr || table->colors().size() > std::size_t{1} << depth) table = qd::ColorTable::standard(depth);
+    if (table == nullptr || table->colors().size() > std::size_t{1} << depth)
+      table = worlds().system.tables.standard(depth);
   }
   auto pixels = OwnedPixels::make(Box(*bounds), depth, table);
   if (!pixels) return memFullErr;
   whiten(pixels->map);
-  *world = refOf(newPort(worlds(), std::move(*pixels)));
+  *world = refOf(worlds().add(std::move(*pixels)));
   return noErr;
 }
 
 void DisposeGWorld(GWorldPtr world) {
-  Port* const port = portOf(world);
+  GrafPort* const port = grafPortOf(world);
   if (port == nullptr || port == worlds().screen) return;
   if (worlds().current == port) worlds().current = worlds().screen;
-  worlds().maps.erase(&port->map());
+  worlds().maps.erase(&port->port.map());
   worlds().maps.erase(&port->mapMaster);
   worlds().alive.erase(port);
 }
 
 CTabHandle GetCTable(std::int16_t id) {
-  ColorTablePtr table = qd::ColorTable::byId(id);
+  ColorTablePtr table = worlds().system.tables.byId(id);
   if (table == nullptr) return nullptr;
   const Handle handle = NewHandle(0);
   if (handle != nullptr) tables().alive[handle] = std::move(table);
@@ -420,24 +480,24 @@ ROUND_RECT(InvertRoundRect, Verb::invert)
 // ---- polygons
 
 PolyHandle OpenPoly() {
-  Port& port = current();
-  if (port.polygon) return nullptr;
+  GrafPort& graf = currentPort();
+  if (graf.polygon) return nullptr;
   const Handle handle = NewHandle(kPolygonHead);
   if (handle == nullptr) return nullptr;
-  port.polygon.emplace();
-  port.polygonHandle = handle;
-  --port.state.penVisibility;
+  graf.polygon.emplace();
+  graf.polygonHandle = handle;
+  --graf.port.state.penVisibility;
   return reinterpret_cast<PolyHandle>(handle);
 }
 
 void ClosePoly() {
-  Port& port = current();
-  if (!port.polygon) return;
-  ++port.state.penVisibility;
-  const std::vector<Point> points = std::move(*port.polygon);
-  port.polygon.reset();
+  GrafPort& graf = currentPort();
+  if (!graf.polygon) return;
+  ++graf.port.state.penVisibility;
+  const std::vector<Point> points = std::move(*graf.polygon);
+  graf.polygon.reset();
   const auto size = static_cast<std::int32_t>(points.size() * sizeof(Point)) + kPolygonHead;
-  const Handle handle = port.polygonHandle;
+  const Handle handle = graf.polygonHandle;
   if (!SetHandleSize(handle, size)) return;
   Box bounds;
   for (const Point& p : points) {
@@ -491,18 +551,19 @@ void DrawText(const void* bytes, std::int16_t first, std::int16_t count) {
 }
 
 std::int16_t TextWidth(const void* bytes, std::int16_t first, std::int16_t count) {
-  return Low16(textWidth(current().state.text, textOf(bytes, first, count)));
+  return Low16(textWidth(worlds().system.fonts, current().state.text, textOf(bytes, first, count)));
 }
 
 namespace qd {
+
+const Playback& lastPlayback() { return worlds().lastPlayback; }
 
 std::size_t livePorts() { return worlds().alive.size() - 1; }
 
 void resetCurrentPort() {
   worlds().current = worlds().screen;
-  Port& screen = *worlds().screen;
-  if (screen.recording != nullptr) endRecording(screen);
-  screen.state = PortState{};
+  endRecording(*worlds().screen);
+  current().state = PortState{};
 }
 
 }  // namespace qd

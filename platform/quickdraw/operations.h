@@ -3,6 +3,7 @@
 
 #include "contract/types.h"
 #include "engine/geometry/region.h"
+#include "engine/pict/player.h"
 #include "platform/visibility.h"
 
 extern "C" {
@@ -21,6 +22,8 @@ qd::Region regionOf(RgnHandle handle);
 
 namespace qd {
 
+// How the last DrawPicture went.
+PLATFORM_EXPORT const Playback& lastPlayback();
 // Worlds that nobody has disposed of.
 PLATFORM_EXPORT std::size_t livePorts();
 // The screen is current again, without a picture or a state.
