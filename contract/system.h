@@ -1,7 +1,7 @@
 // What the plug-in links with: a few functions of CoreFoundation, CoreServices and Carbon.
 #pragma once
 
-#include "contract/types.h"
+#include "contract/handles.h"
 
 using CFTypeRef = const void*;
 using CFAllocatorRef = const struct __CFAllocator*;

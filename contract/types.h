@@ -1,17 +1,13 @@
-// QuickDraw's own types, as its headers for 32-bit Mac OS X lay them out (Imaging With QuickDraw; Inside Macintosh I).
+// QuickDraw's plain values, as its headers for 32-bit Mac OS X lay them out (Imaging With QuickDraw; Inside Macintosh
+// I). They are the same at any width of word.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-using Boolean = unsigned char;
-using Style = unsigned char;
-using OSErr = std::int16_t;
-using OSStatus = std::int32_t;
-using OSType = std::uint32_t;
+namespace qd {
+
 using Fixed = std::int32_t;  // 16.16
-using Ptr = char*;
-using Handle = Ptr*;
 
 struct Rect {
   std::int16_t top, left, bottom, right;
@@ -42,17 +38,7 @@ struct OpenCPicParams {
 static_assert(sizeof(OpenCPicParams) == 24 && offsetof(OpenCPicParams, hRes) == 8 &&
               offsetof(OpenCPicParams, version) == 16 && offsetof(OpenCPicParams, reserved2) == 20);
 
-// References that are only stored and passed on.
-using CGrafPtr = struct OpaqueGrafPort*;
-using GWorldPtr = CGrafPtr;
-using GDHandle = struct GDevice**;
-using PixMapHandle = struct PixMap**;
-using BitMapPtr = const struct BitMap*;
-using PicHandle = struct Picture**;
-using PolyHandle = struct Polygon**;
-using RgnHandle = struct MacRegion**;
-using CTabHandle = struct ColorTable**;
-
+// Two of the eight classic colours, as ForeColor and BackColor number them.
 enum : std::int32_t { whiteColor = 30, blackColor = 33 };
 
 // Every integer that goes to QuickDraw keeps its low 16 bits, sign and all; nothing clamps.
@@ -72,3 +58,5 @@ constexpr Rect MakeRect(std::int32_t left, std::int32_t top, std::int32_t width,
 constexpr OpenCPicParams PictureParams(std::int32_t width, std::int32_t height) {
   return {MakeRect(0, 0, width, height), 0x480000, 0x480000, -2, 0, 0};
 }
+
+}  // namespace qd

@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "contract/types.h"
+#include "contract/handles.h"
 #include "platform/visibility.h"
 
 extern "C" {

@@ -1,7 +1,7 @@
 // The 68 operations, and what other parts of the platform need of QuickDraw besides.
 #pragma once
 
-#include "contract/types.h"
+#include "contract/handles.h"
 #include "engine/geometry/region.h"
 #include "engine/pict/player.h"
 #include "platform/visibility.h"

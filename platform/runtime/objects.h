@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "contract/host.h"
-#include "contract/types.h"
+#include "contract/handles.h"
 
 namespace runtime {
 

@@ -4,7 +4,7 @@
 #include "contract/host.h"
 #include "contract/records.h"
 #include "contract/slot.h"
-#include "contract/types.h"
+#include "contract/handles.h"
 
 // Gives the address of an entry point by its name, or null.
 using REALResolver = void* (*)(const char* name);

@@ -3,7 +3,7 @@
 
 #include "contract/slot.h"
 #include "contract/system.h"
-#include "contract/types.h"
+#include "contract/handles.h"
 
 namespace quickdraw {
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "contract/records.h"
-#include "contract/types.h"
+#include "contract/handles.h"
 
 struct REALobjectStruct;
 
