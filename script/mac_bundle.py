@@ -146,7 +146,7 @@ def mark_weak(bundle, library, names):
 
 
 def project_version():
-    return re.search(r"project\(QuickDrawTVK VERSION (\S+)", pathlib.Path("CMakeLists.txt").read_text())[1]
+    return pathlib.Path("VERSION").read_text().strip()
 
 
 def pack(files, path):

@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "engine/geometry/geometry.h"
+#include "qdraw/qdraw.h"
 
 namespace qd {
 
-using Bytes = std::span<const std::uint8_t>;
 inline Bytes bytesOf(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }

@@ -303,7 +303,7 @@ class Player {
   }
 
   Outcome drawQuickTimeImage(ByteReader& in) {
-    const auto image = readQuickTimeImage(in, port_.system().tables);
+    const auto image = readQuickTimeImage(in, port_.resources().tables);
     if (!image) return Outcome::broken;
     if (!image->pixels) {
       const std::string remark =

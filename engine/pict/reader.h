@@ -23,13 +23,6 @@ struct Opcode {
   std::size_t length = 0;
 };
 
-// Where and why a picture ended too early.
-struct PictureError {
-  std::size_t offset = 0;
-  std::uint16_t opcode = 0;
-  std::string what;  // a sentence without its full stop
-};
-
 class PictureReader {
  public:
   // The bytes of a picture handle, without a file's header.
@@ -54,9 +47,5 @@ class PictureReader {
   bool ended_ = false;
   std::optional<PictureError> error_;
 };
-
-// A picture file begins with 512 bytes for the program that wrote it. Gives what is behind them, or all of the bytes if
-// they are a picture as they stand; nothing if no picture begins at either place.
-std::optional<Bytes> pictureInFile(Bytes file);
 
 }  // namespace qd

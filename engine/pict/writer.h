@@ -5,7 +5,6 @@
 #include <optional>
 
 #include "engine/pict/bytes.h"
-#include "engine/pict/sink.h"
 #include "engine/port/command.h"
 
 namespace qd {

@@ -6,10 +6,10 @@
 
 #include "engine/port/port.h"
 #include "engine/shapes/scan.h"
+#include "qdraw/qdraw.h"
 
 namespace qd {
 
-enum class Verb { frame, paint, erase, invert, fill };
 enum class Shape { rect, roundRect, oval, arc, polygon, region };
 
 struct LineCommand {

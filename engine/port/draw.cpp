@@ -84,7 +84,7 @@ void draw(Port& port, const TextCommand& text) {
   const TextState& style = state.text;
   if ((style.mode & ~ditherCopy) == srcCopy) {
     Painter ground(port.map(), clip, kClear, patCopy, state.colors);
-    ground.box(textBox(port.system().fonts, style, text.at, text.bytes));
+    ground.box(textBox(port.resources().fonts, style, text.at, text.bytes));
   }
   static const Pattern kGrey{{0xAA, 0x55, 0xAA, 0x55, 0xAA, 0x55, 0xAA, 0x55}, nullptr};
   const int mode = style.mode & 7;
@@ -95,7 +95,7 @@ void draw(Port& port, const TextCommand& text) {
                   : mode == srcCopy           ? patOr
                                               : mode + patCopy,
                   state.colors);
-  scanText(port.system().fonts, style, text.at, text.bytes, clip.bounds(), painter);
+  scanText(port.resources().fonts, style, text.at, text.bytes, clip.bounds(), painter);
 }
 
 void draw(Port& port, const BitsCommand& bits) {

@@ -4,7 +4,7 @@
 
 namespace qd {
 
-Port::Port(OwnedPixels pixels, System& system) : system_(system), pixels_(std::move(pixels)) {}
+Port::Port(OwnedPixels pixels, Resources& resources) : resources_(resources), pixels_(std::move(pixels)) {}
 
 Port::~Port() = default;
 

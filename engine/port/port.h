@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "engine/port/system.h"
+#include "engine/port/resources.h"
 #include "engine/shapes/paint.h"
 
 namespace qd {
@@ -40,13 +40,13 @@ struct PortState {
 
 class Port {
  public:
-  // The system outlives it.
-  Port(OwnedPixels pixels, System& system);
+  // The resources outlive it.
+  Port(OwnedPixels pixels, Resources& resources);
   ~Port();
   Port(const Port&) = delete;
   Port& operator=(const Port&) = delete;
 
-  System& system() const { return system_; }
+  Resources& resources() const { return resources_; }
   const PixelMap& map() const { return pixels_.map; }
   // What the clip leaves of the port's pixels, till the clip changes.
   const Region& visible();
@@ -55,7 +55,7 @@ class Port {
   std::unique_ptr<PictureWriter> recording;
 
  private:
-  System& system_;
+  Resources& resources_;
   OwnedPixels pixels_;
   std::optional<Region> visibleFor_;  // the clip
   Region visible_;

@@ -185,4 +185,10 @@ void Painter::fillByPixel(int y, int left, int right) {
   map_.put(y, left, there_);
 }
 
+void whiten(const PixelMap& map) {
+  if (!map.isDirect()) return;  // zero is white already
+  const Region all(map.bounds);
+  Painter(map, all, Pattern{}, patCopy, TransferColors{}).box(map.bounds);
+}
+
 }  // namespace qd

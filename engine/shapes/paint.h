@@ -68,4 +68,7 @@ class Painter : public RunSink {
   std::vector<std::uint32_t> source_, there_;
 };
 
+// Makes all pixels of a new map white.
+void whiten(const PixelMap& map);
+
 }  // namespace qd

@@ -56,7 +56,7 @@ class HandleSink final : public ByteSink {
 
 // A port as the operations know it.
 struct GrafPort {
-  GrafPort(OwnedPixels pixels, System& system) : port(std::move(pixels), system), mapMaster(&port.map()) {}
+  GrafPort(OwnedPixels pixels, Resources& resources) : port(std::move(pixels), resources), mapMaster(&port.map()) {}
 
   Port port;
   std::optional<HandleSink> sink;             // of its recording
@@ -73,12 +73,6 @@ std::filesystem::path resourcesFolder() {
   return std::filesystem::absolute(self.dli_fname).parent_path() / "Resources";
 }
 
-void whiten(const PixelMap& map) {
-  if (!map.isDirect()) return;  // zero is white already
-  const Region all(map.bounds);
-  Painter(map, all, Pattern{}, patCopy, TransferColors{}).box(map.bounds);
-}
-
 struct Worlds {
   Worlds() {
     auto pixels = OwnedPixels::make(Box(0, 0, kScreenHeight, kScreenWidth), 32, nullptr);
@@ -87,7 +81,7 @@ struct Worlds {
   }
 
   GrafPort* add(OwnedPixels pixels) {
-    auto port = std::make_unique<GrafPort>(std::move(pixels), system);
+    auto port = std::make_unique<GrafPort>(std::move(pixels), resources);
     GrafPort* const made = port.get();
     maps.emplace(&made->port.map(), &made->port.map());
     maps.emplace(&made->mapMaster, &made->port.map());
@@ -95,7 +89,7 @@ struct Worlds {
     return made;
   }
 
-  System system{resourcesFolder()};
+  Resources resources{resourcesFolder()};
   std::unordered_map<const GrafPort*, std::unique_ptr<GrafPort>> alive;
   std::unordered_map<const void*, const PixelMap*> maps;  // by the map's address, and by that of its master
   GrafPort* screen = nullptr;
@@ -300,7 +294,7 @@ PicHandle OpenCPicture(const OpenCPicParams* params) {
   const Handle handle = NewHandle(0);
   if (handle == nullptr) return nullptr;
   graf.sink.emplace(handle);
-  graf.port.recording = std::make_unique<PictureWriter>(*params, *graf.sink, worlds().system.fonts);
+  graf.port.recording = std::make_unique<PictureWriter>(*params, *graf.sink, worlds().resources.fonts);
   --graf.port.state.penVisibility;
   if (!graf.port.recording->isFull()) return reinterpret_cast<PicHandle>(handle);
   endRecording(graf);
@@ -346,7 +340,7 @@ OSErr NewGWorld(GWorldPtr* world, std::int16_t depth, const Rect* bounds, CTabHa
   if (depth <= 8) {
     table = tables().of(colors);
     if (table == nullptr || table->colors().size() > std::size_t{1} << depth)
-      table = worlds().system.tables.standard(depth);
+      table = worlds().resources.tables.standard(depth);
   }
   auto pixels = OwnedPixels::make(Box(*bounds), depth, table);
   if (!pixels) return memFullErr;
@@ -365,7 +359,7 @@ void DisposeGWorld(GWorldPtr world) {
 }
 
 CTabHandle GetCTable(std::int16_t id) {
-  ColorTablePtr table = worlds().system.tables.byId(id);
+  ColorTablePtr table = worlds().resources.tables.byId(id);
   if (table == nullptr) return nullptr;
   const Handle handle = NewHandle(0);
   if (handle != nullptr) tables().alive[handle] = std::move(table);
@@ -551,7 +545,7 @@ void DrawText(const void* bytes, std::int16_t first, std::int16_t count) {
 }
 
 std::int16_t TextWidth(const void* bytes, std::int16_t first, std::int16_t count) {
-  return Low16(textWidth(worlds().system.fonts, current().state.text, textOf(bytes, first, count)));
+  return Low16(textWidth(worlds().resources.fonts, current().state.text, textOf(bytes, first, count)));
 }
 
 namespace qd {

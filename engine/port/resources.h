@@ -7,9 +7,9 @@
 namespace qd {
 
 // Shared by the ports of one thread; two threads have one each.
-struct System {
+struct Resources {
   // The fonts lie in that folder.
-  explicit System(std::filesystem::path folder) : fonts(std::move(folder)) {}
+  explicit Resources(std::filesystem::path folder) : fonts(std::move(folder)) {}
 
   Fonts fonts;
   ColorTables tables;

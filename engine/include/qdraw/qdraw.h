@@ -1,0 +1,214 @@
+// QuickDraw's pictures (PICT): read, played into pixels, listed and recorded.
+//
+//   qd::System system("/usr/share/qdraw/fonts");                     // one for each thread
+//   const auto picture = qd::pictureInFile(file);                    // the file's bytes, with or without 512 in front
+//   const auto info = qd::pictureInfo(*picture);                     // version, frame, resolution
+//   auto world = qd::GWorld::make(system, info->width(), info->height());
+//   const qd::Playback playback = world->play(*picture);            // what was drawn, and what is missing
+//   world->rgb(y, row);                                             // a row as red, green, blue
+//
+//   std::vector<std::uint8_t> bytes;
+//   qd::VectorSink sink(bytes);
+//   qd::Recorder recorder(system, qd::PictureParams(200, 100), sink);
+//   recorder.rect(qd::Verb::paint, qd::MakeRect(10, 10, 50, 20));
+//   const bool isWhole = recorder.close();                           // now bytes are a PICT
+//
+// Rectangles are top, left, bottom, right, points v, h: in pixels, of 16 bits and signed; the pixels of a rectangle lie
+// between its edges. Colours have 16 bits a component. Nothing here throws for what a picture holds; without memory
+// std::bad_alloc comes through. What a broken picture has before its first broken opcode is played and listed.
+//
+// From Imaging With QuickDraw (1994) and Inside Macintosh I and V. Needs a little-endian processor.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "qdraw/types.h"
+
+namespace qd {
+
+using Bytes = std::span<const std::uint8_t>;
+class GWorld;
+class Port;
+class PictureWriter;
+struct Resources;
+
+// What pictures refer to and don't hold: the system's fonts, and its colour tables. It outlives what is made with it.
+class System {
+ public:
+  // The fonts lie in that folder; text in one whose file is missing draws nothing.
+  explicit System(std::filesystem::path fonts);
+  ~System();
+  System(const System&) = delete;
+  System& operator=(const System&) = delete;
+
+ private:
+  friend class GWorld;
+  friend class Recorder;
+  std::unique_ptr<Resources> resources_;
+};
+
+// ---- reading
+
+// A picture file begins with 512 bytes for the program that wrote it. Gives what is behind them, or all of the bytes if
+// they are a picture as they stand; nothing if no picture begins at either place.
+std::optional<Bytes> pictureInFile(Bytes file);
+
+struct PictureInfo {
+  int version = 0;                         // 1 or 2
+  Rect frame = {};                         // at 72 dpi
+  Rect source = {};                        // the space of its coordinates
+  Fixed hRes = 0x480000, vRes = 0x480000;  // dots per inch, 16.16
+
+  // Of the source, in pixels.
+  int width() const { return source.right - source.left; }
+  int height() const { return source.bottom - source.top; }
+};
+
+// What a picture is; nothing if it is none.
+std::optional<PictureInfo> pictureInfo(Bytes picture);
+
+// Where and why a picture ended too early.
+struct PictureError {
+  std::size_t offset = 0;  // of the opcode, in bytes
+  std::uint16_t opcode = 0;
+  std::string what;  // a sentence without its full stop
+};
+// "at offset 42, in opcode 0030 FrameRect: its operands ...".
+std::string describe(const PictureError& error);
+
+// What became of a picture's opcodes.
+struct Playback {
+  int played = 0;                    // drawn, or taken as state
+  int skipped = 0;                   // reserved opcodes and comments, by their length
+  int undrawn = 0;                   // known opcodes of drawings that can't be made here
+  std::vector<std::string> remarks;  // what a person should know, once each
+  std::optional<PictureError> error;
+};
+
+// An opcode, its operands as text.
+struct Listing {
+  std::size_t offset;  // in bytes
+  std::uint16_t number;
+  std::string name;
+  std::vector<std::string> operands;
+};
+struct ListingEnd {
+  std::optional<PictureError> error;  // where the picture is broken
+  std::size_t left;                   // bytes behind its end
+};
+// Calls `opcode` for each up to the end or to what is broken.
+ListingEnd listOpcodes(Bytes picture, const std::function<void(const Listing&)>& opcode);
+
+// Calls `line` for each line, without a line end. True if the picture is whole: it ends in its end opcode. Else the
+// last line says where and why it broke.
+bool listPicture(Bytes picture, const std::function<void(const std::string&)>& line);
+
+// ---- pixels
+
+// An offscreen graphics world: pixels to draw on, white at first.
+class GWorld {
+ public:
+  // Depths are 1, 2, 4, 8 (indices into a colour table, the most significant bits first), 16 (big-endian 1-5-5-5) and
+  // 32 (bytes unused, red, green, blue). Tables are those of GetCTable: 33, 34, 36, 40 are grey ramps, 66, 68, 72 the
+  // standard colours of 2, 4 and 8 bits; 0 is the standard one of the depth. Nothing for what is none of these, for no
+  // pixels, and for more than a gigabyte of them.
+  static std::optional<GWorld> make(System& system, int width, int height, int depth = 32, int colorTable = 0);
+  GWorld(GWorld&&) noexcept;
+  GWorld& operator=(GWorld&&) noexcept;
+  ~GWorld();
+
+  int width() const;
+  int height() const;
+  int depth() const;
+  std::size_t rowBytes() const;
+  // A row's bytes, as the depth has them.
+  std::span<std::uint8_t> row(int y);
+  Bytes row(int y) const;
+  // A row as red, green, blue; three bytes for each pixel.
+  void rgb(int y, std::span<std::uint8_t> triplets) const;
+
+  // Plays a picture into a rectangle, stretched to fit it, or over all of it. The first broken opcode ends it.
+  Playback play(Bytes picture, const Rect& target);
+  Playback play(Bytes picture);
+
+ private:
+  friend class Recorder;
+  explicit GWorld(std::unique_ptr<Port> port);
+  std::unique_ptr<Port> port_;
+};
+
+// ---- recording
+
+// Where the bytes of a picture go as they are recorded.
+class ByteSink {
+ public:
+  virtual ~ByteSink() = default;
+  // Appends all of the bytes, or does nothing and answers false. After it has succeeded, as many as `spare` more bytes
+  // can be appended without fail.
+  virtual bool append(Bytes bytes, std::size_t spare) = 0;
+  // Puts bytes in the place of some that were appended.
+  virtual void replace(std::size_t at, Bytes bytes) = 0;
+};
+
+// Into memory. It takes bytes as long as there is some.
+class VectorSink final : public ByteSink {
+ public:
+  explicit VectorSink(std::vector<std::uint8_t>& bytes) : bytes_(bytes) {}
+  bool append(Bytes bytes, std::size_t spare) override;
+  void replace(std::size_t at, Bytes bytes) override;
+
+ private:
+  std::vector<std::uint8_t>& bytes_;
+};
+
+enum class Verb { frame, paint, erase, invert, fill };
+using PatternBits = std::array<std::uint8_t, 8>;  // eight rows, the left pixel in the highest bit
+
+// Records a picture of version 2 in its extended form. State is written when a command needs it, and only if it
+// changed. A recorder begins in black on white, with a pen of a pixel and all patterns as a port has them.
+class Recorder {
+ public:
+  // Begins a picture in the sink, in the space of the parameters' rectangle.
+  Recorder(System& system, const OpenCPicParams& params, ByteSink& sink);
+  ~Recorder();
+  Recorder(const Recorder&) = delete;
+  Recorder& operator=(const Recorder&) = delete;
+
+  void foreColor(const RGBColor& color);
+  void backColor(const RGBColor& color);
+  void penSize(Point size);
+  void penMode(int mode);  // a pattern mode: patCopy is 8
+  void penPattern(const PatternBits& bits);
+  void backPattern(const PatternBits& bits);  // of erase
+  void fillPattern(const PatternBits& bits);
+  void font(int number, int size, std::uint8_t face = 0, int mode = 1);  // in points; srcOr is 1
+  void clip(const Rect& rect);
+
+  void line(Point from, Point to);
+  void rect(Verb verb, const Rect& rect);
+  void roundRect(Verb verb, const Rect& rect, Point ovalSize);
+  void oval(Verb verb, const Rect& rect);
+  void arc(Verb verb, const Rect& rect, int start, int arc);  // degrees, clockwise from twelve o'clock
+  void polygon(Verb verb, std::span<const Point> points);     // not closed by a frame
+  void text(Point at, std::string_view macRoman);             // on the baseline
+  void image(const GWorld& world, const Rect& from, const Rect& to, int mode = 0);  // srcCopy is 0
+
+  // The sink took no more: the command for which that happened and all after it are missing.
+  bool isFull() const;
+  // Ends the picture. True if all that was recorded is in it; it is whole in any case, unless nothing could be written.
+  bool close();
+
+ private:
+  struct Parts;
+  std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace qd

@@ -1,0 +1,132 @@
+// The library's interface over the engine's parts.
+#include "qdraw/qdraw.h"
+
+#include <algorithm>
+#include <bit>
+
+#include "engine/pict/player.h"
+#include "engine/pict/writer.h"
+#include "engine/port/command.h"
+
+namespace qd {
+
+static_assert(std::endian::native == std::endian::little, "the loops over pixels read their words so");
+
+System::System(std::filesystem::path fonts) : resources_(std::make_unique<Resources>(std::move(fonts))) {}
+System::~System() = default;
+
+std::optional<PictureInfo> pictureInfo(Bytes picture) {
+  const PictureReader reader(picture);
+  if (reader.error()) return std::nullopt;
+  const PictureHeader& header = reader.header();
+  return PictureInfo{header.version, header.frame, toRect(header.source), header.hRes, header.vRes};
+}
+
+std::optional<GWorld> GWorld::make(System& system, int width, int height, int depth, int colorTable) {
+  constexpr int kDepths[] = {1, 2, 4, 8, 16, 32};
+  if (width <= 0 || height <= 0 || std::ranges::find(kDepths, depth) == std::end(kDepths)) return std::nullopt;
+  ColorTablePtr colors;
+  if (depth <= 8) {
+    ColorTables& tables = system.resources_->tables;
+    colors = colorTable != 0 ? tables.byId(colorTable) : tables.standard(depth);
+    if (colors == nullptr || colors->colors().size() > std::size_t{1} << depth) return std::nullopt;
+  }
+  auto pixels = OwnedPixels::make(Box(0, 0, height, width), depth, colors);
+  if (!pixels) return std::nullopt;
+  whiten(pixels->map);
+  return GWorld(std::make_unique<Port>(std::move(*pixels), *system.resources_));
+}
+
+GWorld::GWorld(std::unique_ptr<Port> port) : port_(std::move(port)) {}
+GWorld::GWorld(GWorld&&) noexcept = default;
+GWorld& GWorld::operator=(GWorld&&) noexcept = default;
+GWorld::~GWorld() = default;
+
+int GWorld::width() const { return port_->map().bounds.width(); }
+int GWorld::height() const { return port_->map().bounds.height(); }
+int GWorld::depth() const { return port_->map().depth; }
+std::size_t GWorld::rowBytes() const { return static_cast<std::size_t>(port_->map().rowBytes); }
+std::span<std::uint8_t> GWorld::row(int y) { return {port_->map().row(y), rowBytes()}; }
+Bytes GWorld::row(int y) const { return {port_->map().row(y), rowBytes()}; }
+
+void GWorld::rgb(int y, std::span<std::uint8_t> triplets) const {
+  const PixelMap& map = port_->map();
+  std::vector<std::uint32_t> pixels(static_cast<std::size_t>(width()));
+  map.get(y, 0, pixels);
+  auto out = triplets.begin();
+  for (const std::uint32_t pixel : pixels) {
+    const std::uint32_t deep = map.depth == 32 ? pixel : deepPixel(map.colorOf(pixel));
+    for (const int shift : {16, 8, 0}) *out++ = static_cast<std::uint8_t>(deep >> shift);
+  }
+}
+
+Playback GWorld::play(Bytes picture, const Rect& target) { return qd::play(*port_, picture, target); }
+Playback GWorld::play(Bytes picture) { return play(picture, toRect(port_->map().bounds)); }
+
+bool VectorSink::append(Bytes bytes, std::size_t spare) {
+  bytes_.reserve(std::max(bytes_.capacity(), bytes_.size() + bytes.size() + spare));
+  bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
+  return true;
+}
+void VectorSink::replace(std::size_t at, Bytes bytes) {
+  std::ranges::copy(bytes, bytes_.begin() + static_cast<std::ptrdiff_t>(at));
+}
+
+struct Recorder::Parts {
+  Parts(Resources& resources, const OpenCPicParams& params, ByteSink& sink) : writer(params, sink, resources.fonts) {}
+
+  PortState state;
+  PictureWriter writer;
+
+  void shape(Verb verb, ShapeCommand command) {
+    command.verb = verb;
+    writer.write(state, command);
+  }
+};
+
+Recorder::Recorder(System& system, const OpenCPicParams& params, ByteSink& sink)
+    : parts_(std::make_unique<Parts>(*system.resources_, params, sink)) {}
+Recorder::~Recorder() = default;
+
+void Recorder::foreColor(const RGBColor& color) { parts_->state.colors.foreground = color; }
+void Recorder::backColor(const RGBColor& color) { parts_->state.colors.background = color; }
+void Recorder::penSize(Point size) { parts_->state.penSize = size; }
+void Recorder::penMode(int mode) { parts_->state.penMode = mode; }
+void Recorder::penPattern(const PatternBits& bits) { parts_->state.penPattern = {bits, nullptr}; }
+void Recorder::backPattern(const PatternBits& bits) { parts_->state.backPattern = {bits, nullptr}; }
+void Recorder::fillPattern(const PatternBits& bits) { parts_->state.fillPattern = {bits, nullptr}; }
+void Recorder::font(int number, int size, std::uint8_t face, int mode) {
+  TextState& text = parts_->state.text;
+  text.font = Low16(number);
+  text.size = Low16(size);
+  text.face = face;
+  text.mode = Low16(mode);
+}
+void Recorder::clip(const Rect& rect) { parts_->state.clip = Region(Box(rect)); }
+
+void Recorder::line(Point from, Point to) { parts_->writer.write(parts_->state, LineCommand{from, to}); }
+void Recorder::rect(Verb verb, const Rect& rect) { parts_->shape(verb, {.shape = Shape::rect, .rect = rect}); }
+void Recorder::roundRect(Verb verb, const Rect& rect, Point ovalSize) {
+  parts_->shape(verb, {.shape = Shape::roundRect, .rect = rect, .ovalSize = ovalSize});
+}
+void Recorder::oval(Verb verb, const Rect& rect) { parts_->shape(verb, {.shape = Shape::oval, .rect = rect}); }
+void Recorder::arc(Verb verb, const Rect& rect, int start, int arc) {
+  parts_->shape(verb, {.shape = Shape::arc, .rect = rect, .wedge = {start, arc}});
+}
+void Recorder::polygon(Verb verb, std::span<const Point> points) {
+  if (points.size() >= 2) parts_->shape(verb, {.shape = Shape::polygon, .points = points});
+}
+void Recorder::text(Point at, std::string_view macRoman) {
+  if (!macRoman.empty()) parts_->writer.write(parts_->state, TextCommand{at, macRoman});
+}
+void Recorder::image(const GWorld& world, const Rect& from, const Rect& to, int mode) {
+  parts_->writer.write(parts_->state, BitsCommand{&world.port_->map(), from, to, Low16(mode), nullptr});
+}
+
+bool Recorder::isFull() const { return parts_->writer.isFull(); }
+bool Recorder::close() {
+  parts_->writer.close();
+  return !isFull();
+}
+
+}  // namespace qd
