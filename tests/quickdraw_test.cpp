@@ -16,11 +16,14 @@ using namespace qd;
 
 namespace {
 
-// The runs of a shape as text: "2..14 0..16 1..15", a row behind the other.
+// The runs of a shape as text: "2..14 0..16 1..15", a row after the other, with "-" for one without runs in between.
 class RunText : public RunSink {
  public:
   void run(int y, int left, int right) override {
-    if (!text.empty()) text += y == last_ ? "+" : " ";
+    if (!text.empty()) {
+      while (++last_ < y) text += " -";
+      text += y < last_ ? "+" : " ";
+    }
     text += std::to_string(left) + ".." + std::to_string(right);
     last_ = y;
   }
@@ -82,6 +85,28 @@ TEST_F(QuickDraw, ShapesTouchTheirPixels) {
   EXPECT_EQ(runsOf([](RunSink& s) { scanLine({5, 3}, {5, 0}, {2, 2}, s); }), "0..5 0..5");
   const Point triangle[] = {{0, 0}, {4, 0}, {4, 4}};
   EXPECT_EQ(runsOf([&](RunSink& s) { scanPolygon(triangle, Box(0, 0, 10, 10), s); }), "0..1 0..2 0..3 0..4");
+}
+
+TEST_F(QuickDraw, FlatShapesAndCornersOfNoSizeTouchTheirPixels) {
+  const Box flat(0, 0, 3, 30);
+  const Box low(0, 0, 3, 16);
+  const struct {
+    RoundBox shape;
+    const char *solid, *framed;  // by a pen of 1
+  } shapes[] = {
+      {RoundBox::oval(flat), "3..27 0..30 3..27", "3..27 - 3..27"},
+      {RoundBox::oval(low), "2..14 0..16 1..15", "2..14 - 1..15"},
+      {{flat, 40, 40}, "3..27 0..30 3..27", "3..27 - 3..27"},
+      {{low, 4, 0}, "2..14 2..14 2..14", "2..14 - 2..14"},
+      {{low, 5, -1}, "2..14 2..14 2..14", "2..14 - 2..14"},
+      {{low, 0, 4}, "0..16 0..16 0..16", "0..16 0..1+15..16 0..16"},
+      {{Box(0, 0, 4, 9), 6, 2}, "0..9 0..9 0..9 0..9", "0..9 0..3+6..9 0..3+6..9 0..9"},
+  };
+  for (const auto& [shape, solid, framed] : shapes) {
+    EXPECT_EQ(runsOf([&](RunSink& s) { scanRoundBox(shape, s); }), solid);
+    EXPECT_EQ(runsOf([&](RunSink& s) { scanFrame(shape, {1, 1}, s); }), framed);
+  }
+  EXPECT_EQ(runsOf([&](RunSink& s) { scanArcFrame(flat, {0, 180}, {1, 1}, s); }), "15..27 - 15..27");
 }
 
 TEST_F(QuickDraw, ScannersStayInTheirRectangleAndEnd) {

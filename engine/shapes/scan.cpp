@@ -10,7 +10,7 @@ namespace {
 using Wide = std::int64_t;  // 16.16 where nothing else is said
 constexpr Wide kOne = 0x10000;
 constexpr Wide kHalf = 0x8000;
-constexpr Wide kVertical = 0x7FFFFFFF;  // the tangent of 90 degrees
+constexpr Wide kMost = 0x7FFFFFFF;  // that fits in 32 bits
 
 constexpr int floorOf(Wide fixed) { return static_cast<int>(fixed >> 16); }
 
@@ -19,8 +19,8 @@ struct Run {
   bool empty() const { return left >= right; }
 };
 
-// The one scan converter for ovals and round corners: gives the run of each row, from the top down. Both edges move in
-// steps of half a pixel, by squares that are summed up in 32.32.
+// The one scan converter for ovals and round corners: gives the run of each row, from the top down, not cut to the
+// rectangle. Both edges move in steps of half a pixel, by squares that are summed up in 32.32.
 class OvalRows {
  public:
   explicit OvalRows(const RoundBox& shape)
@@ -28,13 +28,13 @@ class OvalRows {
         w_(std::clamp(shape.ovalWidth, 0, std::max(0, shape.box.width()))),
         h_(std::clamp(shape.ovalHeight, 0, std::max(0, shape.box.height()))),
         y_(box_.top) {
-    if (w_ == 0 || h_ == 0) w_ = h_ = 0;
     left_ = box_.left * kOne + w_ * kHalf;
     right_ = box_.right * kOne - w_ * kHalf + kHalf;
     if (w_ == 0) return;
-    const auto ratio = static_cast<std::uint64_t>(std::min(h_ * kOne / w_, kVertical));
+    const auto ratio = static_cast<std::uint64_t>(std::clamp(h_ * kOne / w_, Wide{1}, kMost));
     term_ = ratio * ratio;
     step_ = 2 * term_;
+    mostSteps_ = UINT32_MAX / ratio;
     odd_ = 1 - h_;
     target_ = 2 * Wide{h_} - 1;
   }
@@ -46,20 +46,23 @@ class OvalRows {
     const int y = y_++;
     const bool inCorners = y < box_.top + h_ / 2 || y >= box_.top + h_ / 2 + box_.height() - h_;
     if (w_ != 0 && inCorners) advance();
-    return {std::max(floorOf(left_), box_.left), std::min(floorOf(right_), box_.right)};
+    return {floorOf(left_), floorOf(right_)};
+  }
+  Run nextCut() {
+    const Run run = next();
+    return {std::max(run.left, box_.left), std::min(run.right, box_.right)};
   }
 
  private:
   void advance() {
-    // An edge makes no more steps outward than its corner has half pixels.
-    while (static_cast<Wide>(sum_ >> 32) < target_ && steps_ <= w_) {
+    while (static_cast<Wide>(sum_ >> 32) < target_ && steps_ < mostSteps_) {
       ++steps_;
       left_ -= kHalf;
       right_ += kHalf;
       sum_ += term_;
       term_ += step_;
     }
-    while (static_cast<Wide>(sum_ >> 32) > target_ && steps_ > 0) {
+    while (static_cast<Wide>(sum_ >> 32) > target_) {
       --steps_;
       left_ += kHalf;
       right_ -= kHalf;
@@ -73,10 +76,10 @@ class OvalRows {
   Box box_;
   int w_, h_;
   int y_;
-  int steps_ = 0;
   Wide left_, right_;
-  // Squares in 32.32. Only those of corners a pixel wide and of half the grid's height may wrap.
+  // Squares in 32.32; steps whose square wouldn't fit aren't made.
   std::uint64_t sum_ = 0, term_ = 0, step_ = 0;
+  std::uint64_t steps_ = 0, mostSteps_ = 0;
   Wide odd_ = 0, target_ = 0;
 };
 
@@ -91,7 +94,8 @@ void emitWithout(int y, Run run, Run hole, RunSink& sink) {
   emit(y, {std::max(run.left, hole.right), run.right}, sink);
 }
 
-// The rows of the shape inside a frame, asked for in step with the rows around it.
+// The rows of the shape inside a frame, asked for in step with the rows around it. They are not cut to its rectangle,
+// so that a flat frame loses its ends.
 class Hole {
  public:
   explicit Hole(const RoundBox& shape) : isEmpty_(shape.box.empty()), rows_(shape) {}
@@ -124,7 +128,7 @@ class Ray {
 
  private:
   static Wide tangent(int degrees) {
-    if (degrees == 90) return kVertical;
+    if (degrees == 90) return kMost;
     return std::llround(std::tan(degrees * std::numbers::pi / 180) * kOne);
   }
 
@@ -186,14 +190,14 @@ void scanWedge(const Box& box, const Wedge& wedge, const RoundBox& inside, RunSi
   if (arc >= 360) {
     while (!rows.done()) {
       const int y = rows.y();
-      emitWithout(y, rows.next(), hole.at(y), sink);
+      emitWithout(y, rows.nextCut(), hole.at(y), sink);
     }
     return;
   }
   WedgeRows cutter(box, (start % 360 + 360) % 360, arc);
   while (!rows.done()) {
     const int y = rows.y();
-    const WedgeRows::Runs cut = cutter.cut(y, rows.next());
+    const WedgeRows::Runs cut = cutter.cut(y, rows.nextCut());
     const Run without = hole.at(y);
     for (int i = 0; i < cut.count; ++i) emitWithout(y, cut.runs[static_cast<std::size_t>(i)], without, sink);
   }
@@ -205,11 +209,11 @@ Wide slopeOf(Point from, Point to) { return (to.h - from.h) * kOne / (to.v - fro
 
 void scanRoundBox(const RoundBox& shape, RunSink& sink) {
   if (shape.box.empty()) return;
-  if (shape.ovalWidth <= 0 || shape.ovalHeight <= 0) return sink.box(shape.box);
+  if (shape.ovalWidth <= 0) return sink.box(shape.box);
   OvalRows rows(shape);
   while (!rows.done()) {
     const int y = rows.y();
-    emit(y, rows.next(), sink);
+    emit(y, rows.nextCut(), sink);
   }
 }
 
@@ -217,7 +221,7 @@ void scanFrame(const RoundBox& shape, Point pen, RunSink& sink) {
   if (shape.box.empty() || pen.h <= 0 || pen.v <= 0) return;
   const RoundBox inside = shape.inset(pen.h, pen.v);
   if (inside.box.empty()) return scanRoundBox(shape, sink);
-  if (shape.ovalWidth <= 0 || shape.ovalHeight <= 0) {
+  if (shape.ovalWidth <= 0) {
     const Box& outer = shape.box;
     const Box& inner = inside.box;
     sink.box({outer.top, outer.left, inner.top, outer.right});
@@ -231,7 +235,7 @@ void scanFrame(const RoundBox& shape, Point pen, RunSink& sink) {
   OvalRows rows(shape);
   while (!rows.done()) {
     const int y = rows.y();
-    emitWithout(y, rows.next(), hole.at(y), sink);
+    emitWithout(y, rows.nextCut(), hole.at(y), sink);
   }
 }
 

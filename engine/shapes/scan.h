@@ -8,7 +8,7 @@
 
 namespace qd {
 
-// A rectangle with round corners; an oval is its own corner. Corners of no size make it square.
+// A rectangle with round corners; an oval is its own corner. Corners without width are square.
 struct RoundBox {
   Box box;
   int ovalWidth = 0, ovalHeight = 0;
