@@ -109,6 +109,20 @@ TEST_F(QuickDraw, FlatShapesAndCornersOfNoSizeTouchTheirPixels) {
   EXPECT_EQ(runsOf([&](RunSink& s) { scanArcFrame(flat, {0, 180}, {1, 1}, s); }), "15..27 - 15..27");
 }
 
+// Rows in which a tangent that is rounded from the exact one would put the ray a pixel farther right.
+TEST_F(QuickDraw, ArcsTakeTheirTangentsFromTheTable) {
+  const struct {
+    int degrees, width, height, y;
+    const char* run;
+  } rows[] = {{58, 299, 11, 3, "149..235"}, {73, 38, 145, 51, "19..36"}, {89, 290, 117, 57, "145..286"}};
+  for (const auto& [degrees, width, height, y, run] : rows) {
+    RegionBuilder wedge;
+    scanArc(Box(0, 0, height, width), {0, degrees}, wedge);
+    const Region row = intersect(wedge.take(), Region(Box(y, 0, y + 1, width)));
+    EXPECT_EQ(runsOf([&](RunSink& s) { row.emit(s); }), run) << degrees;
+  }
+}
+
 TEST_F(QuickDraw, ScannersStayInTheirRectangleAndEnd) {
   class Bounds : public RunSink {
    public:

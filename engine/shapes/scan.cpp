@@ -1,8 +1,6 @@
 #include "engine/shapes/scan.h"
 
 #include <array>
-#include <cmath>
-#include <numbers>
 
 namespace qd {
 namespace {
@@ -11,6 +9,20 @@ using Wide = std::int64_t;  // 16.16 where nothing else is said
 constexpr Wide kOne = 0x10000;
 constexpr Wide kHalf = 0x8000;
 constexpr Wide kMost = 0x7FFFFFFF;  // that fits in 32 bits
+
+// Of 0 to 90 degrees, in 16.16. 90 has none, and is never asked for where it would count.
+constexpr Wide kTangents[] = {
+    0x00000000, 0x00000478, 0x000008F1, 0x00000D6B, 0x000011E7, 0x00001666, 0x00001AE8, 0x00001F6F, 0x000023FA,
+    0x0000288C, 0x00002D24, 0x000031C3, 0x0000366A, 0x00003B1A, 0x00003FD4, 0x00004498, 0x00004968, 0x00004E44,
+    0x0000532E, 0x00005826, 0x00005D2D, 0x00006245, 0x0000676E, 0x00006CAA, 0x000071FB, 0x00007760, 0x00007CDC,
+    0x00008270, 0x0000881E, 0x00008DE7, 0x000093CD, 0x000099D2, 0x00009FF7, 0x0000A640, 0x0000ACAD, 0x0000B341,
+    0x0000B9FF, 0x0000C0E9, 0x0000C802, 0x0000CF4E, 0x0000D6CF, 0x0000DE8A, 0x0000E681, 0x0000EEB9, 0x0000F737,
+    0x00010000, 0x00010919, 0x00011287, 0x00011C51, 0x0001267F, 0x00013117, 0x00013C22, 0x000147AA, 0x000153B9,
+    0x0001605B, 0x00016D9B, 0x00017B89, 0x00018A35, 0x000199AF, 0x0001AA0E, 0x0001BB68, 0x0001CDD6, 0x0001E177,
+    0x0001F66E, 0x00020CE1, 0x000224FE, 0x00023EFC, 0x00025B19, 0x0002799F, 0x00029AE7, 0x0002BF5B, 0x0002E77A,
+    0x000313E3, 0x00034556, 0x00037CC7, 0x0003BB68, 0x000402C2, 0x000454DB, 0x0004B462, 0x00052501, 0x0005ABD9,
+    0x00065051, 0x00071D88, 0x000824F3, 0x000983AD, 0x000B6E17, 0x000E4CF5, 0x001314BD, 0x001CA2D7, 0x00394A30,
+    0x7FFFFFFF};
 
 constexpr int floorOf(Wide fixed) { return static_cast<int>(fixed >> 16); }
 
@@ -111,7 +123,7 @@ class Ray {
  public:
   Ray(const Box& box, int angle) : isUpper_(angle < 90 || angle > 270), isLower_(angle > 90 && angle < 270) {
     const int turn = angle % 180;
-    Wide slope = turn <= 90 ? -tangent(turn) : tangent(180 - turn);
+    Wide slope = turn <= 90 ? -kTangents[turn] : kTangents[180 - turn];
     const Wide ratio = box.width() * kOne / std::max(1, box.height());
     slope = (slope * ratio + kHalf) >> 16;
     const Wide middle = (box.left + box.right) >> 1;
@@ -127,11 +139,6 @@ class Ray {
   }
 
  private:
-  static Wide tangent(int degrees) {
-    if (degrees == 90) return kMost;
-    return std::llround(std::tan(degrees * std::numbers::pi / 180) * kOne);
-  }
-
   bool isUpper_, isLower_;
   Wide x_, slope_;
 };
