@@ -5,12 +5,13 @@
 namespace qd {
 namespace {
 
+// docs/pixels.md, Fixed point
 using Wide = std::int64_t;  // 16.16 where nothing else is said
 constexpr Wide kOne = 0x10000;
 constexpr Wide kHalf = 0x8000;
 constexpr Wide kMost = 0x7FFFFFFF;  // that fits in 32 bits
 
-// Of 0 to 90 degrees, in 16.16. 90 has none, and is never asked for where it would count.
+// Of 0 to 90 degrees, in 16.16: docs/pixels.md, Arcs. 90 has none, and is never asked for where it would count.
 constexpr Wide kTangents[] = {
     0x00000000, 0x00000478, 0x000008F1, 0x00000D6B, 0x000011E7, 0x00001666, 0x00001AE8, 0x00001F6F, 0x000023FA,
     0x0000288C, 0x00002D24, 0x000031C3, 0x0000366A, 0x00003B1A, 0x00003FD4, 0x00004498, 0x00004968, 0x00004E44,
@@ -40,6 +41,7 @@ class OvalRows {
         w_(std::clamp(shape.ovalWidth, 0, std::max(0, shape.box.width()))),
         h_(std::clamp(shape.ovalHeight, 0, std::max(0, shape.box.height()))),
         y_(box_.top) {
+    // Where they start: docs/pixels.md, Ovals.
     left_ = box_.left * kOne + w_ * kHalf;
     right_ = box_.right * kOne - w_ * kHalf + kHalf;
     if (w_ == 0) return;
@@ -89,7 +91,7 @@ class OvalRows {
   int w_, h_;
   int y_;
   Wide left_, right_;
-  // Squares in 32.32; steps whose square wouldn't fit aren't made.
+  // Squares in 32.32; steps whose square wouldn't fit aren't made: docs/pixels.md, Fixed point.
   std::uint64_t sum_ = 0, term_ = 0, step_ = 0;
   std::uint64_t steps_ = 0, mostSteps_ = 0;
   Wide odd_ = 0, target_ = 0;
@@ -107,7 +109,7 @@ void emitWithout(int y, Run run, Run hole, RunSink& sink) {
 }
 
 // The rows of the shape inside a frame, asked for in step with the rows around it. They are not cut to its rectangle,
-// so that a flat frame loses its ends.
+// so that a flat frame loses its ends: docs/pixels.md, Frames.
 class Hole {
  public:
   explicit Hole(const RoundBox& shape) : isEmpty_(shape.box.empty()), rows_(shape) {}
@@ -118,7 +120,7 @@ class Hole {
   OvalRows rows_;
 };
 
-// A ray from the middle of a rectangle: where it crosses each row.
+// A ray from the middle of a rectangle: where it crosses each row (docs/pixels.md, Arcs).
 class Ray {
  public:
   Ray(const Box& box, int angle) : isUpper_(angle < 90 || angle > 270), isLower_(angle > 90 && angle < 270) {
@@ -259,6 +261,7 @@ void scanLine(Point from, Point to, Point pen, RunSink& sink) {
   const Box bounds(from.v, std::min(from.h, to.h), to.v + pen.v, std::max(from.h, to.h) + pen.h);
   if (from.v == to.v || from.h == to.h) return sink.box(bounds);
 
+  // docs/pixels.md, Lines
   const Wide slope = slopeOf(from, to);
   const Wide rise = pen.v * slope;
   Wide left = from.h * kOne + kHalf + (slope >> 1);
@@ -295,7 +298,7 @@ void scanPolygon(std::span<const Point> points, const Box& clip, RunSink& sink) 
     if (from.v == to.v) continue;
     if (from.v > to.v) std::swap(from, to);
     Edge edge = {from.v, to.v, from.h * kOne, 0};
-    if (from.h != to.h) {
+    if (from.h != to.h) {  // docs/pixels.md, Polygons
       edge.slope = slopeOf(from, to);
       edge.x += kHalf + (edge.slope >> 1);
       if (edge.slope >= 0 && edge.slope < kOne) edge.x += edge.slope;

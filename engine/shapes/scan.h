@@ -1,5 +1,5 @@
-// Which pixels a shape touches, as runs of rows. The rules are QuickDraw's own (Inside Macintosh I; Imaging With
-// QuickDraw, chapter 3): not an ellipse formula and not Bresenham's line, which give other pixels.
+// Which pixels a shape touches, as runs of rows. The rules are QuickDraw's own (docs/pixels.md): not an ellipse formula
+// and not Bresenham's line, which give other pixels.
 #pragma once
 
 #include <span>
