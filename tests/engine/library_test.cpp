@@ -1,0 +1,148 @@
+// The engine through its public header, at this machine's width of word.
+#include <gtest/gtest.h>
+#include <qdraw/qdraw.h>
+
+#include <array>
+#include <thread>
+
+namespace {
+
+using qd::Verb;
+using Picture = std::vector<std::uint8_t>;
+
+const char* const kFonts = FONTS;
+
+// Something of everything that a recorder records.
+Picture recorded(qd::System& system) {
+  Picture bytes;
+  qd::VectorSink sink(bytes);
+  qd::Recorder recorder(system, qd::PictureParams(80, 60), sink);
+  recorder.rect(Verb::paint, qd::MakeRect(2, 2, 20, 10));
+  recorder.foreColor({0xFFFF, 0, 0});
+  recorder.oval(Verb::paint, qd::MakeRect(30, 2, 20, 20));
+  recorder.fillPattern({0xAA, 0x55, 0xAA, 0x55, 0xAA, 0x55, 0xAA, 0x55});
+  recorder.roundRect(Verb::fill, qd::MakeRect(52, 2, 20, 20), {8, 8});
+  recorder.penSize({2, 2});
+  recorder.line({30, 2}, {40, 70});
+  const qd::Point triangle[] = {{45, 5}, {45, 25}, {58, 15}, {45, 5}};
+  recorder.polygon(Verb::frame, triangle);
+  recorder.arc(Verb::paint, qd::MakeRect(30, 40, 16, 16), 45, 270);
+  recorder.font(20, 12, 1);
+  recorder.text({56, 50}, "text");
+  auto bits = qd::GWorld::make(system, 4, 4, 8);
+  bits->row(1)[1] = 0xFF;  // black
+  recorder.image(*bits, qd::MakeRect(0, 0, 4, 4), qd::MakeRect(4, 20, 4, 4));
+  EXPECT_TRUE(recorder.close());
+  return bytes;
+}
+
+std::vector<std::uint8_t> played(qd::System& system, qd::Bytes picture, int depth) {
+  auto world = qd::GWorld::make(system, 80, 60, depth);
+  const qd::Playback playback = world->play(picture);
+  EXPECT_FALSE(playback.error);
+  EXPECT_EQ(playback.undrawn, 0);
+  std::vector<std::uint8_t> pixels(80U * 60U * 3U);
+  for (int y = 0; y < 60; ++y) world->rgb(y, std::span(pixels).subspan(static_cast<std::size_t>(y) * 240, 240));
+  return pixels;
+}
+
+using Color = std::array<std::uint8_t, 3>;
+Color at(const std::vector<std::uint8_t>& pixels, int x, int y) {
+  const auto* p = &pixels[static_cast<std::size_t>(y * 80 + x) * 3];
+  return {p[0], p[1], p[2]};
+}
+
+}  // namespace
+
+TEST(Library, RecordsListsAndPlaysAtAnyDepth) {
+  qd::System system(kFonts);
+  const Picture picture = recorded(system);
+  const auto info = qd::pictureInfo(picture);
+  ASSERT_TRUE(info);
+  EXPECT_EQ(info->version, 2);
+  EXPECT_EQ(info->frame, (qd::Rect{0, 0, 60, 80}));
+  std::string names;
+  const qd::ListingEnd end = qd::listOpcodes(picture, [&](const qd::Listing& l) { names += l.name + " "; });
+  EXPECT_FALSE(end.error);
+  for (const char* name :
+       {"PaintRect", "PaintOval", "FillRRect", "Line", "FramePoly", "PaintArc", "DHDVText", "Bits"}) {
+    EXPECT_NE(names.find(name), std::string::npos) << name << " in " << names;
+  }
+  constexpr Color kRed = {255, 0, 0};
+  constexpr Color kBlack = {0, 0, 0};
+  constexpr Color kWhite = {255, 255, 255};
+  for (const int depth : {8, 16, 32}) {
+    const auto pixels = played(system, picture, depth);
+    EXPECT_EQ(at(pixels, 2, 2), kBlack) << depth;
+    EXPECT_EQ(at(pixels, 22, 5), kWhite) << depth;
+    EXPECT_EQ(at(pixels, 40, 12), kRed) << depth;
+    EXPECT_EQ(at(pixels, 5, 21), kRed) << "an image's black takes the foreground: " << depth;
+    EXPECT_NE(at(pixels, 60, 10), at(pixels, 61, 10)) << "a pattern: " << depth;
+  }
+  const auto twoColors = played(system, picture, 1);
+  EXPECT_EQ(at(twoColors, 40, 12), kBlack);
+}
+
+TEST(Library, RefusesWhatItCannotMakeOrRead) {
+  qd::System system(kFonts);
+  for (const auto& [width, height, depth, table] : {std::array{0, 5, 8, 0},
+                                                    {5, -1, 8, 0},
+                                                    {5, 5, 3, 0},
+                                                    {5, 5, 24, 0},
+                                                    {5, 5, 2, 72},
+                                                    {5, 5, 8, 99},
+                                                    {32000, 32000, 32, 0}}) {
+    EXPECT_FALSE(qd::GWorld::make(system, width, height, depth, table)) << width << " " << depth << " " << table;
+  }
+  EXPECT_TRUE(qd::GWorld::make(system, 5, 5, 2, 34));
+  const Picture nonsense(600, 7);
+  EXPECT_FALSE(qd::pictureInFile(nonsense));
+  EXPECT_FALSE(qd::pictureInfo(nonsense));
+  auto world = qd::GWorld::make(system, 5, 5);
+  EXPECT_TRUE(world->play(nonsense).error);
+  Picture file(512, 0);
+  const Picture picture = recorded(system);
+  file.insert(file.end(), picture.begin(), picture.end());
+  EXPECT_EQ(qd::pictureInFile(file)->size(), picture.size());
+}
+
+// A sink says when it takes no more; what it has is a whole picture then.
+TEST(Library, ARecordingEndsWholeWhenItsSinkIsFull) {
+  struct Small final : qd::ByteSink {
+    Picture bytes;
+    bool append(qd::Bytes more, std::size_t spare) override {
+      if (bytes.size() + more.size() + spare > 200) return false;
+      bytes.insert(bytes.end(), more.begin(), more.end());
+      return true;
+    }
+    void replace(std::size_t at, qd::Bytes with) override {
+      std::copy(with.begin(), with.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
+    }
+  } sink;
+  qd::System system(kFonts);
+  qd::Recorder recorder(system, qd::PictureParams(80, 60), sink);
+  for (int i = 0; i < 50; ++i) recorder.rect(Verb::paint, qd::MakeRect(i, i, 5, 5));
+  EXPECT_TRUE(recorder.isFull());
+  EXPECT_FALSE(recorder.close());
+  EXPECT_TRUE(qd::listPicture(sink.bytes, [](const std::string&) {}));
+  EXPECT_GT(sink.bytes.size(), 180U);
+  EXPECT_EQ(sink.bytes[0] << 8 | sink.bytes[1], static_cast<int>(sink.bytes.size()));
+}
+
+// Each with a system of its own; run under the thread sanitizer too.
+TEST(Library, TwoThreadsPlayTwoPictures) {
+  qd::System system(kFonts);
+  const Picture picture = recorded(system);
+  const auto expected = played(system, picture, 8);
+  std::array<std::vector<std::uint8_t>, 2> results;
+  std::array<std::thread, 2> threads;
+  for (std::size_t i = 0; i < 2; ++i) {
+    threads[i] = std::thread([&results, i] {
+      qd::System own(kFonts);
+      for (int round = 0; round < 20; ++round) results[i] = played(own, recorded(own), 8);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(results[0], expected);
+  EXPECT_EQ(results[1], expected);
+}
