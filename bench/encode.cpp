@@ -1,8 +1,8 @@
 // Renders a picture as macpict does, and tells how many seconds of that are the PNG's compression and writing.
 #include "bench/bench.h"
 #include "engine/pict/lister.h"
-#include "macpict/files.h"
-#include "macpict/session.h"
+#include "tools/files.h"
+#include "hostcode/session.h"
 
 int main(int count, char** words) {
   if (count != 3) bench::fail("encode takes a PICT file and a PNG file.");

@@ -6,6 +6,7 @@
 
 #include "engine/pict/player.h"
 #include "engine/pict/writer.h"
+#include "engine/pixels/copy.h"
 #include "engine/port/command.h"
 
 namespace qd {
@@ -58,6 +59,18 @@ void GWorld::rgb(int y, std::span<std::uint8_t> triplets) const {
     const std::uint32_t deep = map.depth == 32 ? pixel : deepPixel(map.colorOf(pixel));
     for (const int shift : {16, 8, 0}) *out++ = static_cast<std::uint8_t>(deep >> shift);
   }
+}
+
+void GWorld::setRGB(int y, Bytes triplets) {
+  std::uint8_t* out = port_->map().row(y);
+  for (std::size_t i = 0; i + 3 <= triplets.size() && i < static_cast<std::size_t>(width()) * 3; i += 3, out += 4) {
+    std::ranges::copy(triplets.subspan(i, 3), out + 1);
+  }
+}
+
+void GWorld::copy(const GWorld& source, const Rect& from, const Rect& to) {
+  const PixelMap& map = port_->map();
+  copyBits(source.port_->map(), map, Box(from), Box(to), srcCopy, Region(map.bounds), TransferColors{});
 }
 
 Playback GWorld::play(Bytes picture, const Rect& target) { return qd::play(*port_, picture, target); }

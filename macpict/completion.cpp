@@ -1,7 +1,7 @@
 // macpict completion: the commands and their options, as a shell wants them.
 #include <cstdio>
 
-#include "macpict/command.h"
+#include "macpict/commands.h"
 
 namespace {
 

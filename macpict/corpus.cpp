@@ -2,10 +2,10 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "engine/pict/lister.h"
-#include "macpict/command.h"
-#include "macpict/files.h"
-#include "platform/quickdraw/operations.h"
+#include "macpict/commands.h"
+#include "tools/failure.h"
+#include "tools/files.h"
+#include "tools/png.h"
 
 namespace fs = std::filesystem;
 
@@ -65,14 +65,28 @@ class Sheet {
   Image image_;
 };
 
-Image label(Session& session, const std::string& text) {
+Image imageOf(const qd::GWorld& world) {
+  Image image{world.width(), world.height(), {}};
+  const auto rowBytes = static_cast<std::size_t>(image.width) * 3;
+  image.rgb.resize(rowBytes * static_cast<std::size_t>(image.height));
+  for (int y = 0; y < image.height; ++y) {
+    world.rgb(y,
+              {reinterpret_cast<std::uint8_t*>(image.rgb.data()) + static_cast<std::size_t>(y) * rowBytes, rowBytes});
+  }
+  return image;
+}
+
+Image label(const std::string& text) {
   constexpr int kWidth = kCellWidth - 2 * kGap;
-  const runtime::Object recorder = session.record(kWidth, kLabelHeight);
-  session.host().set(recorder, "TextSize", 10);
-  session.host().call(recorder, "DrawString", {session.host().string(text), 1, 11});
-  const runtime::Object picture = session.picture(kWidth, kLabelHeight);
-  session.play(recorder, picture, 0, 0, kWidth, kLabelHeight);
-  return session.imageOf(picture);
+  std::vector<std::uint8_t> picture;
+  qd::VectorSink sink(picture);
+  qd::Recorder recorder(fonts(), qd::PictureParams(kWidth, kLabelHeight), sink);
+  recorder.font(0, 10);
+  recorder.text({11, 1}, text);
+  recorder.close();
+  qd::GWorld world = makeWorld("A label", kWidth, kLabelHeight);
+  world.play(picture);
+  return imageOf(world);
 }
 
 struct Sum {
@@ -80,28 +94,27 @@ struct Sum {
 };
 
 // Renders one picture, counts what became of it, and gives it small. What is wrong is thrown, or said.
-Image renderOne(Session& session, const std::string& bytes, Sum& sum, std::string& report) {
-  const auto header = qd::pictureHeader(qd::bytesOf(bytes));
-  if (!header || header->source.empty()) throw runtime::Error("its frame is empty");
-  int width = header->source.width();
-  int height = header->source.height();
+Image renderOne(const std::string& bytes, Sum& sum, std::string& report) {
+  const auto info = qd::pictureInfo(asBytes(bytes));
+  if (!info || info->width() <= 0 || info->height() <= 0) throw Failure("its frame is empty");
+  int width = info->width();
+  int height = info->height();
   while (std::int64_t{width} * height > kMostPixels) {
     width = std::max(1, width / 2);
     height = std::max(1, height / 2);
   }
-  const runtime::Object canvas = session.picture(width, height);
-  session.play(session.recorderWith(bytes), canvas, 0, 0, width, height);
-  const qd::Playback& playback = qd::lastPlayback();
+  qd::GWorld world = makeWorld("it", width, height);
+  const qd::Playback playback = world.play(asBytes(bytes));
   sum.played += playback.played;
   sum.skipped += playback.skipped;
   sum.undrawn += playback.undrawn;
   report = std::to_string(width) + "x" + std::to_string(height) + ", " + std::to_string(playback.played) + " played, " +
            std::to_string(playback.skipped) + " skipped, " + std::to_string(playback.undrawn) + " not drawn";
   for (const std::string& remark : playback.remarks) report += "; " + remark;
-  if (playback.error) throw runtime::Error("it is broken " + qd::describe(*playback.error));
+  if (playback.error) throw Failure("it is broken " + qd::describe(*playback.error));
   constexpr int kRoomHeight = kCellHeight - kLabelHeight - 2 * kGap;
   const double scale = std::min({1.0, double(kCellWidth - 2 * kGap) / width, double(kRoomHeight) / height});
-  return shrunk(session.imageOf(canvas), std::max(1, static_cast<int>(width * scale)),
+  return shrunk(imageOf(world), std::max(1, static_cast<int>(width * scale)),
                 std::max(1, static_cast<int>(height * scale)));
 }
 
@@ -112,7 +125,6 @@ struct Options {
 Status renderCorpus(const Options& options) {
   const fs::path folder = options.folder;
   const fs::path sheetPath = options.sheet;
-  Session session;
   std::error_code error;
   std::vector<fs::path> files;
   for (const auto& entry : fs::recursive_directory_iterator(folder, error)) {
@@ -121,8 +133,8 @@ Status renderCorpus(const Options& options) {
     if (entry.is_regular_file() && (ending == ".pict" || ending == ".pct" || ending == ".pic"))
       files.push_back(entry.path());
   }
-  if (error) throw runtime::Error("\"" + folder.string() + "\" can't be read: " + error.message() + ".");
-  if (files.empty()) throw runtime::Error("There is no picture (.pict, .pct, .pic) below \"" + folder.string() + "\".");
+  if (error) throw Failure("\"" + folder.string() + "\" can't be read: " + error.message() + ".");
+  if (files.empty()) throw Failure("There is no picture (.pict, .pct, .pic) below \"" + folder.string() + "\".");
   std::sort(files.begin(), files.end());
 
   Sheet sheet(files.size());
@@ -131,14 +143,14 @@ Status renderCorpus(const Options& options) {
     const std::string name = fs::relative(files[i], folder).string();
     std::string report;
     try {
-      sheet.place(i, renderOne(session, readPicture(files[i]), sum, report), kLabelHeight);
+      sheet.place(i, renderOne(readPicture(files[i]), sum, report), kLabelHeight);
       ++sum.whole;
-    } catch (const runtime::Error& failure) {
+    } catch (const Failure& failure) {
       ++sum.failed;
       report = std::string("FAILED: ") + failure.what();
     }
     std::printf("%-40s %s\n", name.c_str(), report.c_str());
-    sheet.place(i, label(session, files[i].stem().string()), 0);
+    sheet.place(i, label(files[i].stem().string()), 0);
   }
   writePNG(sheetPath, sheet.image());
   std::printf("%d pictures rendered whole, %d failed; %d opcodes played, %d skipped, %d not drawn; all of them on %s\n",

@@ -2,10 +2,9 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "engine/pict/lister.h"
-#include "macpict/command.h"
-#include "macpict/files.h"
-#include "platform/runtime/host.h"
+#include "macpict/commands.h"
+#include "tools/failure.h"
+#include "tools/files.h"
 
 namespace {
 
@@ -16,7 +15,7 @@ struct Options {
   bool isJson = false;
 };
 
-Json jsonOf(const qd::Box& box) { return {box.left, box.top, box.right, box.bottom}; }
+Json jsonOf(const qd::Rect& rect) { return {rect.left, rect.top, rect.right, rect.bottom}; }
 
 Json jsonOf(const qd::Listing& listing) {
   char number[5];
@@ -25,16 +24,16 @@ Json jsonOf(const qd::Listing& listing) {
 }
 
 Status listAsJson(const Options& options, qd::Bytes picture) {
-  const auto header = qd::pictureHeader(picture);
+  const auto info = qd::pictureInfo(picture);
   Json opcodes = Json::array();
   const qd::ListingEnd end =
       qd::listOpcodes(picture, [&opcodes](const qd::Listing& listing) { opcodes.push_back(jsonOf(listing)); });
   Json all = {{"file", options.file}};
-  if (header) {
-    all["version"] = header->version;
-    all["frame"] = jsonOf(qd::Box(header->frame));
-    all["source"] = jsonOf(header->source);
-    all["dpi"] = {header->hRes / 65536.0, header->vRes / 65536.0};
+  if (info) {
+    all["version"] = info->version;
+    all["frame"] = jsonOf(info->frame);
+    all["source"] = jsonOf(info->source);
+    all["dpi"] = {info->hRes / 65536.0, info->vRes / 65536.0};
   }
   all["opcodes"] = std::move(opcodes);
   all["bytesBehindTheEnd"] = end.left;
@@ -45,14 +44,14 @@ Status listAsJson(const Options& options, qd::Bytes picture) {
 
 Status list(const Options& options) {
   const std::string picture = readPicture(options.file);
-  if (options.isJson) return listAsJson(options, qd::bytesOf(picture));
+  if (options.isJson) return listAsJson(options, asBytes(picture));
   std::string last;
-  const bool isWhole = qd::listPicture(qd::bytesOf(picture), [&last](const std::string& line) {
+  const bool isWhole = qd::listPicture(asBytes(picture), [&last](const std::string& line) {
     if (!last.empty()) std::puts(last.c_str());
     last = line;
   });
   std::fflush(stdout);
-  if (!isWhole) throw runtime::Error("The picture \"" + options.file + "\" is broken " + last + ".");
+  if (!isWhole) throw Failure("The picture \"" + options.file + "\" is broken " + last + ".");
   std::puts(last.c_str());
   return kDone;
 }

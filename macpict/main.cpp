@@ -1,95 +1,19 @@
-// macpict: a host application in miniature. Loads the plug-in, runs host code through it, and renders and lists PICTs.
-#include <unistd.h>
-
-#include <cstdio>
-#include <cstdlib>
-
-#include "macpict/command.h"
-#include "platform/runtime/host.h"
-
-namespace {
-
-constexpr void (*kCommands[])(CLI::App&, Command&) = {addRender,  addRecord,  addList,   addRun,
-                                                      addClasses, addGallery, addCorpus, addCompletion};
-
-// What is wrong with the word that should be a command; nothing if it is one, or an option.
-std::string wrongCommand(const CLI::App& app, int count, char** arguments) {
-  std::string names;
-  for (const CLI::App* command : app.get_subcommands(nullptr)) {
-    if (count > 1 && command->check_name(arguments[1])) return "";
-    names += (names.empty() ? "" : ", ") + command->get_name();
-  }
-  if (count > 1 && arguments[1][0] == '-') return "";
-  return (count > 1 ? "There is no command \"" + std::string(arguments[1]) + "\"; " : "A command is missing; ") +
-         names + " would work.";
-}
-
-// The command line's own sentences end without a stop.
-std::string sentenceOf(const CLI::ParseError& error) {
-  std::string sentence = error.what();
-  if (!sentence.ends_with('.')) sentence += '.';
-  return sentence + " macpict --help tells more.";
-}
-
-}  // namespace
-
-void complain(const std::string& sentence) {
-  const bool isRed = isatty(STDERR_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr;
-  std::fprintf(stderr, "%smacpict:%s %s\n", isRed ? "\x1B[31m" : "", isRed ? "\x1B[0m" : "", sentence.c_str());
-}
-
-void addPictureKind(CLI::App& command, PictureKind& kind) {
-  command.add_option("--depth", kind.depth, "Bits a pixel: 1, 2, 4, 8, 16, 24 or 32")
-      ->type_name("N")
-      ->check([](const std::string& text) {
-        for (const char* known : {"1", "2", "4", "8", "16", "24", "32"}) {
-          if (text == known) return std::string();
-        }
-        return "It takes 1, 2, 4, 8, 16, 24 or 32, not \"" + text + "\"";
-      });
-  command.add_flag("--gray", kind.isGray, "A ramp of greys in place of colours; 8 bits if no depth is given");
-}
-
-namespace {
-
-Status run(int count, char** arguments) {
-  CLI::App app("Records, plays and lists QuickDraw pictures (PICT), and runs host code that draws them.", "macpict");
-  app.footer("Exit status: 0 done, 1 the work failed, 2 wrong usage.");
-  app.set_version_flag("--version", "macpict " MACPICT_VERSION);
-  app.require_subcommand(1);
-  Command chosen;
-  for (const auto add : kCommands) add(app, chosen);
-  if (const std::string wrong = wrongCommand(app, count, arguments); !wrong.empty()) {
-    complain(wrong);
-    return kWrongUsage;
-  }
-  try {
-    app.parse(count, arguments);
-    return chosen();
-  } catch (const CLI::Success& asked) {  // for help, or for the version
-    app.exit(asked);
-    return kDone;
-  } catch (const CLI::ParseError& error) {
-    complain(sentenceOf(error));
-    return kWrongUsage;
-  } catch (const runtime::Error& error) {
-    complain(error.what());
-    return kFailed;
-  }
-}
-
-}  // namespace
+// macpict: a tool for PICT files. It renders, makes and lists them with the engine alone; host code is another
+// program's, which it starts.
+#include "hostcode/options.h"
+#include "macpict/commands.h"
 
 int main(int count, char** arguments) {
-  Status status = kFailed;
-  try {
-    status = run(count, arguments);
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
-      throw runtime::Error("What was printed can't be written: standard output is closed or full.");
-    for (const std::string& line : runtime::audit()) complain("left behind: " + line);
-  } catch (const std::exception& error) {
-    status = kFailed;
-    std::fprintf(stderr, "macpict: %s\n", error.what());
-  }
-  return status;
+  CLI::App app("Records, plays and lists QuickDraw pictures (PICT), and runs host code that draws them.", "macpict");
+  Command chosen;
+  addRender(app, chosen);
+  addRecord(app, chosen);
+  addList(app, chosen);
+  const auto forward = [arguments](const auto&) { return startHostcode(arguments); };
+  addRun(app, chosen, forward);
+  addClasses(app, chosen, forward);
+  addGallery(app, chosen, forward);
+  addCorpus(app, chosen);
+  addCompletion(app, chosen);
+  return runProgram(app, chosen, count, arguments);
 }

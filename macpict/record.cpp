@@ -4,8 +4,10 @@
 #include <cstdio>
 #include <memory>
 
-#include "macpict/command.h"
-#include "macpict/files.h"
+#include "macpict/commands.h"
+#include "tools/failure.h"
+#include "tools/files.h"
+#include "tools/png.h"
 
 namespace {
 
@@ -22,8 +24,8 @@ Image readImage(const std::string& path) {
                             &height, &components, 3),
       stbi_image_free);
   if (pixels == nullptr) {
-    throw runtime::Error("\"" + path + "\" is no image that can be read (" + stbi_failure_reason() +
-                         "); a PNG or JPEG file would work.");
+    throw Failure("\"" + path + "\" is no image that can be read (" + stbi_failure_reason() +
+                  "); a PNG or JPEG file would work.");
   }
   const auto size = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3;
   return {width, height, std::string(reinterpret_cast<const char*>(pixels.get()), size)};
@@ -31,15 +33,25 @@ Image readImage(const std::string& path) {
 
 Status record(const Options& options) {
   const Image image = readImage(options.in);
-  Session session;
-  const runtime::Object picture = session.pictureOf(image, options.kind);
-  const std::string pict = session.exported(picture);
-  if (pict.empty()) {
-    throw runtime::Error("A PICT of " + std::to_string(image.width) + "x" + std::to_string(image.height) +
-                         " pixels can't be made of \"" + options.in + "\": there is no memory for it.");
+  const std::string what = "A PICT of \"" + options.in + "\"";
+  qd::GWorld world = makeWorld(what, image.width, image.height);
+  const auto rowBytes = static_cast<std::size_t>(image.width) * 3;
+  for (int y = 0; y < image.height; ++y) {
+    world.setRGB(y, asBytes(image.rgb).subspan(static_cast<std::size_t>(y) * rowBytes, rowBytes));
   }
-  writePicture(options.out, pict);
-  std::printf("%s: %dx%d, %zu bytes\n", options.out.c_str(), image.width, image.height, pict.size());
+  const qd::Rect whole = qd::MakeRect(0, 0, image.width, image.height);
+  if (options.kind.depth != 0 || options.kind.isGray) {
+    qd::GWorld other = makeWorld(what, image.width, image.height, options.kind);
+    other.copy(world, whole, whole);
+    world = std::move(other);
+  }
+  std::vector<std::uint8_t> bytes;
+  qd::VectorSink sink(bytes);
+  qd::Recorder recorder(fonts(), qd::PictureParams(image.width, image.height), sink);
+  recorder.image(world, whole, whole);
+  if (!recorder.close()) throw Failure(what + " can't be made: there is no memory for it.");
+  writePicture(options.out, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  std::printf("%s: %dx%d, %zu bytes\n", options.out.c_str(), image.width, image.height, bytes.size());
   return kDone;
 }
 

@@ -7,10 +7,10 @@
 #include <map>
 #include <optional>
 
-#include "engine/pict/lister.h"
-#include "macpict/command.h"
-#include "macpict/files.h"
-#include "platform/quickdraw/operations.h"
+#include "macpict/commands.h"
+#include "tools/failure.h"
+#include "tools/files.h"
+#include "tools/png.h"
 
 namespace fs = std::filesystem;
 
@@ -41,46 +41,31 @@ std::optional<Size> parseSize(const std::string& text) {
 }
 
 // The size of a picture on the page, in pixels at 72 dpi.
-Size sizeOnPage(const qd::PictureHeader& header, double scale) {
-  const auto at72 = [scale](int units, Fixed resolution) {
+Size sizeOnPage(const qd::PictureInfo& info, double scale) {
+  const auto at72 = [scale](int units, qd::Fixed resolution) {
     const double pixels = std::round(units * scale * 0x480000 / resolution);
     return static_cast<int>(std::clamp(pixels, 1.0, double{kMostPixels}));
   };
-  return {at72(header.source.width(), header.hRes), at72(header.source.height(), header.vRes)};
+  return {at72(info.width(), info.hRes), at72(info.height(), info.vRes)};
 }
 
 // Throws what keeps a picture from being rendered. A broken one is told and still written, if it is to be kept going.
-Status renderOne(Session& session, const fs::path& in, const fs::path& out, const Options& options) {
-  std::string picture = readPicture(in);
-  const auto header = qd::pictureHeader(qd::bytesOf(picture));
-  if (!header || header->source.empty())
-    throw runtime::Error("The picture \"" + in.string() + "\" has an empty frame: there is nothing to render.");
-  const Size size = parseSize(options.size).value_or(sizeOnPage(*header, options.scale));
-  constexpr double kMostArea = 100e6;  // four bytes a pixel, several times over, have to fit the process
-  if (const double area = double(size.width) * size.height; area > kMostArea) {
-    char factor[16];
-    std::snprintf(factor, sizeof factor, "%.2g", options.scale * std::sqrt(kMostArea / area) * 0.95);
-    throw runtime::Error("The picture \"" + in.string() + "\" would take " + std::to_string(size.width) + "x" +
-                         std::to_string(size.height) + " pixels, more than there is memory for; --scale " + factor +
-                         " would work.");
-  }
-
-  // What is done with gives its memory to what comes next.
-  runtime::Object recorder = session.recorderWith(picture);
-  std::string().swap(picture);
-  runtime::Object canvas = session.picture(size.width, size.height, options.kind);
-  session.play(recorder, canvas, 0, 0, size.width, size.height);
-  recorder = {};
-  const qd::Playback& playback = qd::lastPlayback();
+Status renderOne(const fs::path& in, const fs::path& out, const Options& options) {
+  const std::string name = "The picture \"" + in.string() + "\"";
+  const std::string picture = readPicture(in);
+  const auto info = qd::pictureInfo(asBytes(picture));
+  if (!info || info->width() <= 0 || info->height() <= 0)
+    throw Failure(name + " has an empty frame: there is nothing to render.");
+  const Size size = parseSize(options.size).value_or(sizeOnPage(*info, options.scale));
+  qd::GWorld world = makeWorld(name, size.width, size.height, options.kind);
+  const qd::Playback playback = world.play(asBytes(picture));
   for (const std::string& remark : playback.remarks) complain(in.string() + ": " + remark);
   if (playback.error) {
-    const std::string broken = "The picture \"" + in.string() + "\" is broken " + qd::describe(*playback.error) + ".";
-    if (!options.keepGoing) throw runtime::Error(broken + " --keep-going would show what was drawn till then.");
+    const std::string broken = name + " is broken " + qd::describe(*playback.error) + ".";
+    if (!options.keepGoing) throw Failure(broken + " --keep-going would show what was drawn till then.");
     complain(broken);
   }
-  const Image image = session.imageOf(canvas);
-  canvas = {};
-  writePNG(out, image);
+  writePNG(out, size.width, size.height, [&world](int y, std::span<std::uint8_t> row) { world.rgb(y, row); });
   std::printf("%s: %dx%d, %d opcodes played, %d skipped, %d not drawn\n", out.c_str(), size.width, size.height,
               playback.played, playback.skipped, playback.undrawn);
   return playback.error ? kFailed : kDone;
@@ -94,19 +79,18 @@ Status renderMany(const Options& options, const fs::path& folder) {
     const auto [at, isNew] =
         results.emplace(folder / fs::path(options.files[i]).stem().concat(".png"), options.files[i]);
     if (!isNew) {
-      throw runtime::Error("Both \"" + at->second + "\" and \"" + options.files[i] + "\" would become \"" +
-                           at->first.string() + "\"; a folder for each would work.");
+      throw Failure("Both \"" + at->second + "\" and \"" + options.files[i] + "\" would become \"" +
+                    at->first.string() + "\"; a folder for each would work.");
     }
   }
   makeFolder(folder);
-  Session session;
   const bool showsProgress = isatty(STDERR_FILENO) != 0 && isatty(STDOUT_FILENO) == 0;
   std::size_t done = 0, failed = 0;
   for (const auto& [out, in] : results) {
     if (showsProgress) std::fprintf(stderr, "\r%zu of %zu", ++done, count);
     try {
-      if (renderOne(session, in, out, options) != kDone) ++failed;
-    } catch (const runtime::Error& error) {
+      if (renderOne(in, out, options) != kDone) ++failed;
+    } catch (const Failure& error) {
       ++failed;
       if (showsProgress) std::fputc('\n', stderr);
       complain(error.what());
@@ -125,8 +109,7 @@ Status render(const Options& options) {
   const fs::path out = options.files.back();
   std::error_code error;
   if (options.files.size() > 2 || fs::is_directory(out, error) || !out.has_filename()) return renderMany(options, out);
-  Session session;
-  return renderOne(session, options.files[0], out, options);
+  return renderOne(options.files[0], out, options);
 }
 
 }  // namespace

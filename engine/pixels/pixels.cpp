@@ -5,7 +5,7 @@
 namespace qd {
 namespace {
 
-constexpr std::int64_t kMostBytes = std::int64_t{1} << 30;  // of one map
+constexpr std::int64_t kMostBytes = std::int64_t{1} << (sizeof(void*) < 8 ? 30 : 40);  // of one map
 
 std::vector<RGBColor> greyRamp(int count) {
   std::vector<RGBColor> colors;

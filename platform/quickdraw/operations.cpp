@@ -65,12 +65,15 @@ struct GrafPort {
   const PixelMap* mapMaster;                  // the address of this is the port's PixMapHandle
 };
 
-// The fonts lie in the Resources folder beside this code, unless the environment names another.
-std::filesystem::path resourcesFolder() {
+// The fonts lie where the program for pictures has them, unless the environment names another folder: beside the
+// frameworks in the build tree, two folders above where they are installed.
+std::filesystem::path fontsFolder() {
   if (const char* named = std::getenv("MACPICT_FONTS")) return named;
   Dl_info self = {};
-  if (dladdr(reinterpret_cast<void*>(&resourcesFolder), &self) == 0) return {};
-  return std::filesystem::absolute(self.dli_fname).parent_path() / "Resources";
+  if (dladdr(reinterpret_cast<void*>(&fontsFolder), &self) == 0) return {};
+  const auto root = std::filesystem::absolute(self.dli_fname).parent_path().parent_path().parent_path();
+  const auto folder = root / "share/qdraw/fonts";
+  return std::filesystem::exists(folder) ? folder : root / "../../share/qdraw/fonts";
 }
 
 struct Worlds {
@@ -89,7 +92,7 @@ struct Worlds {
     return made;
   }
 
-  Resources resources{resourcesFolder()};
+  Resources resources{fontsFolder()};
   std::unordered_map<const GrafPort*, std::unique_ptr<GrafPort>> alive;
   std::unordered_map<const void*, const PixelMap*> maps;  // by the map's address, and by that of its master
   GrafPort* screen = nullptr;

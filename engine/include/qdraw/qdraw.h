@@ -119,7 +119,7 @@ class GWorld {
   // Depths are 1, 2, 4, 8 (indices into a colour table, the most significant bits first), 16 (big-endian 1-5-5-5) and
   // 32 (bytes unused, red, green, blue). Tables are those of GetCTable: 33, 34, 36, 40 are grey ramps, 66, 68, 72 the
   // standard colours of 2, 4 and 8 bits; 0 is the standard one of the depth. Nothing for what is none of these, for no
-  // pixels, and for more than a gigabyte of them.
+  // pixels, and for more than can be counted or had.
   static std::optional<GWorld> make(System& system, int width, int height, int depth = 32, int colorTable = 0);
   GWorld(GWorld&&) noexcept;
   GWorld& operator=(GWorld&&) noexcept;
@@ -132,9 +132,12 @@ class GWorld {
   // A row's bytes, as the depth has them.
   std::span<std::uint8_t> row(int y);
   Bytes row(int y) const;
-  // A row as red, green, blue; three bytes for each pixel.
+  // A row as red, green, blue; three bytes for each pixel. The other way it takes a world of 32 bits.
   void rgb(int y, std::span<std::uint8_t> triplets) const;
+  void setRGB(int y, Bytes triplets);
 
+  // Copies pixels, stretched where the rectangles differ in size; a colour goes to the nearest that there is.
+  void copy(const GWorld& source, const Rect& from, const Rect& to);
   // Plays a picture into a rectangle, stretched to fit it, or over all of it. The first broken opcode ends it.
   Playback play(Bytes picture, const Rect& target);
   Playback play(Bytes picture);

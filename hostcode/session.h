@@ -3,19 +3,13 @@
 
 #include <filesystem>
 
-#include "macpict/png.h"
+#include "hostcode/options.h"
 #include "platform/language/evaluator.h"
 #include "platform/runtime/host.h"
-
-constexpr double kLatestHost = 2014;
+#include "tools/png.h"
 
 // A file or folder of those that come with the program.
 std::filesystem::path installed(const char* name);
-
-struct PictureKind {
-  int depth = 0;  // 0: as the host makes its own, of 32 bits
-  bool isGray = false;
-};
 
 class Session {
  public:
@@ -23,16 +17,10 @@ class Session {
 
   runtime::Host& host() { return host_; }
 
-  // A recorder with an open picture, or with a finished one from bytes.
-  runtime::Object record(int width, int height);
+  // A recorder with a finished picture from bytes.
   runtime::Object recorderWith(std::string_view picture);
-  // The bytes of a recorder's picture.
-  std::string bytesOf(const runtime::Object& recorder);
-
-  // A white picture of the host's own, or from the plug-in's factories.
-  runtime::Object picture(int width, int height, PictureKind kind = {});
-  // A picture with an image's pixels.
-  runtime::Object pictureOf(const Image& image, PictureKind kind);
+  // A white picture of the host's own.
+  runtime::Object picture(int width, int height);
   // Plays what a recorder holds into a picture, or a part of it.
   void play(const runtime::Object& recorder, const runtime::Object& picture, int x, int y, int width, int height);
   // Plays a PICT into a picture of its size, or a smaller one of at most so many pixels a side. Throws, with the name

@@ -1,9 +1,9 @@
-#include "macpict/examples.h"
+#include "hostcode/examples.h"
 
 #include <algorithm>
 #include <sstream>
 
-#include "macpict/files.h"
+#include "tools/files.h"
 
 namespace fs = std::filesystem;
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "macpict/session.h"
+#include "hostcode/session.h"
 
 struct Example {
   std::string page, title, code;

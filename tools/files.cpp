@@ -1,20 +1,22 @@
-#include "macpict/files.h"
+#include "tools/files.h"
 
 #include <cerrno>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 
-#include "engine/pict/lister.h"
-#include "platform/runtime/host.h"
+#include "qdraw/qdraw.h"
+#include "tools/failure.h"
 
 namespace fs = std::filesystem;
 
+qd::Bytes asBytes(std::string_view text) { return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}; }
+
 std::string readFile(const fs::path& path) {
   std::error_code error;
-  if (fs::is_directory(path, error)) throw runtime::Error("\"" + path.string() + "\" is a folder, not a file.");
+  if (fs::is_directory(path, error)) throw Failure("\"" + path.string() + "\" is a folder, not a file.");
   std::ifstream in(path, std::ios::binary);
-  if (!in) throw runtime::Error("\"" + path.string() + "\" can't be read: " + std::strerror(errno) + ".");
+  if (!in) throw Failure("\"" + path.string() + "\" can't be read: " + std::strerror(errno) + ".");
   const auto size = fs::is_regular_file(path, error) ? fs::file_size(path, error) : 0;
   if (error || size == 0) return {std::istreambuf_iterator<char>(in), {}};  // a pipe has no size
   std::string bytes(static_cast<std::size_t>(size), '\0');
@@ -34,21 +36,21 @@ void writeFile(const fs::path& path, std::string_view bytes) {
   if (!out || error) {
     const std::string why = error ? error.message() : std::strerror(errno);
     fs::remove(half, error);
-    throw runtime::Error("\"" + path.string() + "\" can't be written: " + why + ".");
+    throw Failure("\"" + path.string() + "\" can't be written: " + why + ".");
   }
 }
 
 void makeFolder(const fs::path& folder) {
   std::error_code error;
   fs::create_directories(folder, error);
-  if (error) throw runtime::Error("\"" + folder.string() + "\" can't be made: " + error.message() + ".");
+  if (error) throw Failure("\"" + folder.string() + "\" can't be made: " + error.message() + ".");
 }
 
 // The file's own memory is kept: there are large pictures.
 bool cutToPicture(std::string& file) {
-  const auto picture = qd::pictureInFile(qd::bytesOf(file));
+  const auto picture = qd::pictureInFile(asBytes(file));
   if (!picture) return false;
-  const auto begin = static_cast<std::size_t>(picture->data() - qd::bytesOf(file).data());
+  const auto begin = static_cast<std::size_t>(picture->data() - asBytes(file).data());
   file.resize(begin + picture->size());
   file.erase(0, begin);
   return true;
@@ -57,8 +59,8 @@ bool cutToPicture(std::string& file) {
 std::string readPicture(const fs::path& path) {
   std::string file = readFile(path);
   if (!cutToPicture(file)) {
-    throw runtime::Error("\"" + path.string() +
-                         "\" is no PICT file: no picture begins in it, at its start or behind 512 bytes.");
+    throw Failure("\"" + path.string() +
+                  "\" is no PICT file: no picture begins in it, at its start or behind 512 bytes.");
   }
   return file;
 }

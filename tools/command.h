@@ -1,4 +1,4 @@
-// The program's commands: each adds itself, with its options, to the command line.
+// A program's commands: each adds itself, with its options, to the command line.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -7,33 +7,33 @@
 #include <string>
 #include <utility>
 
-#include "macpict/session.h"
-
 enum Status { kDone = 0, kFailed = 1, kWrongUsage = 2 };
 
 // What the command line chose, run after it was read.
 using Command = std::function<Status()>;
 
 // Adds a command with options of its own, which `run` gets when the command line chose it.
-template <class Options>
+template <class Options, class Run>
 std::pair<CLI::App*, Options&> addCommand(CLI::App& app, Command& chosen, const char* name, const char* what,
-                                          Status (*run)(const Options&)) {
+                                          const Run& run) {
   const auto options = std::make_shared<Options>();
   CLI::App* command = app.add_subcommand(name, what);
   command->callback([&chosen, options, run] { chosen = [options, run] { return run(*options); }; });
   return {command, *options};
 }
 
-void addRender(CLI::App& app, Command& chosen);
-void addRecord(CLI::App& app, Command& chosen);
-void addList(CLI::App& app, Command& chosen);
-void addRun(CLI::App& app, Command& chosen);
-void addClasses(CLI::App& app, Command& chosen);
-void addGallery(CLI::App& app, Command& chosen);
-void addCorpus(CLI::App& app, Command& chosen);
-void addCompletion(CLI::App& app, Command& chosen);
+// How a picture is made whose kind is for a person to say.
+struct PictureKind {
+  int depth = 0;  // 0: 32 bits
+  bool isGray = false;
 
+  int bits() const { return depth == 24 ? 32 : depth != 0 ? depth : isGray ? 8 : 32; }
+};
 void addPictureKind(CLI::App& command, PictureKind& kind);
 
 // Says a sentence on standard error; in red where that is a terminal and NO_COLOR isn't set.
 void complain(const std::string& sentence);
+
+// Reads the command line and runs what it chose. What goes wrong ends in a sentence and a status; `atEnd` may have
+// something to say after the work.
+int runProgram(CLI::App& app, Command& chosen, int count, char** arguments, const std::function<void()>& atEnd = {});

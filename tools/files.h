@@ -5,7 +5,11 @@
 #include <string>
 #include <string_view>
 
-// All of them throw runtime::Error with a sentence for a person.
+#include "qdraw/qdraw.h"
+
+qd::Bytes asBytes(std::string_view text);
+
+// All of them throw a Failure.
 std::string readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, std::string_view bytes);
 

@@ -1,32 +1,15 @@
-// macpict run and macpict classes: host code, and what it can call.
+// run and classes: host code, and what it can call.
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <iterator>
 
-#include "macpict/command.h"
-#include "macpict/files.h"
+#include "hostcode/commands.h"
+#include "hostcode/session.h"
 #include "platform/language/evaluator.h"
+#include "tools/files.h"
 
-namespace {
-
-struct Options {
-  std::string file, out = ".";
-  double hostVersion = kLatestHost;
-};
-
-void addHostVersion(CLI::App& command, double& version) {
-  command.add_option("--host-version", version, "The version that the host tells, like 2011.04 or 2014")
-      ->type_name("V")
-      ->check([](const std::string& text) {
-        double version = 0;
-        return CLI::detail::lexical_cast(text, version) && version >= 1 && version < 10000
-                   ? std::string()
-                   : "It takes a year and a release, not \"" + text + "\"; 2011.04 or 2014 would work";
-      });
-}
-
-Status run(const Options& options) {
+Status runHostCode(const RunOptions& options) {
   const std::string source =
       options.file == "-" ? std::string(std::istreambuf_iterator<char>(std::cin), {}) : readFile(options.file);
   makeFolder(options.out);
@@ -40,6 +23,8 @@ Status run(const Options& options) {
   }
   return kDone;
 }
+
+namespace {
 
 using Attributes = std::vector<std::pair<std::string, std::string>>;
 
@@ -59,8 +44,10 @@ void printMethods(const std::vector<runtime::Method>& methods) {
   }
 }
 
-Status classes(const double& hostVersion) {
-  Session session(hostVersion);
+}  // namespace
+
+Status printClasses(const ClassesOptions& options) {
+  Session session(options.hostVersion);
   for (const auto& [name, info] : session.host().classes()) {
     std::printf("%s%s\n", name.c_str(), textOf(info.attributes).c_str());
     for (const runtime::Property& property : info.properties) {
@@ -72,20 +59,4 @@ Status classes(const double& hostVersion) {
   std::puts("global methods");
   printMethods(session.host().globalMethods());
   return kDone;
-}
-
-}  // namespace
-
-void addRun(CLI::App& app, Command& chosen) {
-  const auto [command, options] = addCommand<Options>(app, chosen, "run", "Run host code", run);
-  command->add_option("FILE", options.file, "The program; - reads standard input")->required()->type_name("");
-  command->add_option("--out", options.out, "Where Save writes and Open reads")->type_name("DIR");
-  addHostVersion(*command, options.hostVersion);
-}
-
-void addClasses(CLI::App& app, Command& chosen) {
-  const auto [command, version] =
-      addCommand<double>(app, chosen, "classes", "Print all that the plug-in registers", classes);
-  version = kLatestHost;
-  addHostVersion(*command, version);
 }

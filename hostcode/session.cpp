@@ -1,12 +1,13 @@
-#include "macpict/session.h"
+#include "hostcode/session.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
 #include "engine/pict/lister.h"
-#include "macpict/files.h"
 #include "platform/quickdraw/operations.h"
+#include "tools/failure.h"
+#include "tools/files.h"
 
 namespace fs = std::filesystem;
 using runtime::Object;
@@ -32,48 +33,13 @@ Session::Session(double hostVersion) : host_(hostVersion) {
   host_.load(named != nullptr ? fs::path(named) : installed("QuickDrawTVK.bundle"));
 }
 
-Object Session::record(int width, int height) {
-  Object recorder = host_.make("MacPictTVK");
-  host_.call(recorder, "CreatePicture", {width, height});
-  return recorder;
-}
-
 Object Session::recorderWith(std::string_view picture) {
   Object recorder = host_.make("MacPictTVK");
   host_.set(recorder, "PicHandleData", host_.string(picture, kTextEncodingUnknown));
   return recorder;
 }
 
-std::string Session::bytesOf(const Object& recorder) { return textOf(host_.get(recorder, "PicHandleData")); }
-
-Object Session::picture(int width, int height, PictureKind kind) {
-  if (kind.depth == 0 && !kind.isGray) return host_.newPicture(width, height);
-  const int depth = kind.depth != 0 ? kind.depth : 8;
-  const Value made =
-      host_.call(kind.isGray ? "NewGrayPictureTVK" : "NewColorPictureTVK", {width, height, depth, false});
-  const auto* picture = std::get_if<Object>(&made);
-  if (picture == nullptr) {
-    throw runtime::Error("A picture of " + std::to_string(width) + "x" + std::to_string(height) + " pixels at depth " +
-                         std::to_string(depth) + " can't be made; depths 1, 2, 4, 8, 16, 24 and 32 would work.");
-  }
-  return *picture;
-}
-
-Object Session::pictureOf(const Image& image, PictureKind kind) {
-  Object deep = picture(image.width, image.height);
-  const auto rowBytes = static_cast<std::size_t>(std::get<std::int32_t>(host_.get(deep, "GWorldPixelRowBytesTVK")));
-  const auto width = static_cast<std::size_t>(image.width);
-  std::string pixels(rowBytes * static_cast<std::size_t>(image.height), '\0');
-  for (std::size_t y = 0; y < static_cast<std::size_t>(image.height); ++y) {
-    for (std::size_t x = 0; x < width; ++x)
-      pixels.replace(y * rowBytes + x * 4 + 1, 3, image.rgb, (y * width + x) * 3, 3);
-  }
-  host_.set(deep, "GWorldPixelDataTVK", host_.block(pixels));
-  if (kind.depth == 0 && !kind.isGray) return deep;
-  Object shallow = picture(image.width, image.height, kind);
-  copy(deep, shallow, 0, 0);
-  return shallow;
-}
+Object Session::picture(int width, int height) { return host_.newPicture(width, height); }
 
 void Session::play(const Object& recorder, const Object& picture, int x, int y, int width, int height) {
   host_.call(recorder, "DrawpictureIntoGWorld", {host_.worldOf(picture), x, y, width, height});
@@ -144,11 +110,22 @@ Object Session::played(const std::string& name, const std::string& pict, int mos
 }
 
 language::Surroundings Session::surroundings(const fs::path& folder) {
-  return {[](const std::string& line) { std::puts(line.c_str()); },
-          [folder](const std::string& name) {
-            std::string file = readFile(folder / name);
-            cutToPicture(file);
-            return file;
-          },
-          [this, folder](const Value& value, const std::string& name) { save(value, folder / name); }};
+  // Host code is told of a file that fails as of anything else, with its place.
+  const auto told = [](const auto& work) {
+    try {
+      return work();
+    } catch (const Failure& failure) {
+      throw runtime::Error(failure.what());
+    }
+  };
+  return {
+      [](const std::string& line) { std::puts(line.c_str()); },
+      [folder, told](const std::string& name) {
+        return told([&] {
+          std::string file = readFile(folder / name);
+          cutToPicture(file);
+          return file;
+        });
+      },
+      [this, folder, told](const Value& value, const std::string& name) { told([&] { save(value, folder / name); }); }};
 }

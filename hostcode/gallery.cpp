@@ -1,18 +1,13 @@
-// macpict gallery: the examples of the reference with their pictures, and sample files, on one page.
+// gallery: the examples of the reference with their pictures, and sample files, on one page.
 #include <cstdio>
 
-#include "macpict/command.h"
-#include "macpict/examples.h"
-#include "macpict/files.h"
+#include "hostcode/commands.h"
+#include "hostcode/examples.h"
+#include "tools/files.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-struct Options {
-  std::string folder;
-  std::vector<std::string> samples;
-};
 
 constexpr const char* kHead =
     "<!DOCTYPE html>\n<html lang=\"en\">\n<meta charset=\"utf-8\">\n<title>QuickDraw pictures from host code</title>\n"
@@ -74,7 +69,9 @@ std::string sampleOf(Session& session, const fs::path& file, const fs::path& fol
   return figure(png, file.filename().string());
 }
 
-Status gallery(const Options& options) {
+}  // namespace
+
+Status makeGallery(const GalleryOptions& options) {
   const fs::path folder = options.folder;
   makeFolder(folder);
   Session session;
@@ -90,7 +87,7 @@ Status gallery(const Options& options) {
   for (const fs::path sample : options.samples) {
     try {
       html += sampleOf(session, sample, folder);
-    } catch (const runtime::Error& error) {
+    } catch (const std::runtime_error& error) {
       complain(error.what());
       status = kFailed;
     }
@@ -98,14 +95,4 @@ Status gallery(const Options& options) {
   writeFile(folder / "index.html", html + "</html>\n");
   std::printf("%-20s all of them on one page\n", "index.html");
   return status;
-}
-
-}  // namespace
-
-void addGallery(CLI::App& app, Command& chosen) {
-  const auto [command, options] = addCommand<Options>(
-      app, chosen, "gallery", "Run the examples of the reference, and put them and samples on a page", gallery);
-  command->alias("demo");
-  command->add_option("DIR", options.folder, "Where the pictures and index.html go")->required()->type_name("");
-  command->add_option("SAMPLES", options.samples, "PICT files to play on the page")->type_name("");
 }

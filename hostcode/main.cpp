@@ -1,0 +1,14 @@
+// hostcode: a host application in miniature. Loads the plug-in and runs host code through it; macpict starts it.
+#include "hostcode/commands.h"
+#include "platform/runtime/host.h"
+
+int main(int count, char** arguments) {
+  CLI::App app("Runs host code with the plug-in loaded.", "macpict");
+  Command chosen;
+  addRun(app, chosen, runHostCode);
+  addClasses(app, chosen, printClasses);
+  addGallery(app, chosen, makeGallery);
+  return runProgram(app, chosen, count, arguments, [] {
+    for (const std::string& line : runtime::audit()) complain("left behind: " + line);
+  });
+}

@@ -1,0 +1,53 @@
+// What the program finds beside itself: its fonts, and the program that runs host code.
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+
+#include "macpict/commands.h"
+#include "tools/failure.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+fs::path ownFolder() { return fs::read_symlink("/proc/self/exe").parent_path(); }
+
+}  // namespace
+
+qd::System& fonts() {
+  const char* const named = std::getenv("MACPICT_FONTS");
+  static qd::System system(named != nullptr ? fs::path(named) : ownFolder() / "../share/qdraw/fonts");
+  return system;
+}
+
+Status startHostcode(char** arguments) {
+  // Beside it in the build tree, and where the package puts it.
+  for (const char* place : {"hostcode", "../lib/macpict-host/bin/hostcode"}) {
+    const fs::path program = ownFolder() / place;
+    if (!fs::exists(program)) continue;
+    execv(program.c_str(), arguments);
+    throw Failure("The program that runs host code, \"" + program.string() +
+                  "\", can't be started: " + std::strerror(errno) + ".");
+  }
+  throw Failure(
+      std::string("\"") + arguments[1] +
+      "\" runs host code, which takes the package macpict-host; apt install ./macpict-host_*.deb would work.");
+}
+
+qd::GWorld makeWorld(const std::string& what, int width, int height, PictureKind kind) {
+  const int depth = kind.bits();
+  constexpr int kGrays[] = {0, 33, 34, 0, 36, 0, 0, 0, 40};
+  try {
+    auto world = qd::GWorld::make(fonts(), width, height, depth, kind.isGray && depth <= 8 ? kGrays[depth] : 0);
+    if (world) return std::move(*world);
+  } catch (const std::bad_alloc&) {
+    // said below
+  }
+  const double bytes = double(width) * height * depth / 8;
+  const double there = double(sysconf(_SC_AVPHYS_PAGES)) * double(sysconf(_SC_PAGESIZE));
+  char sizes[80];
+  std::snprintf(sizes, sizeof sizes, "%.0f MB, and there are %.0f MB", bytes / 1e6, there / 1e6);
+  throw Failure(what + " would take " + std::to_string(width) + "x" + std::to_string(height) + " pixels in " + sizes +
+                "; a smaller --scale would work.");
+}
