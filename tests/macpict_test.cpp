@@ -143,7 +143,7 @@ TEST_F(Macpict, TellsWhatCanBeCalled) {
   // Records of older hosts have no room for attributes.
   EXPECT_EQ(run("classes --host-version 2011").text.find("Deprecated"), std::string::npos);
   // The man page and the completion know every command.
-  const std::string manual = readAt(REFERENCE "/../macpict.1");
+  const std::string manual = readAt(REFERENCE "/../macpict.1.in");
   const std::string completion = run("completion").text;
   for (const char* command : {"render", "record", "list", "run", "classes", "gallery", "corpus", "completion"}) {
     EXPECT_NE(manual.find(std::string(".B macpict ") + command), std::string::npos) << command;
