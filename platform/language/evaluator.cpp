@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cmath>
-#include <limits>
 #include <map>
+#include <span>
 
 #include "platform/language/library.h"
+#include "platform/language/operators.h"
 #include "platform/language/parser.h"
 #include "platform/language/values.h"
 #include "platform/runtime/declaration.h"
@@ -14,7 +14,6 @@
 namespace language {
 namespace {
 
-using Kind = Expression::Kind;
 using runtime::sameName;
 
 std::string lower(std::string text) {
@@ -22,9 +21,21 @@ std::string lower(std::string text) {
   return text;
 }
 
-std::int32_t wrapped(std::int64_t number) { return static_cast<std::int32_t>(static_cast<std::uint32_t>(number)); }
-
 constexpr std::int32_t kMostElements = 10'000'000;
+
+// What the host is asked for fails where the program asks.
+template <class Ask>
+auto asked(Place place, Ask ask) {
+  try {
+    return ask();
+  } catch (const Error&) {
+    throw;
+  } catch (const runtime::Exception& raised) {
+    throw Error(place, raised.className + (raised.message.empty() ? "" : ": " + raised.message));
+  } catch (const runtime::Error& error) {
+    throw Error(place, error.what());
+  }
+}
 
 class Evaluator {
  public:
@@ -34,7 +45,8 @@ class Evaluator {
 
   Flow run(const Block& block) {
     for (const Statement& statement : block) {
-      if (run(statement) == Flow::leave) return Flow::leave;
+      const auto form = [this](const auto& form) { return run(form); };
+      if (std::visit(form, statement.form) == Flow::leave) return Flow::leave;
     }
     return Flow::next;
   }
@@ -46,82 +58,91 @@ class Evaluator {
   };
 
   // ---- statements
-  Flow run(const Statement& statement) {
-    switch (statement.kind) {
-      case Statement::Kind::dim:
-        dim(statement);
-        break;
-      case Statement::Kind::assign:
-        assign(statement.expressions[0], evaluate(statement.expressions[1]));
-        break;
-      case Statement::Kind::call:
-        evaluate(statement.expressions[0]);
-        break;
-      case Statement::Kind::condition:
-        return choose(statement);
-      case Statement::Kind::loopFor:
-        loopFor(statement);
-        break;
-      case Statement::Kind::loopWhile:
-        while (booleanOf(evaluate(statement.expressions[0]), statement.expressions[0].place)) {
-          if (run(statement.blocks[0]) == Flow::leave) break;
+  Flow run(const Dim& dim) {
+    for (const auto& [name, last] : dim.variables) {
+      Variable made{lower(dim.type), initial(dim.type, name.place)};
+      if (last) {
+        const std::int32_t index = integerOf(evaluate(*last), last->place);
+        if (index < -1 || index >= kMostElements) {
+          throw Error(last->place, "An array can't end at " + std::to_string(index) + "; 0 to 9999999 would work.");
         }
-        break;
-      case Statement::Kind::leave:
-        return Flow::leave;
+        const std::vector<Value> elements(static_cast<std::size_t>(index + 1), made.value);
+        made.value = std::make_shared<Array>(Array{made.type, elements});
+      }
+      variables_[lower(name.text)] = std::move(made);
+      if (dim.value) assign(variable(name), evaluate(*dim.value), name.place);
     }
     return Flow::next;
   }
 
-  void dim(const Statement& statement) {
-    Variable variable{lower(statement.type), initial(statement.type, statement.place)};
-    if (statement.isArray) {
-      const std::int32_t last = integerOf(evaluate(statement.expressions[0]), statement.expressions[0].place);
-      if (last < -1 || last >= kMostElements) {
-        throw Error(statement.expressions[0].place,
-                    "An array can't end at " + std::to_string(last) + "; 0 to 9999999 would work.");
+  Flow run(const Assign& assignment) {
+    const Value value = evaluate(assignment.value);
+    const Place place = assignment.target.place;
+    if (const auto* members = std::get_if<Members>(&assignment.target.form)) {
+      assignMember(*members, value);
+    } else if (const auto* use = std::get_if<Use>(&assignment.target.form)) {
+      Variable& to = variable(use->name);
+      if (use->arguments) {
+        Value& at = element(to, *use);
+        at = fitted(value, std::get<std::shared_ptr<Array>>(to.value)->type, place);
+      } else {
+        assign(to, value, place);
       }
-      const std::vector<Value> elements(static_cast<std::size_t>(last + 1), variable.value);
-      variable.value = std::make_shared<Array>(Array{variable.type, elements});
+    } else {
+      throw Error(place, "Nothing can be assigned to this; a variable would work.");
     }
-    variables_[lower(statement.name)] = std::move(variable);
+    return Flow::next;
   }
 
-  Flow choose(const Statement& statement) {
-    std::size_t i = 0;
-    while (i < statement.expressions.size() &&
-           !booleanOf(evaluate(statement.expressions[i]), statement.expressions[i].place)) {
-      ++i;
-    }
-    return i < statement.blocks.size() ? run(statement.blocks[i]) : Flow::next;
+  Flow run(const Do& statement) {
+    evaluate(statement.call);
+    return Flow::next;
   }
 
-  void loopFor(const Statement& loop) {
-    const Expression variable{Kind::name, loop.place, loop.name, {}, {}};
-    const Value step = evaluate(loop.expressions[2]);
-    const double by = realOf(step, loop.expressions[2].place);
-    if (by == 0) throw Error(loop.expressions[2].place, "A step of 0 never ends; any other number would work.");
-    assign(variable, evaluate(loop.expressions[0]));
+  Flow run(const If& choice) {
+    for (const auto& [condition, block] : choice.branches) {
+      if (booleanOf(evaluate(condition), condition.place)) return run(block);
+    }
+    return run(choice.otherwise);
+  }
+
+  Flow run(const For& loop) {
+    const Place place = loop.variable.place;
+    const double by = realOf(evaluate(loop.step), loop.step.place);
+    if (by == 0) throw Error(loop.step.place, "A step of 0 never ends; any other number would work.");
+    Variable& counter = variable(loop.variable);
+    assign(counter, evaluate(loop.first), place);
     while (true) {
-      const double at = realOf(evaluate(variable), loop.place);
-      const double last = realOf(evaluate(loop.expressions[1]), loop.expressions[1].place);
-      if (by > 0 ? at > last : at < last) return;
-      if (run(loop.blocks[0]) == Flow::leave) return;
-      const double next = realOf(evaluate(variable), loop.place) + by;
-      const bool isWhole = std::holds_alternative<std::int32_t>(evaluate(variable));
-      if (isWhole && (next > INT32_MAX || next < INT32_MIN)) return;
-      assign(variable, isWhole ? Value(static_cast<std::int32_t>(next)) : Value(next));
+      const double at = realOf(counter.value, place);
+      const double last = realOf(evaluate(loop.last), loop.last.place);
+      if (by > 0 ? at > last : at < last) break;
+      if (run(loop.body) == Flow::leave) break;
+      const double next = realOf(counter.value, place) + by;
+      const bool isWhole = std::holds_alternative<std::int32_t>(counter.value);
+      if (isWhole && (next > INT32_MAX || next < INT32_MIN)) break;
+      assign(counter, isWhole ? Value(static_cast<std::int32_t>(next)) : Value(next), place);
     }
+    return Flow::next;
   }
+
+  Flow run(const While& loop) {
+    while (booleanOf(evaluate(loop.condition), loop.condition.place) && run(loop.body) == Flow::next) {
+    }
+    return Flow::next;
+  }
+
+  static Flow run(const Exit&) { return Flow::leave; }
 
   // ---- variables
-  Variable& variable(const Expression& name) {
+  Variable* find(const Name& name) {
     const auto found = variables_.find(lower(name.text));
-    if (found == variables_.end()) {
-      throw Error(name.place, "There is no variable \"" + name.text + "\"; Dim " + name.text +
-                                  " As Integer, or another type, would make one.");
-    }
-    return found->second;
+    return found != variables_.end() ? &found->second : nullptr;
+  }
+
+  Variable& variable(const Name& name) {
+    if (Variable* found = find(name)) return *found;
+    throw Error(name.place, "There is no variable \"" + name.text + "\"; Dim " + name.text +
+                                " As Integer, or another type, would make one.");
   }
 
   // What a variable of a type holds before anything is assigned.
@@ -174,103 +195,99 @@ class Evaluator {
     return std::make_shared<Array>(std::move(array));
   }
 
-  Value& element(const Expression& call) {
-    const Expression& name = call.parts[0];
-    const auto* array = std::get_if<std::shared_ptr<Array>>(&variable(name).value);
+  Value& element(const Variable& variable, const Use& use) {
+    const auto& [name, arguments] = use;
+    const auto* array = std::get_if<std::shared_ptr<Array>>(&variable.value);
     if (array == nullptr) throw Error(name.place, "\"" + name.text + "\" is no array; only an array has an index.");
-    if (call.parts.size() != 2) throw Error(call.place, "An array takes one index.");
-    const std::int32_t index = integerOf(evaluate(call.parts[1]), call.parts[1].place);
+    if (arguments->values.size() != 1) throw Error(arguments->place, "An array takes one index.");
+    const Place place = arguments->values[0].place;
+    const std::int32_t index = integerOf(evaluate(arguments->values[0]), place);
     std::vector<Value>& elements = (*array)->elements;
     if (index < 0 || static_cast<std::size_t>(index) >= elements.size()) {
-      throw Error(call.parts[1].place, "OutOfBoundsException: \"" + name.text + "\" has no element " +
-                                           std::to_string(index) + "; it has " + std::to_string(elements.size()) + ".");
+      throw Error(place, "OutOfBoundsException: \"" + name.text + "\" has no element " + std::to_string(index) +
+                             "; it has " + std::to_string(elements.size()) + ".");
     }
     return elements[static_cast<std::size_t>(index)];
   }
 
-  void assign(const Expression& target, const Value& value) {
-    const bool isCall = target.kind == Kind::call;
-    const Expression& what = isCall ? target.parts[0] : target;
-    if (what.kind == Kind::member) return assignMember(what, isCall ? arguments(target) : std::vector<Value>(), value);
-    if (what.kind != Kind::name) throw Error(target.place, "Nothing can be assigned to this; a variable would work.");
-    Variable& to = variable(what);
-    if (isCall) {
-      element(target) = fitted(value, std::get<std::shared_ptr<Array>>(to.value)->type, target.place);
-    } else if (std::holds_alternative<std::shared_ptr<Array>>(to.value)) {
-      to.value = fittedArray(value, to.type, target.place);
-    } else {
-      to.value = fitted(value, to.type, target.place);
-    }
+  void assign(Variable& to, const Value& value, Place place) {
+    const bool isArray = std::holds_alternative<std::shared_ptr<Array>>(to.value);
+    to.value = isArray ? Value(fittedArray(value, to.type, place)) : fitted(value, to.type, place);
   }
 
-  void assignMember(const Expression& member, std::vector<Value> arguments, const Value& value) {
-    const runtime::Object object = objectOf(evaluate(member.parts[0]), member.parts[0].place);
-    if (const Member* own = findMember(object, member.text)) {
-      if (own->set == nullptr) throw Error(member.place, "\"" + std::string(own->name) + "\" can't be set.");
-      checkCount(own->name, arguments.size(), own->count, own->count, member.place);
+  void assignMember(const Members& target, const Value& value) {
+    const Name& name = target.chain.back().name;
+    const auto [owner, place] = follow(target, target.chain.size() - 1);
+    const runtime::Object object = objectOf(owner, place);
+    std::vector<Value> arguments = argumentsOf(target.chain.back());
+    if (const Member* own = findMember(object, name.text)) {
+      if (own->set == nullptr) throw Error(name.place, "\"" + std::string(own->name) + "\" can't be set.");
+      checkCount(own->name, arguments.size(), own->count, own->count, name.place);
       arguments.push_back(value);
-      Call call{host_, surroundings_, member.place, std::move(arguments)};
+      Call call{host_, surroundings_, name.place, std::move(arguments)};
       return own->set(call, object);
     }
-    if (!arguments.empty()) throw Error(member.place, "\"" + member.text + "\" takes no index.");
-    asked(member.place, [&] {
-      host_.set(object, member.text, toHost(value, host_, member.place));
-      return Value();
-    });
+    if (!arguments.empty()) throw Error(name.place, "\"" + name.text + "\" takes no index.");
+    asked(name.place, [&] { host_.set(object, name.text, toHost(value, host_, name.place)); });
   }
 
   // ---- expressions
   Value evaluate(const Expression& expression) {
-    switch (expression.kind) {
-      case Kind::literal:
-        return std::visit(
-            [this](const auto& value) -> Value {
-              if constexpr (std::is_same_v<std::decay_t<decltype(value)>, std::string>) {
-                return host_.string(value);
-              } else {
-                return value;
-              }
-            },
-            expression.literal);
-      case Kind::name:
-        if (isVariable(expression)) return variable(expression).value;
-        return callFunction(expression, {});
-      case Kind::member:
-        return callMember(expression, {});
-      case Kind::call:
-        if (expression.parts[0].kind == Kind::member) return callMember(expression.parts[0], arguments(expression));
-        if (isVariable(expression.parts[0])) return element(expression);
-        return callFunction(expression.parts[0], arguments(expression));
-      case Kind::construct:
-        return asked(expression.place, [&] { return Value(host_.make(expression.text)); });
-      case Kind::unary:
-        return unary(expression);
-      case Kind::binary:
-        return binary(expression);
-    }
-    return {};
+    return std::visit([this](const auto& form) { return evaluate(form); }, expression.form);
   }
 
-  bool isVariable(const Expression& name) const { return variables_.contains(lower(name.text)); }
+  Value evaluate(const Literal& literal) const {
+    const auto held = [this]<class T>(const T& value) -> Value {
+      if constexpr (std::is_same_v<T, std::string>) return host_.string(value);
+      if constexpr (!std::is_same_v<T, std::string>) return value;
+    };
+    return std::visit(held, literal.value);
+  }
 
-  std::vector<Value> arguments(const Expression& call) {
+  Value evaluate(const Use& use) {
+    if (const Variable* variable = find(use.name)) return use.arguments ? element(*variable, use) : variable->value;
+    return callFunction(use.name, argumentsOf(use));
+  }
+
+  Value evaluate(const Members& members) { return follow(members, members.chain.size()).value; }
+
+  Value evaluate(const New& made) {
+    return asked(made.type.place, [&] { return Value(host_.make(made.type.text)); });
+  }
+
+  Value evaluate(const Not& negation) { return !booleanOf(evaluate(*negation.operand), negation.operand->place); }
+
+  Value evaluate(const Minus& minus) {
+    const Value value = evaluate(*minus.operand);
+    if (const auto* integer = std::get_if<std::int32_t>(&value)) return wrapped(-std::int64_t{*integer});
+    return -realOf(value, minus.operand->place);
+  }
+
+  Value evaluate(const Binary& binary) {
+    Placed left{evaluate(*binary.first), binary.first->place};
+    for (const auto& [by, place, operand] : binary.rest) {
+      const auto* flag = std::get_if<bool>(&left.value);
+      if (flag == nullptr || by->decided != *flag)
+        left.value = by->combine(host_, left, {evaluate(operand), operand.place}, place);
+      left.place = place;
+    }
+    return left.value;
+  }
+
+  // The first members of a chain.
+  Placed follow(const Members& members, std::size_t count) {
+    Placed at{evaluate(*members.owner), members.owner->place};
+    for (const Use& use : std::span(members.chain).first(count)) {
+      at = {callMember(at, use.name, argumentsOf(use)), use.arguments ? use.arguments->place : use.name.place};
+    }
+    return at;
+  }
+
+  std::vector<Value> argumentsOf(const Use& use) {
     std::vector<Value> values;
-    for (std::size_t i = 1; i < call.parts.size(); ++i) values.push_back(evaluate(call.parts[i]));
+    if (!use.arguments) return values;
+    for (const Expression& value : use.arguments->values) values.push_back(evaluate(value));
     return values;
-  }
-
-  // What the host is asked for fails where the program asks.
-  template <class Ask>
-  static Value asked(Place place, Ask ask) {
-    try {
-      return ask();
-    } catch (const Error&) {
-      throw;
-    } catch (const runtime::Exception& raised) {
-      throw Error(place, raised.className + (raised.message.empty() ? "" : ": " + raised.message));
-    } catch (const runtime::Error& error) {
-      throw Error(place, error.what());
-    }
   }
 
   static void checkCount(const std::string& name, std::size_t count, std::size_t least, std::size_t most, Place place) {
@@ -286,7 +303,7 @@ class Evaluator {
     return words;
   }
 
-  Value callFunction(const Expression& name, std::vector<Value> arguments) {
+  Value callFunction(const Name& name, std::vector<Value> arguments) {
     if (const Function* own = findFunction(name.text)) {
       checkCount(own->name, arguments.size(), own->least, own->most, name.place);
       Call call{host_, surroundings_, name.place, std::move(arguments)};
@@ -307,105 +324,24 @@ class Evaluator {
     throw Error(place, "This is " + kindOf(value) + ", which has no members; an object would work.");
   }
 
-  Value callMember(const Expression& member, std::vector<Value> arguments) {
-    const Value owner = evaluate(member.parts[0]);
-    if (const auto* array = std::get_if<std::shared_ptr<Array>>(&owner)) {
-      if (!sameName(member.text, "append"))
-        throw Error(member.place, "An array has no \"" + member.text + "\"; Append would work.");
-      checkCount("Append", arguments.size(), 1, 1, member.place);
-      (*array)->elements.push_back(fitted(arguments[0], (*array)->type, member.place));
+  Value callMember(const Placed& owner, const Name& name, std::vector<Value> arguments) {
+    if (const auto* array = std::get_if<std::shared_ptr<Array>>(&owner.value)) {
+      if (!sameName(name.text, "append"))
+        throw Error(name.place, "An array has no \"" + name.text + "\"; Append would work.");
+      checkCount("Append", arguments.size(), 1, 1, name.place);
+      (*array)->elements.push_back(fitted(arguments[0], (*array)->type, name.place));
       return {};
     }
-    const runtime::Object object = objectOf(owner, member.parts[0].place);
-    if (const Member* own = findMember(object, member.text)) {
-      checkCount(own->name, arguments.size(), own->count, own->count, member.place);
-      Call call{host_, surroundings_, member.place, std::move(arguments)};
-      return asked(member.place, [&] { return own->call(call, object); });
+    const runtime::Object object = objectOf(owner.value, owner.place);
+    if (const Member* own = findMember(object, name.text)) {
+      checkCount(own->name, arguments.size(), own->count, own->count, name.place);
+      Call call{host_, surroundings_, name.place, std::move(arguments)};
+      return asked(name.place, [&] { return own->call(call, object); });
     }
-    return asked(member.place, [&] {
-      if (arguments.empty()) return fromHost(host_.get(object, member.text));
-      return fromHost(host_.call(object, member.text, forHost(arguments, member.place)));
+    return asked(name.place, [&] {
+      if (arguments.empty()) return fromHost(host_.get(object, name.text));
+      return fromHost(host_.call(object, name.text, forHost(arguments, name.place)));
     });
-  }
-
-  Value unary(const Expression& expression) {
-    const Value value = evaluate(expression.parts[0]);
-    if (expression.text == "not") return !booleanOf(value, expression.parts[0].place);
-    if (const auto* integer = std::get_if<std::int32_t>(&value)) return wrapped(-std::int64_t{*integer});
-    return -realOf(value, expression.parts[0].place);
-  }
-
-  Value binary(const Expression& expression) {
-    const std::string& op = expression.text;
-    const Expression& first = expression.parts[0];
-    const Expression& second = expression.parts[1];
-    const Value left = evaluate(first);
-    if (op == "and" && std::holds_alternative<bool>(left) && !std::get<bool>(left)) return false;
-    if (op == "or" && std::holds_alternative<bool>(left) && std::get<bool>(left)) return true;
-    const Value right = evaluate(second);
-    if (op == "and" || op == "or" || op == "xor") return logic(op, left, right, first.place, second.place);
-    if (op == "=" || op == "is") return same(left, right, expression.place);
-    if (op == "<>") return !same(left, right, expression.place);
-    const bool areStrings =
-        std::holds_alternative<runtime::String>(left) && std::holds_alternative<runtime::String>(right);
-    if (op == "+" && areStrings) return host_.string(textOf(left, first.place) + textOf(right, second.place));
-    if (op == "<" || op == ">" || op == "<=" || op == ">=") {
-      const double order = areStrings ? textOf(left, first.place).compare(textOf(right, second.place))
-                                      : realOf(left, first.place) - realOf(right, second.place);
-      return op[0] == '<' ? order < 0 || (op.size() == 2 && order == 0) : order > 0 || (op.size() == 2 && order == 0);
-    }
-    return arithmetic(op, left, right, expression);
-  }
-
-  static Value logic(const std::string& op, const Value& left, const Value& right, Place first, Place second) {
-    if (std::holds_alternative<std::int32_t>(left) && std::holds_alternative<std::int32_t>(right)) {
-      const std::int32_t a = std::get<std::int32_t>(left);
-      const std::int32_t b = std::get<std::int32_t>(right);
-      return op == "and" ? a & b : op == "or" ? a | b : a ^ b;
-    }
-    const bool a = booleanOf(left, first);
-    const bool b = booleanOf(right, second);
-    return op == "and" ? a && b : op == "or" ? a || b : a != b;
-  }
-
-  // Nil is an empty string too: that is how a plug-in's string without bytes arrives.
-  static bool same(const Value& left, const Value& right, Place place) {
-    const auto isText = [](const Value& v) { return std::holds_alternative<runtime::String>(v); };
-    const auto isNumber = [](const Value& v) {
-      return std::holds_alternative<std::int32_t>(v) || std::holds_alternative<double>(v);
-    };
-    const auto isNil = [](const Value& v) { return std::holds_alternative<runtime::Nil>(v); };
-    if (isNumber(left) && isNumber(right)) return realOf(left, place) == realOf(right, place);
-    if ((isText(left) || isNil(left)) && (isText(right) || isNil(right)))
-      return textOf(left, place) == textOf(right, place);
-    if (isNil(left) || isNil(right)) return false;
-    if (left.index() != right.index()) {
-      throw Error(place, kindOf(left) + " and " + kindOf(right) + " can't be compared; two of a kind would work.");
-    }
-    if (const auto* object = std::get_if<runtime::Object>(&left))
-      return object->get() == std::get<runtime::Object>(right).get();
-    return left.index() == Value(true).index() ? std::get<bool>(left) == std::get<bool>(right) : false;
-  }
-
-  static Value arithmetic(const std::string& op, const Value& left, const Value& right, const Expression& expression) {
-    const Place first = expression.parts[0].place;
-    const Place second = expression.parts[1].place;
-    const auto* a = std::get_if<std::int32_t>(&left);
-    const auto* b = std::get_if<std::int32_t>(&right);
-    if (op == "\\" || op == "mod") {
-      const std::int64_t dividend = integerOf(left, first);
-      const std::int64_t divisor = integerOf(right, second);
-      if (divisor == 0) throw Error(second, "Nothing can be divided by 0; any other number would work.");
-      return wrapped(op == "mod" ? dividend % divisor : dividend / divisor);
-    }
-    if (a != nullptr && b != nullptr && op != "/" && op != "^") {
-      const std::int64_t x = *a;
-      const std::int64_t y = *b;
-      return wrapped(op == "+" ? x + y : op == "-" ? x - y : x * y);
-    }
-    const double x = realOf(left, first);
-    const double y = realOf(right, second);
-    return op == "+" ? x + y : op == "-" ? x - y : op == "*" ? x * y : op == "/" ? x / y : std::pow(x, y);
   }
 
   runtime::Host& host_;

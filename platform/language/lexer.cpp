@@ -111,13 +111,13 @@ class Lexer {
     const char* const first = source_.data() + from;
     std::int32_t integer = 0;
     if (isWhole && std::from_chars(first, source_.data() + at_, integer).ec == std::errc()) {
-      return add(Token::Kind::literal, from, integer);
+      return add(Token::Kind::literal, from, {integer});
     }
     double real = 0;
     if (std::from_chars(first, source_.data() + at_, real).ec != std::errc()) {
       throw Error(place(from), "The number is too large; one up to 1e308 would work.");
     }
-    add(Token::Kind::literal, from, real);
+    add(Token::Kind::literal, from, {real});
   }
 
   // &cRRGGBB, &hFF, &b101 and &o17.
@@ -135,7 +135,7 @@ class Lexer {
       const auto [end, error] = std::from_chars(source_.data() + digits, last, value, base);
       const bool isColor = letter == 'c';
       if (error == std::errc() && end == last && (!isColor || at_ - digits == 6)) {
-        return add(Token::Kind::literal, from, static_cast<std::int32_t>(value));
+        return add(Token::Kind::literal, from, {static_cast<std::int32_t>(value)});
       }
     }
     throw Error(place(from), "\"" + std::string(source_.substr(from, at_ - from)) +
@@ -153,7 +153,7 @@ class Lexer {
       }
       text += source_[at_++];
     }
-    add(Token::Kind::literal, from, text);
+    add(Token::Kind::literal, from, {text});
   }
 
   std::string_view source_;

@@ -1,29 +1,21 @@
 #include "platform/language/parser.h"
 
 #include <algorithm>
-#include <cctype>
 #include <initializer_list>
 #include <utility>
 
 #include "platform/language/lexer.h"
+#include "platform/language/operators.h"
 #include "platform/runtime/declaration.h"
 
 namespace language {
 namespace {
 
-using Kind = Expression::Kind;
-
-// Operators from the loosest to the tightest; all of them lean to the left.
-constexpr std::initializer_list<std::initializer_list<const char*>> kOperators = {
-    {"or", "xor"}, {"and"}, {"=", "<>", "<", ">", "<=", ">=", "is"}, {"+", "-"}, {"*", "/", "\\", "mod"}, {"^"}};
-constexpr auto* kComparisons = kOperators.begin() + 2;  // Not goes for a whole comparison
-constexpr auto* kPowers = kOperators.begin() + 5;       // and a minus for a whole power
-
 constexpr std::initializer_list<const char*> kReserved = {
     "dim",   "as",   "new", "if", "then", "else", "elseif", "end", "for", "to",   "downto", "step", "next",
     "while", "wend", "and", "or", "xor",  "not",  "mod",    "is",  "nil", "true", "false",  "exit", "call"};
 
-constexpr int kDeepest = 200;  // brackets and blocks, each of which is a call of this parser
+constexpr int kDeepest = 200;  // brackets, signs and blocks, each of which is a call of this parser
 
 class Parser {
  public:
@@ -53,7 +45,7 @@ class Parser {
   // ---- tokens
   const Token& token() const { return tokens_[at_]; }
   bool isWord(std::string_view word, std::size_t ahead = 0) const {
-    const Token& token = tokens_[std::min(at_ + ahead, tokens_.size() - 1)];
+    const Token& token = tokens_[at_ + ahead];
     const bool canBe = token.kind == Token::Kind::name || token.kind == Token::Kind::symbol;
     return canBe && runtime::sameName(token.text, word);
   }
@@ -74,13 +66,22 @@ class Parser {
     if (token().kind != Token::Kind::endOfLine) fail("is out of place; the end of the line would work");
     ++at_;
   }
-  bool isReserved() const {
-    return std::any_of(kReserved.begin(), kReserved.end(), [this](const char* word) { return isWord(word); });
+  bool isOneOf(std::initializer_list<const char*> words) const {
+    return std::any_of(words.begin(), words.end(), [this](const char* word) { return isWord(word); });
   }
-  std::string name(const char* what) {
-    if (token().kind != Token::Kind::name || isReserved())
-      fail("is out of place; " + std::string(what) + " would work");
-    return tokens_[at_++].text;
+  // Any word can be a member's name.
+  Name word(const char* what) {
+    if (token().kind != Token::Kind::name) fail("is out of place; " + std::string(what) + " would work");
+    const Token& word = tokens_[at_++];
+    return {word.place, word.text};
+  }
+  Name name(const char* what) {
+    if (isOneOf(kReserved)) fail("is out of place; " + std::string(what) + " would work");
+    return word(what);
+  }
+  bool endsStatement(std::size_t ahead = 0) const {
+    const Token::Kind kind = tokens_[at_ + ahead].kind;
+    return kind == Token::Kind::endOfLine || kind == Token::Kind::end || isWord("else", ahead);
   }
 
   // ---- statements
@@ -93,8 +94,9 @@ class Parser {
         ++at_;
         continue;
       }
-      if (std::any_of(ends.begin(), ends.end(), [this](const char* word) { return isWord(word); })) break;
+      if (isOneOf(ends)) break;
       statement(block);
+      endLine();
     }
     return block;
   }
@@ -110,75 +112,67 @@ class Parser {
   }
 
   void statement(Block& block) {
-    simple(block);
-    endLine();
-  }
-
-  void simple(Block& block) {
     const Place place = token().place;
     if (take("dim")) {
-      do dim(block, place);
+      do block.push_back({place, dim()});
       while (take(","));
-      return;
+    } else if (take("if")) {
+      block.push_back({place, condition()});
+    } else if (take("for")) {
+      loopFor(block, place);
+    } else if (take("while")) {
+      Expression condition = expression();
+      block.push_back({place, While{std::move(condition), body("wend")}});
+    } else if (isWord("exit")) {
+      if (loops_ == 0) fail("is out of place; a loop around it would work");
+      ++at_;
+      block.push_back({place, Exit()});
+    } else {
+      take("call");
+      block.push_back(assignmentOrCall(place));
     }
-    if (take("if")) return block.push_back(condition(place));
-    if (take("for")) return loopFor(block, place);
-    if (isWord("exit") && loops_ == 0) fail("is out of place; a loop around it would work");
-    if (take("exit")) return block.push_back({Statement::Kind::leave, place, {}, {}, false, {}, {}});
-    if (take("while")) {
-      Statement loop{Statement::Kind::loopWhile, place, {}, {}, false, {expression()}, {}};
-      loop.blocks.push_back(body("wend"));
-      return block.push_back(std::move(loop));
-    }
-    take("call");
-    block.push_back(assignmentOrCall(place));
   }
 
   // a, b() As Type [= value]; c(9) As Type; d As New Type
-  void dim(Block& block, Place place) {
-    const std::size_t first = block.size();
+  Dim dim() {
+    Dim dim;
     do {
-      Statement variable{Statement::Kind::dim, token().place, {}, {}, false, {}, {}};
-      variable.name = name("a variable's name");
+      Dim::Variable variable{name("a variable's name"), {}};
       if (take("(")) {
-        variable.isArray = true;
-        variable.expressions.push_back(isWord(")") ? literal(token().place, -1) : expression());
+        variable.last = isWord(")") ? Expression{token().place, Literal{-1}} : expression();
         expect(")");
       }
-      block.push_back(std::move(variable));
+      dim.variables.push_back(std::move(variable));
     } while (take(","));
     expect("as");
     const bool isNew = take("new");
-    const Place typePlace = token().place;
-    const std::string type = name("a type");
-    const std::size_t last = block.size();
-    for (std::size_t i = first; i < last; ++i) block[i].type = type;
-    if (!isNew && !take("=")) return;
-    const Expression value = isNew ? Expression{Kind::construct, typePlace, type, {}, {}} : expression();
-    for (std::size_t i = first; i < last; ++i) {
-      const Expression variable{Kind::name, block[i].place, block[i].name, {}, {}};
-      block.push_back({Statement::Kind::assign, place, {}, {}, false, {variable, value}, {}});
-    }
+    const Name type = name("a type");
+    dim.type = type.text;
+    if (isNew) dim.value = {type.place, New{type}};
+    if (!isNew && take("=")) dim.value = expression();
+    return dim;
   }
 
-  Statement condition(Place place) {
-    Statement choice{Statement::Kind::condition, place, {}, {}, false, {expression()}, {}};
+  If condition() {
+    If choice;
+    Expression condition = expression();
     expect("then");
     if (token().kind != Token::Kind::endOfLine) {  // all on one line
-      simple(choice.blocks.emplace_back());
-      if (take("else")) simple(choice.blocks.emplace_back());
+      const Level level(*this);
+      statement(choice.branches.emplace_back(If::Branch{std::move(condition), {}}).block);
+      if (take("else")) statement(choice.otherwise);
       return choice;
     }
-    choice.blocks.push_back(statements({"elseif", "else", "end"}));
+    choice.branches.push_back({std::move(condition), statements({"elseif", "else", "end"})});
     while (take("elseif")) {
-      choice.expressions.push_back(expression());
+      condition = expression();
       expect("then");
       endLine();
-      choice.blocks.push_back(statements({"elseif", "else", "end"}));
+      choice.branches.push_back({std::move(condition), statements({"elseif", "else", "end"})});
     }
     if (take("else")) {
       endLine();
-      choice.blocks.push_back(statements({"end"}));
+      choice.otherwise = statements({"end"});
     }
     expect("end");
     expect("if");
@@ -186,128 +180,142 @@ class Parser {
   }
 
   void loopFor(Block& block, Place place) {
-    Statement loop{Statement::Kind::loopFor, place, name("a variable's name"), {}, false, {}, {}};
-    if (take("as")) block.push_back({Statement::Kind::dim, place, loop.name, name("a type"), false, {}, {}});
+    For loop{{place, name("a variable's name").text}, {}, {}, {place, Literal{1}}, {}};
+    if (take("as")) {
+      Dim dim{{}, name("a type").text, {}};
+      dim.variables.push_back({loop.variable, {}});
+      block.push_back({place, std::move(dim)});
+    }
     expect("=");
-    loop.expressions.push_back(expression());
+    loop.first = expression();
     const bool isDown = take("downto");
     if (!isDown) expect("to");
-    loop.expressions.push_back(expression());
-    Expression step = take("step") ? expression() : literal(token().place, 1);
-    loop.expressions.push_back(isDown ? Expression{Kind::unary, step.place, "-", {}, {step}} : step);
-    loop.blocks.push_back(body("next"));
-    if (token().kind == Token::Kind::name && !take(loop.name)) fail("is out of place; " + loop.name + " would work");
-    block.push_back(std::move(loop));
+    loop.last = expression();
+    if (take("step")) loop.step = expression();
+    if (isDown) loop.step = {loop.step.place, Minus{boxed(std::move(loop.step))}};
+    loop.body = body("next");
+    if (token().kind == Token::Kind::name && !take(loop.variable.text))
+      fail("is out of place; " + loop.variable.text + " would work");
+    block.push_back({place, std::move(loop)});
   }
 
   // A value that is followed by = is assigned to; arguments of a call may stand without brackets.
   Statement assignmentOrCall(Place place) {
-    lastBracket_ = 0;
-    const std::size_t start = at_;
-    Expression target = postfix();
-    if (take("=")) return {Statement::Kind::assign, place, {}, {}, false, {std::move(target), expression()}, {}};
-    const auto isDone = [this] {
-      return token().kind == Token::Kind::endOfLine || token().kind == Token::Kind::end || isWord("else");
-    };
-    if (!isDone()) {
-      if (target.kind == Kind::call && lastBracket_ > start) {  // the bracket belongs to the first argument
-        at_ = lastBracket_;
-        target = Expression(target.parts[0]);
-      }
-      if (target.kind != Kind::name && target.kind != Kind::member) fail("is out of place; a method's name would work");
-      Expression call{Kind::call, target.place, {}, {}, {std::move(target)}};
-      do call.parts.push_back(expression());
-      while (take(","));
-      target = std::move(call);
+    Expression target = postfix(true);
+    if (take("=")) return {place, Assign{std::move(target), expression()}};
+    if (!endsStatement()) {
+      Use* use = std::get_if<Use>(&target.form);
+      if (auto* members = std::get_if<Members>(&target.form)) use = &members->chain.back();
+      if (use == nullptr || use->arguments) fail("is out of place; a method's name would work");
+      use->arguments = {target.place, list()};
     }
-    return {Statement::Kind::call, place, {}, {}, false, {std::move(target)}, {}};
+    return {place, Do{std::move(target)}};
   }
 
   // ---- expressions
-  static Expression literal(Place place, Literal value) { return {Kind::literal, place, {}, std::move(value), {}}; }
-
   Expression expression() {
     const Level level(*this);
-    return binary(kOperators.begin());
+    return operation(kAlternative);
   }
 
-  Expression binary(const std::initializer_list<const char*>* operators) {
-    if (operators == kOperators.end()) return operand();
-    if (operators == kComparisons && isWord("not")) return prefixed(operators);
-    if (operators == kPowers && isWord("-")) return prefixed(operators);
-    Expression left = binary(operators + 1);
-    while (true) {
-      const auto found =
-          std::find_if(operators->begin(), operators->end(), [this](const char* word) { return isWord(word); });
-      if (found == operators->end()) return left;
-      const Place place = tokens_[at_++].place;
-      Expression right = binary(operators + 1);
-      left = {Kind::binary, place, *found, {}, {std::move(left), std::move(right)}};
+  std::vector<Expression> list() {
+    std::vector<Expression> values;
+    do values.push_back(expression());
+    while (take(","));
+    return values;
+  }
+
+  // With operators that are as tight, or tighter.
+  Expression operation(int loosest) {
+    Expression left = signedValue(loosest);
+    const Operator* next = operatorHere();
+    while (next != nullptr && next->precedence >= loosest) {
+      const Precedence precedence = next->precedence;
+      Binary binary{boxed(std::move(left)), {}};
+      for (; next != nullptr && next->precedence == precedence; next = operatorHere()) {
+        const Place place = tokens_[at_++].place;
+        binary.rest.push_back({next, place, operation(precedence + 1)});
+      }
+      left = {binary.rest.back().place, std::move(binary)};
     }
+    return left;
   }
 
-  // Not, or a minus, and what it goes for.
-  Expression prefixed(const std::initializer_list<const char*>* operators) {
-    const Level level(*this);
-    const Token& sign = tokens_[at_++];
-    return {Kind::unary, sign.place, sign.text == "-" ? "-" : "not", {}, {binary(operators)}};
+  const Operator* operatorHere() const {
+    return token().kind != Token::Kind::literal ? findOperator(token().text) : nullptr;
   }
 
-  Expression operand() {
-    if (isWord("-")) return prefixed(kPowers);
+  // Not goes for a whole comparison, and a minus for a whole power.
+  Expression signedValue(int loosest) {
+    if (loosest <= kComparison && isWord("not")) return sign<Not>(kComparison);
+    if (isWord("-")) return sign<Minus>(kPower);
     take("+");
     return postfix();
   }
 
-  Expression postfix() {
+  template <class Sign>
+  Expression sign(Precedence loosest) {
+    const Level level(*this);
+    const Place place = tokens_[at_++].place;
+    return {place, Sign{boxed(operation(loosest))}};
+  }
+
+  // In a statement, a bracket may belong to what follows it.
+  Expression postfix(bool isStatement = false) {
     Expression value = primary();
-    while (true) {
-      const Place place = token().place;
-      if (take(".")) {
-        // Any word can be a member's name.
-        if (token().kind != Token::Kind::name) fail("is out of place; a member's name would work");
-        value = {Kind::member, token().place, token().text, {}, {std::move(value)}};
-        ++at_;
-      } else if ((value.kind == Kind::name || value.kind == Kind::member) && isWord("(")) {
-        lastBracket_ = at_++;
-        const std::size_t bracket = lastBracket_;
-        Expression call{Kind::call, place, {}, {}, {std::move(value)}};
-        if (!take(")")) {
-          do call.parts.push_back(expression());
-          while (take(","));
-          expect(")");
-        }
-        value = std::move(call);
-        lastBracket_ = bracket;
-      } else {
-        return value;
-      }
-    }
+    if (auto* use = std::get_if<Use>(&value.form)) value.place = brackets(*use, isStatement);
+    if (!isWord(".")) return value;
+    Members members{boxed(std::move(value)), {}};
+    Place place;
+    while (take(".")) place = brackets(members.chain.emplace_back(Use{word("a member's name"), {}}), isStatement);
+    return {place, std::move(members)};
+  }
+
+  // Arguments or an index, and where the use ends.
+  Place brackets(Use& use, bool isStatement) {
+    const Place place = token().place;
+    if (use.arguments) return use.arguments->place;
+    if (!isWord("(") || (isStatement && !holdsAll())) return use.name.place;
+    ++at_;
+    use.arguments = {place, isWord(")") ? std::vector<Expression>() : list()};
+    expect(")");
+    return place;
+  }
+
+  // Whether a bracket holds all arguments: in Print (1) + 2, 3 it doesn't.
+  bool holdsAll() const {
+    int open = 0;
+    std::size_t ahead = 0;
+    do {
+      if (tokens_[at_ + ahead].kind == Token::Kind::endOfLine) return true;
+      open += isWord("(", ahead) ? 1 : isWord(")", ahead) ? -1 : 0;
+      ++ahead;
+    } while (open > 0);
+    return endsStatement(ahead) || isWord(".", ahead) || isWord("=", ahead);
   }
 
   Expression primary() {
     const Place place = token().place;
-    if (token().kind == Token::Kind::literal) return literal(place, tokens_[at_++].literal);
-    if (take("nil")) return literal(place, {});
-    if (take("true")) return literal(place, true);
-    if (take("false")) return literal(place, false);
+    if (token().kind == Token::Kind::literal) return {place, tokens_[at_++].literal};
+    if (take("nil")) return {place, Literal()};
+    if (take("true")) return {place, Literal{true}};
+    if (take("false")) return {place, Literal{false}};
     if (take("new")) {
-      Expression made{Kind::construct, place, name("a class"), {}, {}};
+      const New made{name("a class")};
       if (take("(")) expect(")");
-      return made;
+      return {place, made};
     }
     if (take("(")) {
       Expression inner = expression();
       expect(")");
       return inner;
     }
-    return {Kind::name, place, name("a value"), {}, {}};
+    return {place, Use{name("a value"), {}}};
   }
 
   std::vector<Token> tokens_;
   std::size_t at_ = 0;
-  int loops_ = 0;                // around the statement
-  std::size_t lastBracket_ = 0;  // where the arguments of the last call begin
+  int loops_ = 0;  // around the statement
   int depth_ = 0;
 };
 

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -19,49 +21,117 @@ class Error : public runtime::Error {
  public:
   Error(Place place, const std::string& sentence) : runtime::Error(sentence), place(place) {}
   // The sentence with the place in front, in a file of that name whose program begins at a line.
-  std::string in(const std::string& file, int firstLine = 1) const {
-    return file + ":" + std::to_string(firstLine + place.line - 1) + ":" + std::to_string(place.column) + ": " + what();
-  }
+  std::string in(const std::string& file, int firstLine = 1) const;
   Place place;
 };
 
-using Literal = std::variant<runtime::Nil, std::int32_t, double, bool, std::string>;
+struct Expression;
+
+struct Literal {
+  std::variant<runtime::Nil, std::int32_t, double, bool, std::string> value;
+};
+
+struct Name {
+  Place place;
+  std::string text;  // as it is written
+};
+
+struct Arguments {
+  Place place;  // of the bracket, if there is one
+  std::vector<Expression> values;
+};
+
+// A variable, an element of an array, a function or a member: they look the same.
+struct Use {
+  Name name;
+  std::optional<Arguments> arguments;
+};
+
+// Each member is one of the value before it.
+struct Members {
+  std::unique_ptr<Expression> owner;
+  std::vector<Use> chain;
+};
+
+struct New {
+  Name type;
+};
+
+struct Not {
+  std::unique_ptr<Expression> operand;
+};
+
+struct Minus {
+  std::unique_ptr<Expression> operand;
+};
+
+// Operators of one precedence lean to the left: what they make of the first goes into each of the rest in turn.
+struct Operator;
+struct Operation;
+struct Binary {
+  std::unique_ptr<Expression> first;
+  std::vector<Operation> rest;
+};
 
 struct Expression {
-  enum class Kind {
-    literal,
-    name,       // text
-    member,     // text of parts[0]
-    call,       // parts[0], a name or a member, with the rest as arguments; an index looks the same
-    construct,  // New text
-    unary,      // text is the operator, in small letters
-    binary,
-  };
-  Kind kind;
-  Place place;
-  std::string text;
-  Literal literal;
-  std::vector<Expression> parts;
+  Place place;  // of its last operator, member or bracket
+  std::variant<Literal, Use, Members, New, Not, Minus, Binary> form;
 };
+
+std::unique_ptr<Expression> boxed(Expression expression);
+
+struct Operation {
+  const Operator* by;
+  Place place;
+  Expression operand;
+};
+
+struct Statement;
+using Block = std::vector<Statement>;
+
+struct Dim {
+  struct Variable {
+    Name name;
+    std::optional<Expression> last;  // of an array, the last index
+  };
+  std::vector<Variable> variables;
+  std::string type;
+  std::optional<Expression> value;  // made anew for each variable
+};
+
+struct Assign {
+  Expression target, value;
+};
+
+struct Do {
+  Expression call;
+};
+
+struct If {
+  struct Branch {
+    Expression condition;
+    Block block;
+  };
+  std::vector<Branch> branches;
+  Block otherwise;
+};
+
+struct For {
+  Name variable;
+  Expression first, last, step;
+  Block body;
+};
+
+struct While {
+  Expression condition;
+  Block body;
+};
+
+struct Exit {};  // from the innermost loop
 
 struct Statement {
-  enum class Kind {
-    dim,        // name as type; for an array isArray, and expressions[0] the last index
-    assign,     // expressions[0] becomes expressions[1]
-    call,       // expressions[0]
-    condition,  // blocks[i] if expressions[i]; a block more is the Else
-    loopFor,    // name from expressions[0] to expressions[1] by expressions[2]
-    loopWhile,  // blocks[0] while expressions[0]
-    leave,      // the innermost loop
-  };
-  Kind kind;
   Place place;
-  std::string name, type;
-  bool isArray = false;
-  std::vector<Expression> expressions;
-  std::vector<std::vector<Statement>> blocks;
+  std::variant<Dim, Assign, Do, If, For, While, Exit> form;
 };
-
-using Block = std::vector<Statement>;
 
 }  // namespace language

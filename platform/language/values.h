@@ -30,6 +30,9 @@ double realOf(const Value& value, Place place);
 bool booleanOf(const Value& value, Place place);
 std::string textOf(const Value& value, Place place);  // a string as it is, anything else as Print shows it
 
+// Integers have 32 bits, and go round.
+constexpr std::int32_t wrapped(std::int64_t number) { return static_cast<std::int32_t>(number); }
+
 Value fromHost(runtime::Value value);
 // Integers in an array become an array of the host's.
 runtime::Value toHost(const Value& value, const runtime::Host& host, Place place);
