@@ -22,8 +22,9 @@ std::string lower(std::string text) {
 }
 
 constexpr std::int32_t kMostElements = 10'000'000;
+constexpr const char* kNoMemory = "OutOfMemoryException: there isn't enough memory for this.";
 
-// What the host is asked for fails where the program asks.
+// What the host is asked for, and memory, fail where the program asks.
 template <class Ask>
 auto asked(Place place, Ask ask) {
   try {
@@ -34,6 +35,10 @@ auto asked(Place place, Ask ask) {
     throw Error(place, raised.className + (raised.message.empty() ? "" : ": " + raised.message));
   } catch (const runtime::Error& error) {
     throw Error(place, error.what());
+  } catch (const std::bad_alloc&) {
+    throw Error(place, kNoMemory);
+  } catch (const std::length_error&) {
+    throw Error(place, kNoMemory);
   }
 }
 
@@ -44,9 +49,9 @@ class Evaluator {
   enum class Flow { next, leave };
 
   Flow run(const Block& block) {
+    const auto run = [this](const auto& form) { return this->run(form); };
     for (const Statement& statement : block) {
-      const auto form = [this](const auto& form) { return run(form); };
-      if (std::visit(form, statement.form) == Flow::leave) return Flow::leave;
+      if (asked(statement.place, [&] { return std::visit(run, statement.form); }) == Flow::leave) return Flow::leave;
     }
     return Flow::next;
   }
@@ -154,7 +159,7 @@ class Evaluator {
       if (sameName(type, known)) return 0.0;
     }
     if (sameName(type, "boolean")) return false;
-    if (sameName(type, "string")) return host_.string("");
+    if (sameName(type, "string")) return made(host_.string(""));
     for (const char* known : {"variant", "picture", "graphics", "memoryblock"}) {
       if (sameName(type, known)) return {};
     }
@@ -238,7 +243,7 @@ class Evaluator {
 
   Value evaluate(const Literal& literal) const {
     const auto held = [this]<class T>(const T& value) -> Value {
-      if constexpr (std::is_same_v<T, std::string>) return host_.string(value);
+      if constexpr (std::is_same_v<T, std::string>) return made(host_.string(value));
       if constexpr (!std::is_same_v<T, std::string>) return value;
     };
     return std::visit(held, literal.value);
@@ -251,8 +256,8 @@ class Evaluator {
 
   Value evaluate(const Members& members) { return follow(members, members.chain.size()).value; }
 
-  Value evaluate(const New& made) {
-    return asked(made.type.place, [&] { return Value(host_.make(made.type.text)); });
+  Value evaluate(const New& creation) {
+    return asked(creation.type.place, [&] { return made(host_.make(creation.type.text)); });
   }
 
   Value evaluate(const Not& negation) { return !booleanOf(evaluate(*negation.operand), negation.operand->place); }
@@ -267,8 +272,10 @@ class Evaluator {
     Placed left{evaluate(*binary.first), binary.first->place};
     for (const auto& [by, place, operand] : binary.rest) {
       const auto* flag = std::get_if<bool>(&left.value);
-      if (flag == nullptr || by->decided != *flag)
-        left.value = by->combine(host_, left, {evaluate(operand), operand.place}, place);
+      if (flag == nullptr || by->decided != *flag) {
+        const Placed right{evaluate(operand), operand.place};
+        left.value = asked(place, [&] { return by->combine(host_, left, right, place); });
+      }
       left.place = place;
     }
     return left.value;
@@ -352,8 +359,10 @@ class Evaluator {
 }  // namespace
 
 void run(std::string_view source, runtime::Host& host, const Surroundings& surroundings) {
-  const Block program = parse(source);
-  Evaluator(host, surroundings).run(program);
+  asked(Place(), [&] {
+    const Block program = parse(source);
+    Evaluator(host, surroundings).run(program);
+  });
 }
 
 }  // namespace language

@@ -34,12 +34,12 @@ Value lastIndex(Call& call) {
 
 Value length(Call& call) { return static_cast<std::int32_t>(textOf(call.arguments[0], call.place).size()); }
 
-Value string(Call& call) { return call.host.string(textOf(call.arguments[0], call.place)); }
+Value string(Call& call) { return made(call.host.string(textOf(call.arguments[0], call.place))); }
 
 Value rgb(Call& call) { return (call.integer(0) & 255) << 16 | (call.integer(1) & 255) << 8 | (call.integer(2) & 255); }
 
 Value newPicture(Call& call) {
-  return call.host.newPicture(call.integer(0), call.integer(1), call.arguments.size() > 2 ? call.integer(2) : 32);
+  return made(call.host.newPicture(call.integer(0), call.integer(1), call.arguments.size() > 2 ? call.integer(2) : 32));
 }
 
 Value newMemoryBlock(Call& call) {
@@ -48,7 +48,7 @@ Value newMemoryBlock(Call& call) {
   if (size < 0 || size > kMost) {
     throw Error(call.place, "A block of " + std::to_string(size) + " bytes can't be made; 0 to 268435456 would work.");
   }
-  return call.host.block(std::string(static_cast<std::size_t>(size), '\0'));
+  return made(call.host.block(std::string(static_cast<std::size_t>(size), '\0')));
 }
 
 Value print(Call& call) {
@@ -59,7 +59,7 @@ Value print(Call& call) {
 }
 
 Value open(Call& call) {
-  return call.host.string(call.surroundings.open(textOf(call.arguments[0], call.place)), kTextEncodingUnknown);
+  return made(call.host.string(call.surroundings.open(textOf(call.arguments[0], call.place)), kTextEncodingUnknown));
 }
 
 Value save(Call& call) {
@@ -100,7 +100,7 @@ Value pictureField(Call&, const runtime::Object& object) {
   return pictureOf(object).*field;
 }
 
-Value graphics(Call& call, const runtime::Object& object) { return call.host.graphicsOf(object); }
+Value graphics(Call& call, const runtime::Object& object) { return made(call.host.graphicsOf(object)); }
 
 Value world(Call& call, const runtime::Object& object) { return call.host.worldOf(object); }
 
@@ -138,9 +138,9 @@ void setForeColor(Call& call, const runtime::Object& graphics) {
 template <void (*paint)(const Rect*)>
 Value fill(Call& call, const runtime::Object& graphics) {
   const Selected selected(graphics);
-  const auto low = [](std::int32_t number) { return static_cast<std::int16_t>(number); };
-  const std::int32_t left = call.integer(0);
-  const std::int32_t top = call.integer(1);
+  const auto low = [](std::int64_t number) { return static_cast<std::int16_t>(number); };
+  const std::int64_t left = call.integer(0);
+  const std::int64_t top = call.integer(1);
   const Rect area = {low(top), low(left), low(top + call.integer(3)), low(left + call.integer(2))};
   paint(&area);
   return {};

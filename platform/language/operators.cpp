@@ -74,7 +74,7 @@ Value arithmetic(const Host&, const Placed& left, const Placed& right, Place) {
 
 Value plus(const Host& host, const Placed& left, const Placed& right, Place place) {
   if (!areBoth<runtime::String>(left, right)) return arithmetic<std::plus<>>(host, left, right, place);
-  return host.string(textOf(left.value, left.place) + textOf(right.value, right.place));
+  return made(host.string(textOf(left.value, left.place) + textOf(right.value, right.place)));
 }
 
 template <auto function>

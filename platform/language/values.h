@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -32,6 +33,13 @@ std::string textOf(const Value& value, Place place);  // a string as it is, anyt
 
 // Integers have 32 bits, and go round.
 constexpr std::int32_t wrapped(std::int64_t number) { return static_cast<std::int32_t>(number); }
+
+// What the host has made; it gives nothing where there is no memory.
+template <class Reference>
+Value made(Reference reference) {
+  if (!reference) throw std::bad_alloc();
+  return reference;
+}
 
 Value fromHost(runtime::Value value);
 // Integers in an array become an array of the host's.
