@@ -155,21 +155,20 @@ class Parser {
 
   If condition() {
     If choice;
-    Expression condition = expression();
-    expect("then");
-    if (token().kind != Token::Kind::endOfLine) {  // all on one line
-      const Level level(*this);
-      statement(choice.branches.emplace_back(If::Branch{std::move(condition), {}}).block);
-      if (take("else")) statement(choice.otherwise);
-      return choice;
-    }
-    choice.branches.push_back({std::move(condition), statements({"elseif", "else", "end"})});
-    while (take("elseif")) {
-      condition = expression();
+    do {
+      Expression condition = expression();
       expect("then");
+      const bool isOneLine = choice.branches.empty() && token().kind != Token::Kind::endOfLine;
+      Block& block = choice.branches.emplace_back(If::Branch{std::move(condition), {}}).block;
+      if (isOneLine) {
+        const Level level(*this);
+        statement(block);
+        if (take("else")) statement(choice.otherwise);
+        return choice;
+      }
       endLine();
-      choice.branches.push_back({std::move(condition), statements({"elseif", "else", "end"})});
-    }
+      block = statements({"elseif", "else", "end"});
+    } while (take("elseif"));
     if (take("else")) {
       endLine();
       choice.otherwise = statements({"end"});
