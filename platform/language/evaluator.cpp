@@ -59,20 +59,20 @@ class Evaluator {
  private:
   struct Variable {
     std::string type;
+    bool isArray;
     Value value;
   };
 
   // ---- statements
   Flow run(const Dim& dim) {
     for (const auto& [name, last] : dim.variables) {
-      Variable made{lower(dim.type), initial(dim.type, name.place)};
+      Variable made{lower(dim.type), last.has_value(), initial(dim.type, name.place)};
       if (last) {
         const std::int32_t index = integerOf(evaluate(*last), last->place);
         if (index < -1 || index >= kMostElements) {
           throw Error(last->place, "An array can't end at " + std::to_string(index) + "; 0 to 9999999 would work.");
         }
-        const std::vector<Value> elements(static_cast<std::size_t>(index + 1), made.value);
-        made.value = std::make_shared<Array>(Array{made.type, elements});
+        made.value = arrays_.make(made.type, std::vector<Value>(static_cast<std::size_t>(index + 1), made.value));
       }
       variables_[lower(name.text)] = std::move(made);
       if (dim.value) assign(variable(name), evaluate(*dim.value), name.place);
@@ -191,13 +191,13 @@ class Evaluator {
   }
 
   // Two variables share an array; one of another type is copied, element by element.
-  std::shared_ptr<Array> fittedArray(const Value& value, const std::string& type, Place place) const {
+  std::shared_ptr<Array> fittedArray(const Value& value, const std::string& type, Place place) {
     const auto* from = std::get_if<std::shared_ptr<Array>>(&value);
     if (from == nullptr) throw Error(place, "This is " + kindOf(value) + "; an array would work.");
     if ((*from)->type == type) return *from;
-    Array array{type, {}};
-    for (const Value& element : (*from)->elements) array.elements.push_back(fitted(element, type, place));
-    return std::make_shared<Array>(std::move(array));
+    std::vector<Value> elements;
+    for (const Value& element : (*from)->elements) elements.push_back(fitted(element, type, place));
+    return arrays_.make(type, std::move(elements));
   }
 
   Value& element(const Variable& variable, const Use& use) {
@@ -216,8 +216,7 @@ class Evaluator {
   }
 
   void assign(Variable& to, const Value& value, Place place) {
-    const bool isArray = std::holds_alternative<std::shared_ptr<Array>>(to.value);
-    to.value = isArray ? Value(fittedArray(value, to.type, place)) : fitted(value, to.type, place);
+    to.value = to.isArray ? Value(fittedArray(value, to.type, place)) : fitted(value, to.type, place);
   }
 
   void assignMember(const Members& target, const Value& value) {
@@ -227,9 +226,8 @@ class Evaluator {
     std::vector<Value> arguments = argumentsOf(target.chain.back());
     if (const Member* own = findMember(object, name.text)) {
       if (own->set == nullptr) throw Error(name.place, "\"" + std::string(own->name) + "\" can't be set.");
-      checkCount(own->name, arguments.size(), own->count, own->count, name.place);
-      arguments.push_back(value);
-      Call call{host_, surroundings_, name.place, std::move(arguments)};
+      Call call = callOf(own->name, own->count, own->count, name.place, std::move(arguments));
+      call.arguments.push_back(value);
       return own->set(call, object);
     }
     if (!arguments.empty()) throw Error(name.place, "\"" + name.text + "\" takes no index.");
@@ -297,10 +295,15 @@ class Evaluator {
     return values;
   }
 
-  static void checkCount(const std::string& name, std::size_t count, std::size_t least, std::size_t most, Place place) {
-    if (count >= least && count <= most) return;
-    throw Error(place, name + " takes " + std::to_string(least) + (least == 1 ? " argument" : " arguments") +
-                           (most > least ? " or more" : "") + ", not " + std::to_string(count) + ".");
+  // A call of the language's own, with as many arguments as it takes.
+  Call callOf(const char* name, std::size_t least, std::size_t most, Place place, std::vector<Value> arguments) {
+    if (const std::size_t count = arguments.size(); count < least || count > most) {
+      const std::string range = most == least || most == kAny ? "" : " to " + std::to_string(most);
+      throw Error(place, name + (" takes " + std::to_string(least)) + range +
+                             (least == 1 ? " argument" : " arguments") + (most == kAny ? " or more" : "") + ", not " +
+                             std::to_string(count) + ".");
+    }
+    return {host_, surroundings_, arrays_, place, std::move(arguments)};
   }
 
   std::vector<runtime::Value> forHost(const std::vector<Value>& values, Place place) const {
@@ -312,8 +315,7 @@ class Evaluator {
 
   Value callFunction(const Name& name, std::vector<Value> arguments) {
     if (const Function* own = findFunction(name.text)) {
-      checkCount(own->name, arguments.size(), own->least, own->most, name.place);
-      Call call{host_, surroundings_, name.place, std::move(arguments)};
+      Call call = callOf(own->name, own->least, own->most, name.place, std::move(arguments));
       return asked(name.place, [&] { return own->call(call); });
     }
     const auto& methods = host_.globalMethods();
@@ -335,14 +337,13 @@ class Evaluator {
     if (const auto* array = std::get_if<std::shared_ptr<Array>>(&owner.value)) {
       if (!sameName(name.text, "append"))
         throw Error(name.place, "An array has no \"" + name.text + "\"; Append would work.");
-      checkCount("Append", arguments.size(), 1, 1, name.place);
-      (*array)->elements.push_back(fitted(arguments[0], (*array)->type, name.place));
+      const Call call = callOf("Append", 1, 1, name.place, std::move(arguments));
+      (*array)->elements.push_back(fitted(call.arguments[0], (*array)->type, name.place));
       return {};
     }
     const runtime::Object object = objectOf(owner.value, owner.place);
     if (const Member* own = findMember(object, name.text)) {
-      checkCount(own->name, arguments.size(), own->count, own->count, name.place);
-      Call call{host_, surroundings_, name.place, std::move(arguments)};
+      Call call = callOf(own->name, own->count, own->count, name.place, std::move(arguments));
       return asked(name.place, [&] { return own->call(call, object); });
     }
     return asked(name.place, [&] {
@@ -353,6 +354,7 @@ class Evaluator {
 
   runtime::Host& host_;
   const Surroundings& surroundings_;
+  Arrays arrays_;
   std::map<std::string, Variable> variables_;
 };
 

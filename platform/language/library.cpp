@@ -8,8 +8,6 @@
 namespace language {
 namespace {
 
-constexpr std::size_t kAny = 1000;
-
 template <auto function>
 Value math(Call& call) {
   return function(realOf(call.arguments[0], call.place));
@@ -24,7 +22,7 @@ Value extreme(Call& call) {
   return best;
 }
 
-Value makeArray(Call& call) { return std::make_shared<Array>(Array{"variant", std::move(call.arguments)}); }
+Value makeArray(Call& call) { return call.arrays.make("variant", std::move(call.arguments)); }
 
 Value lastIndex(Call& call) {
   const auto* array = std::get_if<std::shared_ptr<Array>>(&call.arguments[0]);

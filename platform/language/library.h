@@ -1,6 +1,7 @@
 // The functions and members that the host's language has of its own.
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
@@ -12,11 +13,14 @@ namespace language {
 struct Call {
   runtime::Host& host;
   const Surroundings& surroundings;
+  Arrays& arrays;
   Place place;
   std::vector<Value> arguments;  // of a setter, the new value is the last
 
   std::int32_t integer(std::size_t i) const { return integerOf(arguments.at(i), place); }
 };
+
+constexpr std::size_t kAny = SIZE_MAX;  // arguments: as many as there are
 
 struct Function {
   const char* name;

@@ -45,10 +45,11 @@ Value same(const Host&, const Placed& left, const Placed& right, Place place) {
     areSame = textOf(a, place) == textOf(b, place);
   } else if (areBoth<runtime::Object>(left, right)) {
     areSame = std::get<runtime::Object>(a).get() == std::get<runtime::Object>(b).get();
+  } else if (areBoth<std::shared_ptr<Array>>(left, right)) {
+    areSame = std::get<std::shared_ptr<Array>>(a) == std::get<std::shared_ptr<Array>>(b);
   } else if (areBoth<bool>(left, right)) {
     areSame = std::get<bool>(a) == std::get<bool>(b);
-  } else if (a.index() != b.index() && !std::holds_alternative<runtime::Nil>(a) &&
-             !std::holds_alternative<runtime::Nil>(b)) {
+  } else if (!std::holds_alternative<runtime::Nil>(a) && !std::holds_alternative<runtime::Nil>(b)) {
     throw Error(place, kindOf(a) + " and " + kindOf(b) + " can't be compared; two of a kind would work.");
   }
   return areSame == isWanted;

@@ -7,6 +7,28 @@
 
 namespace language {
 
+Arrays::~Arrays() {
+  for (std::size_t left = alive_.size(); left > 0 && !alive_.empty(); --left) {
+    alive_.splice(alive_.end(), alive_, alive_.begin());
+    const std::vector<Value> elements = std::move(alive_.back().elements);
+  }
+}
+
+std::shared_ptr<Array> Arrays::make(std::string type, std::vector<Value> elements) {
+  alive_.push_front({std::move(type), std::move(elements)});
+  return {&alive_.front(), [this, array = alive_.begin()](Array*) { destroy(array); }};
+}
+
+// What dies with an array's elements waits in the list for its turn.
+void Arrays::destroy(std::list<Array>::iterator array) {
+  dying_.splice(dying_.end(), alive_, array);
+  if (dying_.size() > 1) return;
+  while (!dying_.empty()) {
+    dying_.front().elements.clear();
+    dying_.pop_front();
+  }
+}
+
 std::string classOf(const runtime::Object& object) {
   if (const auto* instance = runtime::as<runtime::Instance>(object.get())) return instance->info->name;
   if (runtime::as<runtime::PictureObject>(object.get()) != nullptr) return "Picture";

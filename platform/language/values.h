@@ -1,6 +1,7 @@
 // What host code computes with.
 #pragma once
 
+#include <list>
 #include <memory>
 #include <new>
 #include <string>
@@ -18,6 +19,22 @@ using Value =
 struct Array {
   std::string type;
   std::vector<Value> elements;
+};
+
+// All arrays of a program. However deep they hold each other, they go one by one; circles of them go with the program.
+class Arrays {
+ public:
+  Arrays() = default;
+  ~Arrays();
+  Arrays(const Arrays&) = delete;
+  Arrays& operator=(const Arrays&) = delete;
+
+  std::shared_ptr<Array> make(std::string type, std::vector<Value> elements);
+
+ private:
+  void destroy(std::list<Array>::iterator array);
+
+  std::list<Array> alive_, dying_;
 };
 
 // "an integer", "a Picture", as a sentence needs it.
