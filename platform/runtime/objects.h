@@ -10,8 +10,8 @@
 #include <typeinfo>
 #include <vector>
 
-#include "contract/host.h"
 #include "contract/handles.h"
+#include "contract/host.h"
 
 namespace runtime {
 

@@ -1,10 +1,10 @@
 // The host as the plug-in calls it: every entry point is a slot, filled through the host's resolver on first use.
 #pragma once
 
+#include "contract/handles.h"
 #include "contract/host.h"
 #include "contract/records.h"
 #include "contract/slot.h"
-#include "contract/handles.h"
 
 // Gives the address of an entry point by its name, or null.
 using REALResolver = void* (*)(const char* name);

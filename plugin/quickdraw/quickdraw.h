@@ -1,9 +1,9 @@
 // QuickDraw as the plug-in calls it: every operation is a slot, filled from the system framework on first use.
 #pragma once
 
+#include "contract/handles.h"
 #include "contract/slot.h"
 #include "contract/system.h"
-#include "contract/handles.h"
 
 namespace quickdraw {
 

@@ -2,8 +2,8 @@
 // bytes, as a host picture, on the clipboard and as pixels.
 #pragma once
 
-#include "contract/records.h"
 #include "contract/handles.h"
+#include "contract/records.h"
 
 struct REALobjectStruct;
 
