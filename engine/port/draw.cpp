@@ -1,5 +1,4 @@
 // Commands become runs, and runs meet the clip in a painter.
-#include "engine/pict/writer.h"
 #include "engine/pixels/copy.h"
 #include "engine/port/command.h"
 #include "engine/text/text.h"
@@ -105,19 +104,5 @@ void draw(Port& port, const BitsCommand& bits) {
   if (bits.mask == nullptr) return copy(port.visible());
   copy(intersect(port.visible(), *bits.mask));
 }
-
-template <class Command>
-void perform(Port& port, const Command& command) {
-  if (port.recording != nullptr) port.recording->write(port.state, command);
-  if (port.state.penVisibility >= 0) draw(port, command);
-  if constexpr (std::is_same_v<Command, ShapeCommand>) {
-    if (command.verb == Verb::invert) port.state.highlights = false;
-  }
-}
-
-template void perform(Port&, const LineCommand&);
-template void perform(Port&, const ShapeCommand&);
-template void perform(Port&, const TextCommand&);
-template void perform(Port&, const BitsCommand&);
 
 }  // namespace qd
