@@ -18,7 +18,8 @@ std::pair<CLI::App*, Options&> addCommand(CLI::App& app, Command& chosen, const 
                                           const Run& run) {
   const auto options = std::make_shared<Options>();
   CLI::App* command = app.add_subcommand(name, what);
-  command->callback([&chosen, options, run] { chosen = [options, run] { return run(*options); }; });
+  command->callback(
+      [&chosen, options, run = std::decay_t<Run>(run)] { chosen = [options, run] { return run(*options); }; });
   return {command, *options};
 }
 

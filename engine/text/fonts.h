@@ -21,7 +21,7 @@ Family familyOf(int number, const std::string& name);
 // Pixels per em, across and down; they differ in text that is stretched.
 struct FontSize {
   int h, v;
-  auto operator<=>(const FontSize&) const = default;
+  bool operator<(const FontSize& other) const { return h != other.h ? h < other.h : v < other.v; }
 };
 
 // A part of a row of a character, from the pen's position on the baseline.

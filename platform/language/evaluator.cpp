@@ -272,7 +272,7 @@ class Evaluator {
       const auto* flag = std::get_if<bool>(&left.value);
       if (flag == nullptr || by->decided != *flag) {
         const Placed right{evaluate(operand), operand.place};
-        left.value = asked(place, [&] { return by->combine(host_, left, right, place); });
+        left.value = asked(place, [&, &by = by, &place = place] { return by->combine(host_, left, right, place); });
       }
       left.place = place;
     }
