@@ -2,6 +2,8 @@
 #include "hostcode/commands.h"
 #include "platform/runtime/host.h"
 
+// Before the commands are read nothing but memory can be missing.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int count, char** arguments) {
   CLI::App app("Runs host code with the plug-in loaded.", "macpict");
   Command chosen;

@@ -3,6 +3,8 @@
 #include "hostcode/options.h"
 #include "macpict/commands.h"
 
+// Before the commands are read nothing but memory can be missing.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int count, char** arguments) {
   CLI::App app("Records, plays and lists QuickDraw pictures (PICT), and runs host code that draws them.", "macpict");
   Command chosen;
