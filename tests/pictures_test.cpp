@@ -45,7 +45,7 @@ class Pict {
   // top, left, bottom, right
   Pict& rect(int number, int t, int l, int b, int r) { return op(number).words({t, l, b, r}); }
   Pict& pattern(int number, int row) { return op(number).bytes({row, row, row, row, row, row, row, row}); }
-  Pict& black(int t, int l, int b, int r) { return rect(op::Rect + 1, t, l, b, r); }
+  Pict& black(int t, int l, int b, int r) { return rect(op::Rect::kNumber + 1, t, l, b, r); }
 
   // What playing it leaves, '.' white, '#' black, 'o' another colour.
   std::string played(int width = kWidth, int height = kHeight) {
@@ -68,7 +68,7 @@ class Pict {
     return text;
   }
   const Playback& play(const Rect& target) {
-    op(op::OpEndPic);
+    op(op::OpEndPic::kNumber);
     const Handle handle = NewHandle(static_cast<std::int32_t>(out.size()));
     std::copy(out.bytes().begin(), out.bytes().end(), *handle);
     DrawPicture(reinterpret_cast<PicHandle>(handle), &target);
@@ -93,10 +93,10 @@ TEST_F(Pictures, HeadsOfAllForms) {
   EXPECT_EQ(Pict(2).black(1, 1, 3, 3).played(), kSquare);
   // Version -1, with the frame in Fixed; version 0; no-ops in front of the version.
   Pict fixed;
-  fixed.op(op::HeaderOp).words({-1, -1, 0, 0, 0, 0, kWidth, 0, kHeight, 0, 0, 0});
+  fixed.op(op::HeaderOp::kNumber).words({-1, -1, 0, 0, 0, 0, kWidth, 0, kHeight, 0, 0, 0});
   EXPECT_EQ(fixed.black(1, 1, 3, 3).played(), kSquare);
   Pict zero;
-  zero.op(op::HeaderOp).words({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+  zero.op(op::HeaderOp::kNumber).words({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
   EXPECT_EQ(zero.black(1, 1, 3, 3).played(), kSquare);
   Pict late(1);
   late.out.clear();
@@ -104,7 +104,7 @@ TEST_F(Pictures, HeadsOfAllForms) {
   EXPECT_EQ(late.black(1, 1, 3, 3).played(), kSquare);
   // 144 dpi: the source rectangle is the space, the frame its size at 72.
   Pict fine(2, {0, 0, kHeight / 2, kWidth / 2});
-  fine.op(op::HeaderOp).words({-2, 0, 0x90, 0, 0x90, 0, 0, 0, kHeight, kWidth, 0, 0});
+  fine.op(op::HeaderOp::kNumber).words({-2, 0, 0x90, 0, 0x90, 0, 0, 0, kHeight, kWidth, 0, 0});
   EXPECT_EQ(fine.black(1, 1, 3, 3).played(), kSquare);
   // A frame off the origin, and one that the picture is stretched from.
   EXPECT_EQ(Pict(1, {-10, -20, kHeight - 10, kWidth - 20}).black(-9, -19, -7, -17).played(), kSquare);
@@ -124,14 +124,14 @@ TEST_F(Pictures, SameMeansTheLastRectangleOfAnyShape) {
 
 TEST_F(Pictures, LinesGoOnFromWhereTheLastOneEnded) {
   Pict lines;
-  lines.op(op::ShortLine)
+  lines.op(op::ShortLine::kNumber)
       .words({1, 1})
       .bytes({3, 0})
-      .op(op::ShortLineFrom)
+      .op(op::ShortLineFrom::kNumber)
       .bytes({0, 3})
-      .op(op::LineFrom)
+      .op(op::LineFrom::kNumber)
       .words({4, 9})
-      .op(op::Line)
+      .op(op::Line::kNumber)
       .words({0, 0, 0, 2});
   EXPECT_EQ(lines.played(), "###.........\n.####.......\n....#.......\n....#.......\n....######..\n............\n");
 }
@@ -144,7 +144,7 @@ TEST_F(Pictures, RegionsClipAndAreDrawn) {
   painted.op(0x81).words(region);
   EXPECT_EQ(painted.played(), full);
   Pict clipped;
-  clipped.op(op::Clip).words(region).black(-5, -5, 20, 20);
+  clipped.op(op::Clip::kNumber).words(region).black(-5, -5, 20, 20);
   EXPECT_EQ(clipped.played(), full);
   Pict framed;
   framed.op(0x80).words(region);
@@ -161,7 +161,7 @@ TEST_F(Pictures, RegionsClipAndAreDrawn) {
   const OpenCPicParams params = PictureParams(kWidth, kHeight);
   const PicHandle again = OpenCPicture(&params);
   Pict closed;
-  closed.op(op::Clip).words({10, 0, 0, 0, 0}).black(1, 1, 3, 3).play(all);
+  closed.op(op::Clip::kNumber).words({10, 0, 0, 0, 0}).black(1, 1, 3, 3).play(all);
   ClosePicture();
   DrawPicture(again, &all);
   KillPicture(again);
@@ -170,39 +170,43 @@ TEST_F(Pictures, RegionsClipAndAreDrawn) {
 
 TEST_F(Pictures, PatternsAreAnchoredToTheGrid) {
   Pict fill;
-  fill.pattern(op::FillPat, 0xAA).rect(0x34, 0, 1, 1, 7).pattern(op::PnPat, 0xCC).black(1, 1, 2, 9);
-  fill.pattern(op::BkPat, 0xF0).rect(0x32, 2, 0, 3, 12);
+  fill.pattern(op::FillPat::kNumber, 0xAA).rect(0x34, 0, 1, 1, 7).pattern(op::PnPat::kNumber, 0xCC).black(1, 1, 2, 9);
+  fill.pattern(op::BkPat::kNumber, 0xF0).rect(0x32, 2, 0, 3, 12);
   EXPECT_EQ(fill.played(), "..#.#.#.....\n.#..##..#...\n####....####\n............\n............\n............\n");
   // A tile of two by two with a colour table, and a colour alone.
   Pict pixels;
-  pixels.op(op::PnPixPat).words({1, 0, 0, 0, 0}).words({0x8002, 0, 0, 2, 2, 0, 0, 0, 0, 0x48, 0, 0x48,
-                                                        0,      0, 8, 1, 8, 0, 0, 0, 0, 0,    0});
+  pixels.op(op::PnPixPat::kNumber).words({1, 0, 0, 0, 0}).words({0x8002, 0, 0, 2, 2, 0, 0, 0, 0, 0x48, 0, 0x48,
+                                                                 0,      0, 8, 1, 8, 0, 0, 0, 0, 0,    0});
   pixels.words({0, 0, 0, 2, 0, 0xFFFF, 0xFFFF, 0xFFFF, 1, 0, 0, 0, 2, 0xFFFF, 0, 0}).bytes({1, 0, 0, 2});
   pixels.black(0, 0, 2, 4);
   EXPECT_EQ(pixels.played().substr(0, 26), "#.#.........\n.o.o........\n");
   Pict color;
-  color.op(op::FillPixPat).words({2, 0, 0, 0, 0, 0x1200, 0x3400, 0x5600}).rect(0x34, 0, 0, 2, 2);
+  color.op(op::FillPixPat::kNumber).words({2, 0, 0, 0, 0, 0x1200, 0x3400, 0x5600}).rect(0x34, 0, 0, 2, 2);
   EXPECT_EQ(color.color(1, 1), "123456");
 }
 
 TEST_F(Pictures, ColoursOldAndNewAndModes) {
-  EXPECT_EQ(Pict().op(op::FgColor).words({0, 205}).black(0, 0, 1, 1).color(0, 0), "DD0806");
-  EXPECT_EQ(Pict(1).op(op::BkColor).words({0, 409}).rect(0x32, 0, 0, 1, 1).color(0, 0), "0000D4");
-  EXPECT_EQ(Pict().op(op::RGBFgCol).words({0x1122, 0x3344, 0x5566}).black(0, 0, 1, 1).color(0, 0), "113355");
+  EXPECT_EQ(Pict().op(op::FgColor::kNumber).words({0, 205}).black(0, 0, 1, 1).color(0, 0), "DD0806");
+  EXPECT_EQ(Pict(1).op(op::BkColor::kNumber).words({0, 409}).rect(0x32, 0, 0, 1, 1).color(0, 0), "0000D4");
+  EXPECT_EQ(Pict().op(op::RGBFgCol::kNumber).words({0x1122, 0x3344, 0x5566}).black(0, 0, 1, 1).color(0, 0), "113355");
   Pict highlighted;
-  highlighted.op(op::HiliteColor)
+  highlighted.op(op::HiliteColor::kNumber)
       .words({0xFF00, 0xFF00, 0})
-      .op(op::HiliteMode)
+      .op(op::HiliteMode::kNumber)
       .rect(0x33, 0, 0, 1, 1)
       .rect(0x33, 0, 1, 1, 2);
   EXPECT_EQ(highlighted.color(0, 0), "FFFF00");
   EXPECT_EQ(highlighted.color(1, 0), "000000") << "for one inversion only";
   Pict blended;
-  blended.op(op::OpColor).words({0x8000, 0x8000, 0x8000}).op(op::PnMode).words({40}).black(0, 0, 1, 1);
+  blended.op(op::OpColor::kNumber)
+      .words({0x8000, 0x8000, 0x8000})
+      .op(op::PnMode::kNumber)
+      .words({40})
+      .black(0, 0, 1, 1);
   EXPECT_EQ(blended.color(0, 0), "7F7F7F");
-  EXPECT_EQ(Pict().op(op::PnMode).words({0}).black(0, 0, 5, 5).played().find('#'), std::string::npos)
+  EXPECT_EQ(Pict().op(op::PnMode::kNumber).words({0}).black(0, 0, 5, 5).played().find('#'), std::string::npos)
       << "no pattern mode";
-  EXPECT_EQ(Pict().op(op::Origin).words({10, 20}).black(21, 11, 23, 13).played(), kSquare);
+  EXPECT_EQ(Pict().op(op::Origin::kNumber).words({10, 20}).black(21, 11, 23, 13).played(), kSquare);
 }
 
 TEST_F(Pictures, BitsOfAllKinds) {
@@ -210,17 +214,17 @@ TEST_F(Pictures, BitsOfAllKinds) {
   const std::initializer_list<int> place = {0, 0, 2, 2, 1, 1, 3, 3, 0};  // from, to, mode
   // A bit map, raw; its rows are two bytes.
   Pict raw;
-  head(raw.op(op::BitsRect), {2, 0, 0, 2, 2}).words(place).words({0xC000, 0xC000});
+  head(raw.op(op::BitsRect::kNumber), {2, 0, 0, 2, 2}).words(place).words({0xC000, 0xC000});
   EXPECT_EQ(raw.played(), kSquare);
   // Packed, and in the colours of the port.
   Pict packed;
-  packed.op(op::RGBFgCol).words({0xFF00, 0, 0});
-  head(packed.op(op::PackBitsRect), {8, 0, 0, 2, 64}).words(place);
+  packed.op(op::RGBFgCol::kNumber).words({0xFF00, 0, 0});
+  head(packed.op(op::PackBitsRect::kNumber), {8, 0, 0, 2, 64}).words(place);
   packed.bytes({4, 0xF9, 0xC0, 0x80, 0x80, 2, 0xF9, 0xC0});
   EXPECT_EQ(packed.color(1, 1), "FF0000");
   // A pixel map under the unpacked opcode, its table by value, with a mask region.
   Pict indexed;
-  head(indexed.op(op::BitsRgn), {0x8004, 0, 0, 2, 2, 0, 0, 0, 0, 72, 0, 72, 0, 0, 8, 1, 8, 0, 0, 0, 0, 0, 0});
+  head(indexed.op(op::BitsRgn::kNumber), {0x8004, 0, 0, 2, 2, 0, 0, 0, 0, 72, 0, 72, 0, 0, 8, 1, 8, 0, 0, 0, 0, 0, 0});
   indexed.words({0, 0, 0, 1, 7, 0x1100, 0x2200, 0x3300, 9, 0, 0, 0}).words(place).words({10, 1, 1, 2, 3});
   indexed.bytes({7, 9, 0, 0, 9, 7, 0, 0});
   EXPECT_EQ(indexed.color(1, 1) + indexed.color(2, 1) + indexed.color(1, 2), "112233000000FFFFFF");
@@ -228,7 +232,7 @@ TEST_F(Pictures, BitsOfAllKinds) {
   const auto direct = [&](int depth, int packType, int components, int rowBytes, int width,
                           const std::function<void(Pict&)>& rows) {
     Pict p;
-    p.op(op::DirectBitsRect).words({0, 0xFF});
+    p.op(op::DirectBitsRect::kNumber).words({0, 0xFF});
     head(p, {0x8000 | rowBytes,   0, 0, 2, width, 0, packType, 0, 0, 72, 0, 72, 0, 16, depth, components,
              depth == 16 ? 5 : 8, 0, 0, 0, 0,     0, 0});
     p.words({0, 0, 2, width, 1, 1, 3, 1 + width, 0});
@@ -249,7 +253,7 @@ namespace {
 
 // Opcode 8200 with an image of two by two pixels of 24 bits, shown at twice its size.
 Pict& quickTime(Pict& pict, std::initializer_list<int> codec) {
-  pict.op(op::CompressedQuickTime).words({0, 68 + 86 + 12, 0});
+  pict.op(op::CompressedQuickTime::kNumber).words({0, 68 + 86 + 12, 0});
   pict.words({2, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0, 1, 0, 1, 0, 0x4000, 0});  // the matrix
   pict.words({0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 2, 0, 0x300, 0, 0});            // no matte, copied, no mask
   pict.words({0, 86}).bytes(codec).words({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 2, 72, 0, 72, 0, 0, 12, 1});
@@ -268,10 +272,10 @@ TEST_F(Pictures, QuickTimeImagesTakeThePlaceOfTheirStandIns) {
   EXPECT_EQ(image.played(), shown);
   // Bits in the same place, or as many bytes of opcodes as a pen size says.
   Pict bits;
-  quickTime(bits, raw).op(op::BitsRect).words({2, 0, 0, 2, 2, 0, 0, 2, 2, 1, 1, 5, 5, 0, 0xFFFF, 0xFFFF});
+  quickTime(bits, raw).op(op::BitsRect::kNumber).words({2, 0, 0, 2, 2, 0, 0, 2, 2, 1, 1, 5, 5, 0, 0xFFFF, 0xFFFF});
   EXPECT_EQ(bits.played(), shown);
   Pict run;
-  quickTime(run, raw).op(op::PnSize).words({99, 10}).black(0, 0, 6, 6).black(0, 11, 6, 12);
+  quickTime(run, raw).op(op::PnSize::kNumber).words({99, 10}).black(0, 0, 6, 6).black(0, 11, 6, 12);
   EXPECT_EQ(run.played().substr(0, 26), "...........#\n.##oo......#\n");
   // What can't be decoded is said, and its stand-in is shown.
   Pict unknown;
@@ -284,12 +288,12 @@ TEST_F(Pictures, QuickTimeImagesTakeThePlaceOfTheirStandIns) {
 
 TEST_F(Pictures, WhatIsReservedOrACommentIsPassedOver) {
   Pict pict;
-  pict.op(op::ShortComment).words({130}).op(op::LongComment).words({100, 3}).bytes({1, 2, 3});
+  pict.op(op::ShortComment::kNumber).words({130}).op(op::LongComment::kNumber).words({100, 3}).bytes({1, 2, 3});
   pict.op(0x24).words({2, 7}).op(0x92).words({1}).bytes({9}).op(0xB5).op(0xD3).words({0, 3}).bytes({1, 2, 3});
-  pict.op(0x0301).words({0, 0, 0}).op(0x8042).op(0x9000).words({0, 2, 5}).op(op::GlyphState).words({4, 0, 0});
-  pict.op(op::PnLocHFrac).words({0}).black(1, 1, 3, 3);
+  pict.op(0x0301).words({0, 0, 0}).op(0x8042).op(0x9000).words({0, 2, 5}).op(op::GlyphState::kNumber).words({4, 0, 0});
+  pict.op(op::PnLocHFrac::kNumber).words({0}).black(1, 1, 3, 3);
   EXPECT_EQ(pict.played(), kSquare);
-  EXPECT_EQ(lastPlayback().skipped, 9);
+  EXPECT_EQ(lastPlayback().skipped, 11);
 }
 
 TEST_F(Pictures, TheFirstBrokenOperandEndsThem) {
@@ -301,7 +305,7 @@ TEST_F(Pictures, TheFirstBrokenOperandEndsThem) {
   const std::pair<const char*, std::function<void(Pict&)>> cases[] = {
       {"0001 Clip",
        [](Pict& p) {
-         p.op(op::Clip).words({9, 0, 0, 1, 1});
+         p.op(op::Clip::kNumber).words({9, 0, 0, 1, 1});
        }},
       {"0081 PaintRgn",
        [](Pict& p) {
@@ -313,15 +317,15 @@ TEST_F(Pictures, TheFirstBrokenOperandEndsThem) {
        }},
       {"0013 PnPixPat",
        [](Pict& p) {
-         p.op(op::PnPixPat).words({3, 0, 0, 0, 0});
+         p.op(op::PnPixPat::kNumber).words({3, 0, 0, 0, 0});
        }},
       {"0090 BitsRect",
        [](Pict& p) {
-         p.op(op::BitsRect).words({2, 0, 0, 1, 17, 0, 0, 1, 1, 0, 0, 1, 1, 0});
+         p.op(op::BitsRect::kNumber).words({2, 0, 0, 1, 17, 0, 0, 1, 1, 0, 0, 1, 1, 0});
        }},
       {"0098 PackBitsRect",
        [](Pict& p) {
-         p.op(op::PackBitsRect).words({8, 0, 0, 1, 64, 0, 0, 1, 1, 0, 0, 1, 1, 0}).bytes({2, 0xFA, 1, 0});
+         p.op(op::PackBitsRect::kNumber).words({8, 0, 0, 1, 64, 0, 0, 1, 1, 0, 0, 1, 1, 0}).bytes({2, 0xFA, 1, 0});
        }},
       {"9000 Reserved",
        [](Pict& p) {
@@ -340,9 +344,18 @@ TEST_F(Pictures, TheFirstBrokenOperandEndsThem) {
 TEST_F(Pictures, TextKeepsItsNameSizeAndRatio) {
   const auto widest = [](std::initializer_list<int> ratio, int size) {
     Pict text;
-    text.op(op::FontName).words({10, 900}).bytes({7, 'C', 'o', 'u', 'r', 'i', 'e', 'r'}).op(op::TxFont).words({900});
-    text.op(op::TxSize).words({size}).op(op::TxRatio).words(ratio).op(op::DHDVText).bytes({0, 5, 1, 0xD1});  // an em
-                                                                                                             // dash
+    text.op(op::FontName::kNumber)
+        .words({10, 900})
+        .bytes({7, 'C', 'o', 'u', 'r', 'i', 'e', 'r'})
+        .op(op::TxFont::kNumber)
+        .words({900});
+    text.op(op::TxSize::kNumber)
+        .words({size})
+        .op(op::TxRatio::kNumber)
+        .words(ratio)
+        .op(op::DHDVText::kNumber)
+        .bytes({0, 5, 1, 0xD1});  // an em
+                                  // dash
     const std::string picture = text.played(40, 6);
     std::size_t right = 0;
     for (std::size_t at = 0; at + 41 <= picture.size(); at += 41) {

@@ -1,46 +1,42 @@
 // Pixels inside a PICT: bit maps and pixel maps, raw and packed.
 #pragma once
 
-#include "engine/pict/bytes.h"
-#include "engine/port/command.h"
+#include <functional>
+
+#include "engine/pict/fields.h"
+#include "engine/shapes/paint.h"
 
 namespace qd {
 
-// What stands in front of the rows.
-struct BitsHeader {
-  bool isDirect = false;  // opcodes 009A and 009B
-  bool isPacked = false;
-  int rowBytes = 0;
-  Box bounds;
-  int depth = 1;
-  int packType = 0;
-  int components = 1;
-  ColorTablePtr colors;
-  Rect from = {}, to = {};
-  std::int16_t mode = 0;
-  std::optional<Region> mask;
+// How a row lies in the picture.
+struct RowForm {
+  std::size_t bytes;  // unpacked
+  std::size_t unit;   // of PackBits
+  bool isPacked;
 };
+RowForm rowForm(const Map& map, bool isPacked);
 
-// Reads the operands of a bits opcode up to its rows. Nothing if they make no sense; the reader has then failed.
-std::optional<BitsHeader> readBitsHeader(ByteReader& in, std::uint16_t opcode);
-// Reads a pixel pattern.
-std::optional<Pattern> readPixelPattern(ByteReader& in);
-// Reads the rows behind a header, or goes past them.
-std::optional<OwnedPixels> readRows(ByteReader& in, const BitsHeader& header);
-bool skipRows(ByteReader& in, const BitsHeader& header);
-// Goes past a bits opcode's operands or a pixel pattern; false if they are broken.
-bool skipBits(ByteReader& in, std::uint16_t opcode);
-bool skipPixelPattern(ByteReader& in);
+// The bytes of all rows; the reader fails if they go past the end.
+Bytes takeRows(ByteReader& in, const Map& map, bool isPacked);
+// Calls `use` with what each row is, packed or not, without its count.
+void eachRow(const Map& map, const Rows& rows, const std::function<void(Bytes)>& use);
+// The count in front of a packed row.
+void putCount(ByteWriter& out, const Map& map, std::size_t count);
 
-// A region or polygon without its size and box: what is behind them, as words.
-std::optional<Region> readRegion(ByteReader& in);
-std::optional<std::vector<Point>> readPolygon(ByteReader& in);
+// The pixels that rows are; nothing if they can't be unpacked.
+std::optional<OwnedPixels> pixelsOf(const Map& map, const Rows& rows);
+std::optional<Pattern> patternOf(const PixelPatternFields& fields);
 
-// Writes an opcode with its operands. The source's bounds are what is written.
-void writeBits(ByteWriter& out, const PixelMap& source, const BitsCommand& command);
-void writePixelPattern(ByteWriter& out, const Pattern& pattern);
-void writeRegion(ByteWriter& out, const Region& region);
+// The other way. The bytes of a colour table are put into a writer that outlives the map.
+Map mapOf(const PixelMap& source, ByteWriter& colors);
+PixelPatternFields fieldsOf(const Pattern& pattern, ByteWriter& colors);
+void packRows(ByteWriter& out, const PixelMap& map);
+// Whether rows of a map are so short that they are not packed.
+bool isShort(const PixelMap& map);
 // Whether a map of that width fits the format's row.
 bool fitsRow(int depth, int width);
+
+// The smallest rectangle around points.
+Rect boundsOf(std::span<const Point> points);
 
 }  // namespace qd

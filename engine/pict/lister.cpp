@@ -1,106 +1,130 @@
 #include "engine/pict/lister.h"
 
-#include <array>
-#include <cstdarg>
-#include <cstdio>
-
+#include "engine/pict/assembler.h"
 #include "engine/pict/bits.h"
+#include "engine/pict/opcodes.h"
 
 namespace qd {
 namespace {
 
-__attribute__((format(printf, 1, 2))) std::string format(const char* pattern, ...) {
-  std::array<char, 256> text;
-  va_list arguments;
-  va_start(arguments, pattern);
-  std::vsnprintf(text.data(), text.size(), pattern, arguments);
-  va_end(arguments);
-  return text.data();
-}
+// What a short listing says of each field.
+struct FieldBrief {
+  ByteReader& in;
+  std::vector<std::string>& texts;
 
-std::string textOf(Bytes bytes) {
-  std::string text = "\"";
-  for (const std::uint8_t byte : bytes) {
-    if (byte >= 0x20 && byte < 0x7F && byte != '"' && byte != '\\') {
-      text += static_cast<char>(byte);
+  template <class Type, class Value, class Self>
+  void operator()(Type type, Value& value, const char* name, const Self& self) {
+    if constexpr (requires { Type::brief(in, self); }) {
+      texts.push_back(Type::brief(in, self));
+    } else if constexpr (requires { Type::brief(in); }) {
+      texts.push_back(Type::brief(in));
     } else {
-      text += format("\\x%02X", byte);
+      FieldReader{in}(type, value, name, self);
+      TextWriter text;
+      FieldLister{text, false}(type, value, name, self);
+      texts.push_back(text.take());
     }
   }
-  return text + "\"";
-}
+  void check(bool, const char*) {}
+};
 
-std::string boxOf(const Box& box) { return format("(%d, %d, %d, %d)", box.left, box.top, box.right, box.bottom); }
-
-std::string fixedOf(Fixed value) { return format("%g", value / 65536.0); }
-
-std::string regionOf(ByteReader& in) {
-  const std::size_t size = in.u16();
-  const Box bounds(in.rect());
-  if (size == 10) return boxOf(bounds);
-  return boxOf(bounds) + format(" and %zu words", (size - 10) / 2);
-}
-
-std::string polygonOf(ByteReader& in) {
-  std::string text;
-  const auto points = readPolygon(in);
-  if (!points) return "broken";
-  for (const Point& p : *points) text += format("%s(%d, %d)", text.empty() ? "" : " ", p.h, p.v);
+template <class Bits>
+std::string briefBits(ByteReader& in, Bits& bits) {
+  readOperands(in, bits);
+  if (!in.good()) return "broken";
+  const Box bounds(bits.map.bounds);
+  std::string text = format("depth %d, %dx%d, from ", bits.map.depth(), bounds.width(), bounds.height()) +
+                     textOf(bits.from) + " to " + textOf(bits.to) + format(" mode %d", bits.mode);
+  if constexpr (requires { bits.mask; }) text += " in " + textOf(toRect(bits.mask.bounds()));
   return text;
 }
 
-std::string bitsOf(ByteReader& in, std::uint16_t opcode) {
-  const auto header = readBitsHeader(in, opcode);
-  if (!header) return "broken";
-  return format("depth %d, %dx%d, from ", header->depth, header->bounds.width(), header->bounds.height()) +
-         boxOf(Box(header->from)) + " to " + boxOf(Box(header->to)) + format(" mode %d", header->mode) +
-         (header->mask ? " in " + boxOf(header->mask->bounds()) : "");
+std::vector<std::string> briefOperands(const Opcode& opcode) {
+  std::vector<std::string> texts;
+  ByteReader in = opcode.operands;
+  withOpcode(opcode.number, [&]<class Op>(Op& op) {
+    if constexpr (Op::kKind == Kind::bits) {
+      texts.push_back(briefBits(in, op));
+    } else if constexpr (Op::kKind == Kind::sized) {
+      texts.push_back(format("%zu bytes", in.left() - 2));
+    } else {
+      FieldBrief brief{in, texts};
+      Op::describe(op, brief);
+    }
+  });
+  return texts;
 }
 
-std::string operandOf(char letter, ByteReader& in, std::uint16_t opcode) {
-  switch (letter) {
-    case 'b':
-      return format("%d", in.s8());
-    case 'u':
-      return format("%u", in.u8());
-    case 's':
-      return format("%d", in.s16());
-    case 'w':
-      return format("%u", in.u16());
-    case 'l':
-      return format("%d", in.s32());
-    case 'F':
-      return fixedOf(in.s32());
-    case 'p': {
-      const Point p = in.point();
-      return format("(%d, %d)", p.h, p.v);
-    }
-    case 'r':
-      return boxOf(Box(in.rect()));
-    case 'c': {
-      const RGBColor color = in.color();
-      return format("#%04X%04X%04X", color.red, color.green, color.blue);
-    }
-    case '8': {
-      std::string text;
-      for (const std::uint8_t byte : in.take(8)) text += format("%02X", byte);
-      return text;
-    }
-    case 'T':
-      return textOf(in.take(in.u8()));
-    case 'n':
-      return format("%zu bytes", in.take(in.u16()).size());
-    case 'N':
-      return format("%zu bytes", in.take(in.u32()).size());
-    case 'H':
-      return format("%zu bytes", in.take(std::size_t{2} * (opcode >> 8)).size());
-    case 'g':
-      return (opcode & 0xF0) == op::Poly ? polygonOf(in) : regionOf(in);
-    case 'X':
-      return in.u16() == 2 ? "a colour" : "a tile";
-    default:
-      return bitsOf(in, opcode);
+struct FieldCount {
+  int count = 0;
+
+  template <class Type, class Value, class Self>
+  void operator()(Type, const Value&, const char*, const Self&) {
+    ++count;
   }
+};
+
+std::string nameOf(std::uint16_t number) {
+  const bool isReserved = opcodeRow(number).kind == Kind::reserved;
+  return opcodeName(number) + (isReserved ? format(" 0x%04X", number) : "");
+}
+
+// The operands with all there is to them; nothing if they make no sense.
+std::string fullOperands(const Opcode& opcode) {
+  ByteReader in = opcode.operands;
+  return withOpcode(opcode.number, [&](auto& op) {
+    readOperands(in, op);
+    if (!in.good()) return std::string();
+    FieldCount fields;
+    op.describe(op, fields);
+    TextWriter out;
+    out.word(nameOf(opcode.number));
+    FieldLister lister{out, fields.count > 1};
+    op.describe(op, lister);
+    return out.take();
+  });
+}
+
+// Whether the assembler makes these operands of the text.
+bool isFaithful(const std::string& text, const Opcode& opcode) {
+  TextReader in(text);
+  in.takeWord();
+  if (opcodeRow(opcode.number).kind == Kind::reserved) in.takeWord();
+  ByteWriter out;
+  assembleOperands(opcode.number, in, out);
+  ByteReader operands = opcode.operands;
+  const Bytes expected = operands.take(operands.left());
+  return in.good() && in.atEnd() &&
+         std::equal(out.bytes().begin(), out.bytes().end(), expected.begin(), expected.end());
+}
+
+std::string bytesLine(const std::string& word, Bytes bytes) {
+  TextWriter out;
+  out.word(word);
+  out.bytes(bytes);
+  return out.take();
+}
+
+// The first line, for a picture's bytes up to its version.
+std::string headLine(Bytes bytes, const PictureHeader& header) {
+  ByteReader in(bytes);
+  const HeadLine head{static_cast<std::uint8_t>(header.version), in.u16(), header.frame};
+  TextWriter out;
+  out.word("picture");
+  FieldLister lister{out, true};
+  HeadLine::describe(head, lister);
+  std::string text = out.take();
+  const std::vector<std::uint8_t> made = assemblePicture(text).picture;
+  return std::equal(made.begin(), made.end(), bytes.begin(), bytes.end()) ? text : bytesLine("picture hex", bytes);
+}
+
+std::string inFull(const Opcode& opcode) {
+  std::string text = fullOperands(opcode);
+  if (text.empty() || !isFaithful(text, opcode)) {
+    ByteReader operands = opcode.operands;
+    text = bytesLine(nameOf(opcode.number) + " hex", operands.take(operands.left()));
+  }
+  return format("@%-6zu ", opcode.offset) + text;
 }
 
 }  // namespace
@@ -109,22 +133,15 @@ ListingEnd listOpcodes(Bytes picture, const std::function<void(const Listing&)>&
   PictureReader reader(picture);
   if (reader.error()) return {reader.error(), 0};
   Opcode read;
-  while (reader.next(read)) {
-    Listing listing{read.offset, read.number, opcodeName(read.number), {}};
-    ByteReader operands = read.operands;
-    for (const char* letter = opcodeRow(read.number).operands; *letter != 0; ++letter) {
-      listing.operands.push_back(operandOf(*letter, operands, read.number));
-    }
-    opcode(listing);
-  }
-  if (!reader.error()) opcode({read.offset, op::OpEndPic, opcodeName(op::OpEndPic), {}});
+  while (reader.next(read)) opcode({read.offset, read.number, opcodeName(read.number), briefOperands(read)});
+  if (!reader.error()) opcode({read.offset, read.number, opcodeName(read.number), {}});
   return {reader.error(), reader.left()};
 }
 
 bool listPicture(Bytes picture, const std::function<void(const std::string&)>& line) {
   if (const auto header = pictureHeader(picture)) {
-    line(format("version %d, frame ", header->version) + boxOf(Box(header->frame)) + ", source " +
-         boxOf(header->source) + ", " + fixedOf(header->hRes) + "x" + fixedOf(header->vRes) + " dpi");
+    line(format("version %d, frame ", header->version) + textOf(header->frame) + ", source " +
+         textOf(toRect(header->source)) + format(", %gx%g dpi", header->hRes / 65536.0, header->vRes / 65536.0));
   }
   const ListingEnd end = listOpcodes(picture, [&line](const Listing& listing) {
     std::string text = format("%6zu  %04X  ", listing.offset, listing.number) + listing.name;
@@ -137,6 +154,35 @@ bool listPicture(Bytes picture, const std::function<void(const std::string&)>& l
     line(format("%zu bytes behind the end", end.left));
   }
   return !end.error;
+}
+
+ListingEnd listFully(Bytes picture, const std::function<void(const std::string&)>& text) {
+  PictureReader reader(picture);
+  std::size_t done = 0;  // bytes that are listed
+  const auto rest = [&](std::size_t end) {
+    if (end > done) text(bytesLine("bytes", picture.subspan(done, end - done)));
+    done = end;
+  };
+  if (!reader.error()) {
+    done = reader.at();
+    text(headLine(picture.first(done), reader.header()));
+  }
+  Opcode opcode;
+  const auto list = [&] {
+    // A byte that fills up to a word comes by itself if it is zero.
+    if (opcode.offset > done && picture[done] == 0) done = opcode.offset;
+    rest(opcode.offset);
+    text(inFull(opcode));
+    const std::size_t numberBytes = reader.header().version == 2 ? 2 : 1;
+    done = opcode.offset + numberBytes + opcode.length;
+  };
+  while (reader.next(opcode)) list();
+  if (reader.ended()) list();
+  const ListingEnd end = {reader.error(), picture.size() - done};
+  if (end.error) text("; broken " + describe(*end.error));
+  if (reader.ended() && end.left > 0) text("; after the end");
+  rest(picture.size());
+  return end;
 }
 
 std::optional<PictureHeader> pictureHeader(Bytes picture) {

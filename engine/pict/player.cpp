@@ -1,13 +1,12 @@
 #include "engine/pict/player.h"
 
-#include <cstring>
 #include <map>
 #include <utility>
 
 #include "engine/pict/bits.h"
+#include "engine/pict/opcodes.h"
 #include "engine/pict/quicktime.h"
 #include "engine/pixels/colors.h"
-#include "engine/port/command.h"
 
 namespace qd {
 namespace {
@@ -26,182 +25,134 @@ class Player {
 
   enum class Outcome { played, skipped, undrawn, broken };
 
-  Outcome play(const Opcode& opcode, ByteReader in) {
-    const OpcodeRow& row = opcodeRow(opcode.number);
+  Outcome play(const Opcode& opcode) {
     if (isStandIn(opcode)) return Outcome::skipped;
-    if (row.isReserved()) return Outcome::skipped;
-    if (row.isFamily) return playShape(row.first, static_cast<Verb>(opcode.number - row.first), in);
-    PortState& state = port_.state;
-    switch (opcode.number) {
-      case op::Clip:
-        return setClip(in);
-      case op::BkPat:
-        state.backPattern = readPattern(in);
-        break;
-      case op::PnPat:
-        state.penPattern = readPattern(in);
-        break;
-      case op::FillPat:
-        state.fillPattern = readPattern(in);
-        break;
-      case op::BkPixPat:
-        return setPixelPattern(state.backPattern, in);
-      case op::PnPixPat:
-        return setPixelPattern(state.penPattern, in);
-      case op::FillPixPat:
-        return setPixelPattern(state.fillPattern, in);
-      case op::TxFont:
-        text_.font = in.s16();
-        setText();
-        break;
-      case op::TxFace:
-        text_.face = in.u8();
-        setText();
-        break;
-      case op::TxMode:
-        text_.mode = in.s16();
-        setText();
-        break;
-      case op::SpExtra:
-        text_.extra = in.s32();
-        setText();
-        break;
-      case op::TxSize:
-        text_.size = in.s16();
-        setText();
-        break;
-      case op::TxRatio:
-        text_.numerator = in.point();
-        text_.denominator = in.point();
-        setText();
-        break;
-      case op::FontName:
-        setFontName(in);
-        break;
-      case op::PnSize:
-        penSize_ = in.point();
-        setPenSize();
-        break;
-      case op::PnMode:
-        state.penMode = in.s16();
-        break;
-      case op::OvSize:
-        ovalSize_ = in.point();
-        break;
-      case op::Origin: {
-        const int dh = in.s16();
-        mapping_.moveOrigin(dh, in.s16());
-        break;
+    return play(opcode.number, opcode.operands);
+  }
+  // Each row of the table has an overload of take().
+  Outcome play(std::uint16_t number, ByteReader in) {
+    return withOpcode(number, [&](auto& op) {
+      readOperands(in, op);
+      if (!in.good()) return Outcome::broken;
+      if constexpr (std::is_void_v<decltype(take(op))>) {
+        take(op);
+        return Outcome::played;
+      } else {
+        return take(op);
       }
-      case op::FgColor:
-        state.colors.foreground = classicColor(in.s32());
-        break;
-      case op::BkColor:
-        state.colors.background = classicColor(in.s32());
-        break;
-      case op::RGBFgCol:
-        state.colors.foreground = in.color();
-        break;
-      case op::RGBBkCol:
-        state.colors.background = in.color();
-        break;
-      case op::OpColor:
-        state.colors.operand = in.color();
-        break;
-      case op::HiliteColor:
-        state.colors.highlight = in.color();
-        break;
-      case op::DefHilite:
-        state.colors.highlight = TransferColors{}.highlight;
-        break;
-      case op::HiliteMode:
-        state.highlights = true;
-        break;
-      case op::Line:
-        lineEnd_ = in.point();
-        [[fallthrough]];
-      case op::LineFrom:
-        drawLine(in.point());
-        break;
-      case op::ShortLine:
-        lineEnd_ = in.point();
-        [[fallthrough]];
-      case op::ShortLineFrom: {
-        const int dh = in.s8();
-        const int dv = in.s8();
-        drawLine({clamp16(lineEnd_.v + dv), clamp16(lineEnd_.h + dh)});
-        break;
-      }
-      case op::LongText:
-        textAt_ = in.point();
-        drawText(in);
-        break;
-      case op::DHText:
-        moveText(in.u8(), 0);
-        drawText(in);
-        break;
-      case op::DVText:
-        moveText(0, in.u8());
-        drawText(in);
-        break;
-      case op::DHDVText: {
-        const int dh = in.u8();
-        moveText(dh, in.u8());
-        drawText(in);
-        break;
-      }
-      case op::BitsRect:
-      case op::BitsRgn:
-      case op::PackBitsRect:
-      case op::PackBitsRgn:
-      case op::DirectBitsRect:
-      case op::DirectBitsRgn:
-        return drawBits(opcode.number, in);
-      case op::ShortComment:
-      case op::LongComment:
-        return Outcome::skipped;
-      case op::CompressedQuickTime:
-        in.u32();  // the length of what follows
-        return drawQuickTimeImage(in);
-      case op::UncompressedQuickTime: {
-        in.u32();
-        if (!skipUncompressedHead(in)) return Outcome::broken;
-        const std::uint16_t inner = in.u16();
-        const bool isBits = opcodeRow(inner).operands == std::string_view("B");
-        return isBits ? drawBits(inner, in) : Outcome::undrawn;
-      }
-      // Without effect on pixels: no-ops, the head, fractions of a pixel, the layout of a line that is drawn as it
-      // comes.
-      default:
-        break;
-    }
-    return in.good() ? Outcome::played : Outcome::broken;
+    });
   }
 
  private:
-  static Pattern readPattern(ByteReader& in) {
-    Pattern pattern;
-    const Bytes bits = in.take(8);
-    std::copy(bits.begin(), bits.end(), pattern.bits.begin());
-    return pattern;
+  // What the reader has looked at already, or nothing has to look at.
+  void take(const op::NOP&) {}
+  void take(const op::VersionOp&) {}
+  void take(const op::HeaderOp&) {}
+  void take(const op::OpEndPic&) {}
+  // What no drawing goes by.
+  Outcome take(const op::PnLocHFrac&) { return Outcome::skipped; }
+  Outcome take(const op::ChExtra&) { return Outcome::skipped; }
+  Outcome take(const op::LineJustify&) { return Outcome::skipped; }
+  Outcome take(const op::GlyphState&) { return Outcome::skipped; }
+  template <class Op>
+  requires(Op::kKind == Kind::reserved || Op::kKind == Kind::comment) Outcome take(const Op&) {
+    return Outcome::skipped;
   }
 
-  static Outcome setPixelPattern(Pattern& pattern, ByteReader& in) {
-    auto read = readPixelPattern(in);
+  PortState& state() { return port_.state; }
+  void take(const op::BkPat& op) { state().backPattern = {op.pattern, nullptr}; }
+  void take(const op::PnPat& op) { state().penPattern = {op.pattern, nullptr}; }
+  void take(const op::FillPat& op) { state().fillPattern = {op.pattern, nullptr}; }
+  Outcome take(const op::BkPixPat& op) { return setPattern(state().backPattern, op.pattern); }
+  Outcome take(const op::PnPixPat& op) { return setPattern(state().penPattern, op.pattern); }
+  Outcome take(const op::FillPixPat& op) { return setPattern(state().fillPattern, op.pattern); }
+  void take(const op::PnMode& op) { state().penMode = op.mode; }
+  void take(const op::FgColor& op) { state().colors.foreground = classicColor(op.color); }
+  void take(const op::BkColor& op) { state().colors.background = classicColor(op.color); }
+  void take(const op::RGBFgCol& op) { state().colors.foreground = op.color; }
+  void take(const op::RGBBkCol& op) { state().colors.background = op.color; }
+  void take(const op::OpColor& op) { state().colors.operand = op.color; }
+  void take(const op::HiliteColor& op) { state().colors.highlight = op.color; }
+  void take(const op::DefHilite&) { state().colors.highlight = TransferColors{}.highlight; }
+  void take(const op::HiliteMode&) { state().highlights = true; }
+  void take(const op::Clip& op) { setClip(op.region); }
+  void take(const op::Origin& op) { mapping_.moveOrigin(op.dh, op.dv); }
+  void take(const op::OvSize& op) { ovalSize_ = op.size; }
+  void take(const op::PnSize& op) {
+    penSize_ = op.size;
+    setPenSize();
+  }
+
+  template <class Value>
+  void setText(Value& field, const Value& value) {
+    field = value;
+    setText();
+  }
+  void take(const op::TxFont& op) { setText(text_.font, op.font); }
+  void take(const op::TxFace& op) { setText(text_.face, op.face); }
+  void take(const op::TxMode& op) { setText(text_.mode, op.mode); }
+  void take(const op::TxSize& op) { setText(text_.size, op.size); }
+  void take(const op::SpExtra& op) { setText(text_.extra, op.extra); }
+  void take(const op::TxRatio& op) {
+    text_.numerator = op.numerator;
+    setText(text_.denominator, op.denominator);
+  }
+  void take(const op::FontName& op) { setText(fontNames_[op.font], std::string(op.name.begin(), op.name.end())); }
+
+  void take(const op::Line& op) { drawLine(op.from, op.to); }
+  void take(const op::LineFrom& op) { drawLine(lineEnd_, op.to); }
+  void take(const op::ShortLine& op) { drawLine(op.from, moved(op.from, op.dh, op.dv)); }
+  void take(const op::ShortLineFrom& op) { drawLine(lineEnd_, moved(lineEnd_, op.dh, op.dv)); }
+  void take(const op::LongText& op) { drawText(op.at, op.text); }
+  void take(const op::DHText& op) { drawText(moved(textAt_, op.dh, 0), op.text); }
+  void take(const op::DVText& op) { drawText(moved(textAt_, 0, op.dv), op.text); }
+  void take(const op::DHDVText& op) { drawText(moved(textAt_, op.dh, op.dv), op.text); }
+
+  // Of a shape's fields those that it has are new; the others are as they were last.
+  template <HasVerbs Op>
+  void take(Op& op) {
+    if constexpr (requires { op.rect; }) rect_ = op.rect;
+    if constexpr (requires { op.polygon; }) op.polygon.getPoints(polygon_);
+    if constexpr (requires { op.region; }) region_ = std::move(op.region);
+    Wedge wedge;
+    if constexpr (requires { op.arc; }) wedge = {op.start, op.arc};
+    drawShape(op.kShape, op.verb, wedge);
+  }
+
+  template <class Op>
+  requires(Op::kKind == Kind::bits) Outcome take(const Op& op) {
+    const auto pixels = pixelsOf(op.map, op.rows);
+    if (!pixels) return Outcome::broken;
+    std::optional<Region> mask;
+    if constexpr (requires { op.mask; }) mask = op.mask.mapped(mapping_);
+    perform(port_,
+            BitsCommand{&pixels->map, op.from, toRect(mapping_.box(Box(op.to))), op.mode, mask ? &*mask : nullptr});
+    return Outcome::played;
+  }
+  Outcome take(const op::CompressedQuickTime& op) {
+    ByteReader in(op.data);
+    return drawQuickTimeImage(in);
+  }
+  Outcome take(const op::UncompressedQuickTime& op) {
+    ByteReader in(op.data);
+    if (!skipUncompressedHead(in)) return Outcome::broken;
+    const std::uint16_t inner = in.u16();
+    return opcodeRow(inner).kind == Kind::bits ? play(inner, in) : Outcome::undrawn;
+  }
+
+  static Outcome setPattern(Pattern& pattern, const PixelPatternFields& fields) {
+    auto read = patternOf(fields);
     if (!read) return Outcome::broken;
     pattern = std::move(*read);
     return Outcome::played;
   }
 
-  Outcome setClip(ByteReader& in) {
-    const auto region = readRegion(in);
-    if (!region) return Outcome::broken;
+  void setClip(const Region& region) {
     constexpr int kFar = 32000;
-    const Box& box = region->bounds();
+    const Box& box = region.bounds();
     const bool isOpen =
-        region->isRect() && box.left <= -kFar && box.top <= -kFar && box.right >= kFar && box.bottom >= kFar;
-    port_.state.clip = isOpen ? callersClip_ : intersect(callersClip_, region->mapped(mapping_));
-    return Outcome::played;
+        region.isRect() && box.left <= -kFar && box.top <= -kFar && box.right >= kFar && box.bottom >= kFar;
+    state().clip = isOpen ? callersClip_ : intersect(callersClip_, region.mapped(mapping_));
   }
 
   void setPenSize() {
@@ -228,78 +179,38 @@ class Player {
     text.denominator.h = kUnit;
   }
 
-  void setFontName(ByteReader& in) {
-    in.u16();  // length
-    const std::int16_t number = in.s16();
-    const Bytes name = in.take(in.u8());
-    if (!in.good()) return;
-    fontNames_[number] = std::string(name.begin(), name.end());
-    setText();
-  }
+  static Point moved(Point p, int dh, int dv) { return {clamp16(p.v + dv), clamp16(p.h + dh)}; }
 
-  void drawLine(Point to) {
-    perform(port_, LineCommand{mapping_.point(lineEnd_), mapping_.point(to)});
+  void drawLine(Point from, Point to) {
+    perform(port_, LineCommand{mapping_.point(from), mapping_.point(to)});
     lineEnd_ = to;
   }
 
-  void moveText(int dh, int dv) { textAt_ = {clamp16(textAt_.v + dv), clamp16(textAt_.h + dh)}; }
-  void drawText(ByteReader& in) {
-    const Bytes bytes = in.take(in.u8());
+  void drawText(Point at, Bytes bytes) {
+    textAt_ = at;
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    if (in.good() && !text.empty()) perform(port_, TextCommand{mapping_.point(textAt_), text});
+    if (!text.empty()) perform(port_, TextCommand{mapping_.point(at), text});
   }
 
-  Outcome playShape(std::uint16_t family, Verb verb, ByteReader& in) {
-    constexpr std::uint16_t kSame = op::SameRect - op::Rect;
-    const bool isSame = (family & kSame) != 0;
-    ShapeCommand command;
-    command.verb = verb;
-    command.shape = static_cast<Shape>((family - op::Rect) >> 4);
+  void drawShape(Shape shape, Verb verb, const Wedge& wedge) {
+    ShapeCommand command{.shape = shape, .verb = verb, .wedge = wedge};
     std::vector<Point> points;
     Region region;
-    switch (command.shape) {
+    switch (shape) {
       case Shape::polygon:
-        if (!isSame) {
-          auto read = readPolygon(in);
-          if (!read) return Outcome::broken;
-          polygon_ = std::move(*read);
-        }
         for (const Point& p : polygon_) points.push_back(mapping_.point(p));
-        if (verb == Verb::frame && points.size() < 2) return Outcome::played;
+        if (verb == Verb::frame && points.size() < 2) return;
         command.points = points;
         break;
       case Shape::region:
-        if (!isSame) {
-          auto read = readRegion(in);
-          if (!read) return Outcome::broken;
-          region_ = std::move(*read);
-        }
         region = region_.mapped(mapping_);
         command.region = &region;
         break;
       default:
-        if (!isSame) rect_ = in.rect();
         command.rect = toRect(mapping_.box(Box(rect_)));
         command.ovalSize = {clamp16(mapping_.height(ovalSize_.v)), clamp16(mapping_.width(ovalSize_.h))};
-        if (command.shape == Shape::arc) {
-          command.wedge.start = in.s16();
-          command.wedge.arc = in.s16();
-        }
     }
-    if (!in.good()) return Outcome::broken;
     perform(port_, command);
-    return Outcome::played;
-  }
-
-  Outcome drawBits(std::uint16_t opcode, ByteReader& in) {
-    const auto header = readBitsHeader(in, opcode);
-    if (!header) return Outcome::broken;
-    const auto pixels = readRows(in, *header);
-    if (!pixels) return Outcome::broken;
-    const Region mask = header->mask ? header->mask->mapped(mapping_) : Region();
-    perform(port_, BitsCommand{&pixels->map, header->from, toRect(mapping_.box(Box(header->to))), header->mode,
-                               header->mask ? &mask : nullptr});
-    return Outcome::played;
   }
 
   Outcome drawQuickTimeImage(ByteReader& in) {
@@ -319,24 +230,25 @@ class Player {
     return Outcome::played;
   }
 
-  // Behind an image stands what readers without its codec should draw: one bits opcode in its place, or a run of
+  // After an image stands what readers without its codec should draw: one bits opcode in its place, or a run of
   // opcodes whose length in bytes a pen size in front of them gives.
   bool isStandIn(const Opcode& opcode) {
     if (opcode.offset < standInEnd_) return true;
     const auto shown = std::exchange(shown_, std::nullopt);
     if (!shown) return false;
     ByteReader in = opcode.operands;
-    if (opcode.number == op::PnSize) {
-      in.s16();
-      const std::size_t behind = opcode.offset + opcode.length + 2;
-      const std::int16_t length = in.s16();
-      if (length <= 1) return false;
-      standInEnd_ = behind + static_cast<std::size_t>(length);
-      return true;
-    }
-    if (opcodeRow(opcode.number).operands != std::string_view("B")) return false;
-    const auto header = readBitsHeader(in, opcode.number);
-    return header && header->to == *shown;
+    return withOpcode(opcode.number, [&]<class Op>(Op& op) {
+      if constexpr (Op::kKind == Kind::bits) {
+        readOperands(in, op);
+        return in.good() && op.to == *shown;
+      } else if constexpr (std::is_same_v<Op, op::PnSize>) {
+        readOperands(in, op);
+        if (op.size.h <= 1) return false;
+        standInEnd_ = opcode.offset + opcode.length + 2 + static_cast<std::size_t>(op.size.h);
+        return true;
+      }
+      return false;
+    });
   }
 
   Port& port_;
@@ -370,7 +282,7 @@ Playback play(Port& port, Bytes picture, const Rect& target) {
   Player player(port, reader.header(), target, playback.remarks);
   Opcode opcode;
   while (reader.next(opcode)) {
-    switch (player.play(opcode, opcode.operands)) {
+    switch (player.play(opcode)) {
       case Player::Outcome::played:
         ++playback.played;
         continue;

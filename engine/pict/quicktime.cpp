@@ -121,8 +121,8 @@ std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in, ColorTables& ta
   }
   if (maskSize != 0) {
     ByteReader mask(in.take(maskSize));
-    image.mask = readRegion(mask);
-    if (!image.mask) return std::nullopt;
+    image.mask = field::region::read(mask);
+    if (!mask.good()) return std::nullopt;
   }
   const auto description = readDescription(in);
   if (!description) return std::nullopt;

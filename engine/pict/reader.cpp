@@ -1,74 +1,19 @@
 #include "engine/pict/reader.h"
 
-#include "engine/pict/bits.h"
+#include "engine/pict/opcodes.h"
 
 namespace qd {
 namespace {
 
 constexpr std::size_t kFileHeader = 512;
 constexpr std::size_t kFrameEnd = 10;
-constexpr std::size_t kHeaderBytes = 24;
-
-// Goes past operands by the letters of the table; the reader fails if they don't fit.
-void skip(ByteReader& in, const char* operands, std::uint16_t opcode) {
-  for (const char* letter = operands; *letter != 0 && in.good(); ++letter) {
-    switch (*letter) {
-      case 'b':
-      case 'u':
-        in.take(1);
-        break;
-      case 's':
-      case 'w':
-        in.take(2);
-        break;
-      case 'l':
-      case 'F':
-      case 'p':
-        in.take(4);
-        break;
-      case 'c':
-        in.take(6);
-        break;
-      case 'r':
-      case '8':
-        in.take(8);
-        break;
-      case 'T':
-        in.take(in.u8());
-        break;
-      case 'n':
-        in.take(in.u16());
-        break;
-      case 'N':
-        in.take(in.u32());
-        break;
-      case 'H':
-        in.take(std::size_t{2} * (opcode >> 8));
-        break;
-      case 'g': {
-        const std::size_t size = in.u16();
-        if (size < 10) in.fail();
-        in.take(size - 2);
-        break;
-      }
-      case 'X':
-        if (!skipPixelPattern(in)) in.fail();
-        break;
-      case 'B':
-        if (!skipBits(in, opcode)) in.fail();
-        break;
-      default:
-        in.fail();
-    }
-  }
-}
 
 // The version of the picture whose head this is, past frame and no-ops; 0 if it is none.
 int readVersion(ByteReader& in) {
   in.take(kFrameEnd);
   std::uint8_t byte = in.u8();
-  while (in.good() && byte == op::NOP) byte = in.u8();
-  if (byte != op::VersionOp) return 0;
+  while (in.good() && byte == op::NOP::kNumber) byte = in.u8();
+  if (byte != op::VersionOp::kNumber) return 0;
   const int version = in.u8();
   if (version == 1) return 1;
   return version == 2 && in.u8() == 0xFF ? 2 : 0;
@@ -99,21 +44,17 @@ void PictureReader::readHeader() {
     return;
   }
   // The header opcode comes next in version 2, if at all.
-  if (header_.version != 2 || in_.left() < 2 + kHeaderBytes) return;
   ByteReader peek = in_;
-  if (peek.u16() != op::HeaderOp) return;
-  const std::int16_t form = peek.s16();
-  if (form == -2) {
-    peek.u16();
-    const Fixed hRes = peek.s32();
-    const Fixed vRes = peek.s32();
-    const Box source(peek.rect());
-    if (hRes > 0 && vRes > 0) {
-      header_.hRes = hRes;
-      header_.vRes = vRes;
-    }
-    if (!source.empty()) header_.source = source;
+  if (header_.version != 2 || peek.u16() != op::HeaderOp::kNumber) return;
+  op::HeaderOp header;
+  readOperands(peek, header);
+  const Head& head = header.head;
+  if (!peek.good() || head.version != -2) return;
+  if (head.hRes > 0 && head.vRes > 0) {
+    header_.hRes = head.hRes;
+    header_.vRes = head.vRes;
   }
+  if (!Box(head.source).empty()) header_.source = Box(head.source);
 }
 
 bool PictureReader::fail(std::size_t offset, std::uint16_t opcode, std::string what) {
@@ -129,14 +70,19 @@ bool PictureReader::next(Opcode& opcode) {
   opcode.offset = in_.at();
   if (in_.left() < (isWide ? 2U : 1U)) return fail(opcode.offset, 0, "it ends without an end opcode");
   opcode.number = isWide ? in_.u16() : in_.u8();
-  if (opcode.number == op::OpEndPic) {
+  if (opcode.number == op::OpEndPic::kNumber) {
     opcode.operands = ByteReader();
     opcode.length = 0;
     ended_ = true;
     return false;
   }
   const std::size_t begin = in_.at();
-  skip(in_, opcodeRow(opcode.number).operands, opcode.number);
+  const OpcodeRow& row = opcodeRow(opcode.number);
+  if (row.size >= 0) {
+    in_.take(static_cast<std::size_t>(row.size));
+  } else {
+    row.skip(in_, opcode.number);
+  }
   if (!in_.good())
     return fail(opcode.offset, opcode.number, "its operands are broken or go past the end of the picture");
   opcode.length = in_.at() - begin;

@@ -5,7 +5,6 @@
 #include <string>
 
 #include "engine/pict/bytes.h"
-#include "engine/pict/opcodes.h"
 
 namespace qd {
 
@@ -31,10 +30,11 @@ class PictureReader {
   const PictureHeader& header() const { return header_; }
   // The next opcode; false at the end opcode, or at an error.
   bool next(Opcode& opcode);
-  // True behind the end opcode.
+  // True after the end opcode.
   bool ended() const { return ended_; }
   const std::optional<PictureError>& error() const { return error_; }
-  // Bytes behind the last opcode read.
+  std::size_t at() const { return in_.at(); }
+  // Bytes after the last opcode read.
   std::size_t left() const { return in_.left(); }
 
  private:

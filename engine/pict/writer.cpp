@@ -1,5 +1,7 @@
 #include "engine/pict/writer.h"
 
+#include <tuple>
+
 #include "engine/pict/bits.h"
 #include "engine/pict/opcodes.h"
 #include "engine/pixels/copy.h"
@@ -12,15 +14,27 @@ constexpr Fixed k72 = 0x480000;
 constexpr int kVersion2 = 0x02FF;
 constexpr std::size_t kEndBytes = 2;
 constexpr std::size_t kMostText = 255;  // bytes in one opcode
-constexpr int kSame = op::SameRect - op::Rect;
-
-constexpr std::uint16_t kShapes[] = {op::Rect, op::RRect, op::Oval, op::Arc, op::Poly, op::Rgn};
 
 int at72(int value, Fixed resolution) {
   return static_cast<int>(std::int64_t{value} * k72 / (resolution > 0 ? resolution : k72));
 }
 
 bool fitsByte(int value) { return value >= -128 && value <= 127; }
+
+// The kinds of command, as a set.
+enum Command : unsigned {
+  kLine = 1,
+  kFrame = 2,
+  kPaint = 4,
+  kErase = 8,
+  kInvert = 16,
+  kFill = 32,
+  kText = 64,
+  kBits = 128,
+  kRound = 256,  // beside a verb
+  kAll = kLine | kFrame | kPaint | kErase | kInvert | kFill | kText | kBits,
+};
+constexpr Command kVerbs[] = {kFrame, kPaint, kErase, kInvert, kFill};
 
 }  // namespace
 
@@ -30,15 +44,9 @@ PictureWriter::PictureWriter(const OpenCPicParams& params, ByteSink& sink, Fonts
   out_.u16(0);
   out_.rect(toRect({at72(source.top, params.vRes), at72(source.left, params.hRes), at72(source.bottom, params.vRes),
                     at72(source.right, params.hRes)}));
-  out_.u16(op::VersionOp);
+  out_.u16(op::VersionOp::kNumber);
   out_.u16(kVersion2);
-  out_.u16(op::HeaderOp);
-  out_.u16(-2);
-  out_.u16(0);
-  out_.u32(static_cast<std::uint32_t>(params.hRes));
-  out_.u32(static_cast<std::uint32_t>(params.vRes));
-  out_.rect(source);
-  out_.u32(0);
+  add(op::HeaderOp{.head = {.version = -2, .hRes = params.hRes, .vRes = params.vRes, .source = source}});
   flush();
 }
 
@@ -55,7 +63,7 @@ void PictureWriter::flush() {
 
 void PictureWriter::close() {
   if (size_ == 0) return;
-  out_.u16(op::OpEndPic);
+  add(op::OpEndPic{});
   sink_.append(out_.bytes(), 0);
   size_ += kEndBytes;
   out_.clear();
@@ -63,205 +71,180 @@ void PictureWriter::close() {
   sink_.replace(0, out_.bytes());
 }
 
-void PictureWriter::writeCommon(const PortState& state) {
-  const auto writeColor = [this](const RGBColor& color, RGBColor& written, std::uint16_t opcode) {
-    if (color == written) return;
-    out_.u16(opcode);
-    out_.color(color);
-    written = color;
-  };
-  TransferColors& colors = written_.colors;
-  writeColor(state.colors.operand, colors.operand, op::OpColor);
-  writeColor(state.colors.highlight, colors.highlight, op::HiliteColor);
-  writeColor(state.colors.foreground, colors.foreground, op::RGBFgCol);
-  writeColor(state.colors.background, colors.background, op::RGBBkCol);
+template <class Op>
+void PictureWriter::add(const Op& op) {
+  out_.u16(numberOf(op));
+  writeOperands(out_, op);
+  out_.align();
+}
 
+template <class Bits, class Pixels>
+void PictureWriter::addPattern(const Pattern& pattern) {
+  ByteWriter colors;
+  if (pattern.pixels != nullptr) {
+    add(Pixels{fieldsOf(pattern, colors)});
+  } else {
+    add(Bits{pattern.bits});
+  }
+}
+
+// A row for each thing that a port remembers: the commands that go by it, what it is, what was last written of it, and
+// how it is written if these differ. The rows are in the order in which opcodes of state stand before a command.
+void PictureWriter::addState(unsigned command, const PortState& state, Point ovalSize) {
+  const auto row = [command](unsigned commands, const auto& is, auto&& was, const auto& write) {
+    if ((command & commands) == 0 || is == was) return;
+    write(is);
+    was = is;
+  };
+  const TransferColors& colors = state.colors;
+  const TextState& text = state.text;
+  PortState& port = written_.port;
+  TextState& wasText = port.text;
+  constexpr unsigned kPen = kLine | kFrame | kPaint;
   // A wide-open clip goes out as the frame: there are readers that draw nothing under a wide-open one.
   const Region& clip = state.clip.isWideOpen() ? frame_ : state.clip;
-  if (clip == written_.clip) return;
-  out_.u16(op::Clip);
-  writeRegion(out_, clip);
-  written_.clip = clip;
-}
+  bool always = false;  // highlighting is for one inversion
 
-void PictureWriter::writePattern(const Pattern& pattern, Pattern& written, std::uint16_t opcode,
-                                 std::uint16_t pixelOpcode) {
-  if (pattern == written) return;
-  if (pattern.pixels != nullptr) {
-    out_.u16(pixelOpcode);
-    writePixelPattern(out_, pattern);
-    out_.align();
-  } else {
-    out_.u16(opcode);
-    out_.put(pattern.bits);
-  }
-  written = pattern;
-}
-
-void PictureWriter::writePen(const PortState& state, bool withSize) {
-  if (withSize && !(state.penSize == written_.penSize)) {
-    out_.u16(op::PnSize);
-    out_.point(state.penSize);
-    written_.penSize = state.penSize;
-  }
-  if (state.penMode != written_.penMode) {
-    out_.u16(op::PnMode);
-    out_.u16(state.penMode);
-    written_.penMode = state.penMode;
-  }
-  writePattern(state.penPattern, written_.penPattern, op::PnPat, op::PnPixPat);
+  row(kAll, colors.operand, port.colors.operand, [this](const RGBColor& c) { add(op::OpColor{c}); });
+  row(kAll, colors.highlight, port.colors.highlight,
+      [this](const RGBColor& c) { c == TransferColors{}.highlight ? add(op::DefHilite{}) : add(op::HiliteColor{c}); });
+  row(kInvert, state.highlights, always, [this](bool) { add(op::HiliteMode{}); });
+  row(kAll, colors.foreground, port.colors.foreground, [this](const RGBColor& c) { add(op::RGBFgCol{c}); });
+  row(kAll, colors.background, port.colors.background, [this](const RGBColor& c) { add(op::RGBBkCol{c}); });
+  row(kAll, clip, written_.clip, [this](const Region& region) { add(op::Clip{region}); });
+  row(kLine | kFrame, state.penSize, port.penSize, [this](Point size) { add(op::PnSize{size}); });
+  row(kPen, state.penMode, port.penMode, [this](int mode) { add(op::PnMode{Low16(mode)}); });
+  row(kPen, state.penPattern, port.penPattern, [this](const Pattern& p) { addPattern<op::PnPat, op::PnPixPat>(p); });
+  row(kErase, state.backPattern, port.backPattern,
+      [this](const Pattern& p) { addPattern<op::BkPat, op::BkPixPat>(p); });
+  row(kFill, state.fillPattern, port.fillPattern,
+      [this](const Pattern& p) { addPattern<op::FillPat, op::FillPixPat>(p); });
+  row(kRound, ovalSize, written_.ovalSize, [this](Point size) { add(op::OvSize{size}); });
+  if (command != kText) return;
+  row(kText, std::tie(text.fontName, text.font), std::tie(wasText.fontName, wasText.font), [&](const auto&) {
+    const std::string_view name = std::string_view(text.fontName).substr(0, kMostText);
+    if (name != wasText.fontName && !name.empty()) add(op::FontName{text.font, bytesOf(name)});
+    add(op::TxFont{text.font});
+  });
+  row(kText, text.face, wasText.face, [this](std::uint8_t face) { add(op::TxFace{face}); });
+  row(kText, text.mode, wasText.mode, [this](std::int16_t mode) { add(op::TxMode{mode}); });
+  row(kText, text.size, wasText.size, [this](std::int16_t size) { add(op::TxSize{size}); });
+  row(kText, text.extra, wasText.extra, [this](Fixed extra) { add(op::SpExtra{extra}); });
+  row(kText, std::tie(text.numerator, text.denominator), std::tie(wasText.numerator, wasText.denominator),
+      [&](const auto&) {
+        add(op::TxRatio{text.numerator, text.denominator});
+      });
 }
 
 void PictureWriter::write(const PortState& state, const LineCommand& line) {
-  writeCommon(state);
-  writePen(state, true);
+  addState(kLine, state);
   const int dh = line.to.h - line.from.h;
   const int dv = line.to.v - line.from.v;
-  const bool isShort = fitsByte(dh) && fitsByte(dv);
   const bool continues = line.from == written_.lineEnd;
-  if (continues) {
-    out_.u16(isShort ? op::ShortLineFrom : op::LineFrom);
+  if (fitsByte(dh) && fitsByte(dv)) {
+    const auto h = static_cast<std::int8_t>(dh);
+    const auto v = static_cast<std::int8_t>(dv);
+    continues ? add(op::ShortLineFrom{.dh = h, .dv = v}) : add(op::ShortLine{.from = line.from, .dh = h, .dv = v});
   } else {
-    out_.u16(isShort ? op::ShortLine : op::Line);
-    out_.point(line.from);
-  }
-  if (isShort) {
-    out_.u8(dh);
-    out_.u8(dv);
-  } else {
-    out_.point(line.to);
+    continues ? add(op::LineFrom{.to = line.to}) : add(op::Line{.from = line.from, .to = line.to});
   }
   written_.lineEnd = line.to;
   flush();
 }
 
 void PictureWriter::write(const PortState& state, const ShapeCommand& command) {
-  writeCommon(state);
-  switch (command.verb) {
-    case Verb::frame:
-      writePen(state, true);
-      break;
-    case Verb::paint:
-      writePen(state, false);
-      break;
-    case Verb::erase:
-      writePattern(state.backPattern, written_.backPattern, op::BkPat, op::BkPixPat);
-      break;
-    case Verb::fill:
-      writePattern(state.fillPattern, written_.fillPattern, op::FillPat, op::FillPixPat);
-      break;
-    case Verb::invert:
-      if (state.highlights) out_.u16(op::HiliteMode);
-      break;
-  }
-  if (command.shape == Shape::roundRect && !(command.ovalSize == written_.ovalSize)) {
-    out_.u16(op::OvSize);
-    out_.point(command.ovalSize);
-    written_.ovalSize = command.ovalSize;
-  }
-  const auto shape = static_cast<std::size_t>(command.shape);
-  const int opcode = kShapes[shape] + static_cast<int>(command.verb);
+  const bool isRound = command.shape == Shape::roundRect;
+  addState(kVerbs[static_cast<std::size_t>(command.verb)] | (isRound ? kRound : 0U), state, command.ovalSize);
+  const Verb verb = command.verb;
   if (command.shape == Shape::polygon) {
-    out_.u16(opcode);
-    out_.u16(static_cast<int>(10 + 4 * command.points.size()));
-    Box bounds(INT16_MAX, INT16_MAX, INT16_MIN, INT16_MIN);
-    for (const Point& p : command.points) {
-      bounds = {std::min<int>(bounds.top, p.v), std::min<int>(bounds.left, p.h), std::max<int>(bounds.bottom, p.v),
-                std::max<int>(bounds.right, p.h)};
-    }
-    out_.rect(toRect(bounds));
-    for (const Point& p : command.points) out_.point(p);
-  } else if (command.shape == Shape::region) {
-    out_.u16(opcode);
-    writeRegion(out_, *command.region);
-  } else {
-    // "Same" means the last rectangle of any shape; some readers take it for the last one of that shape. Used only
-    // where both agree.
-    const bool isSame = command.rect == written_.rect && command.rect == written_.rectOf[shape];
-    out_.u16(isSame ? opcode + kSame : opcode);
-    if (!isSame) out_.rect(command.rect);
-    if (command.shape == Shape::arc) {
-      out_.u16(command.wedge.start);
-      out_.u16(command.wedge.arc);
-    }
-    written_.rect = written_.rectOf[shape] = command.rect;
+    add(op::Poly{verb, {.bounds = boundsOf(command.points), .given = command.points}});
+    return flush();
   }
+  if (command.shape == Shape::region) {
+    add(op::Rgn{verb, *command.region});
+    return flush();
+  }
+  // "Same" means the last rectangle of any shape; some readers take it for the last one of that shape. Used only where
+  // both agree.
+  const Rect& rect = command.rect;
+  const auto shape = static_cast<std::size_t>(command.shape);
+  const bool isSame = rect == written_.rect && rect == written_.rectOf[shape];
+  const std::int16_t start = Low16(command.wedge.start);
+  const std::int16_t arc = Low16(command.wedge.arc);
+  switch (command.shape) {
+    case Shape::rect:
+      isSame ? add(op::SameRect{verb}) : add(op::Rect{verb, rect});
+      break;
+    case Shape::roundRect:
+      isSame ? add(op::SameRRect{verb}) : add(op::RRect{verb, rect});
+      break;
+    case Shape::oval:
+      isSame ? add(op::SameOval{verb}) : add(op::Oval{verb, rect});
+      break;
+    default:
+      isSame ? add(op::SameArc{verb, start, arc}) : add(op::Arc{verb, rect, start, arc});
+  }
+  written_.rect = written_.rectOf[shape] = rect;
   flush();
 }
 
-void PictureWriter::writeTextState(const TextState& style) {
-  TextState& written = written_.text;
-  if (style.fontName != written.fontName && !style.fontName.empty()) {
-    const std::size_t length = std::min<std::size_t>(style.fontName.size(), 255);
-    out_.u16(op::FontName);
-    out_.u16(static_cast<int>(3 + length));
-    out_.u16(style.font);
-    out_.u8(static_cast<int>(length));
-    for (std::size_t i = 0; i < length; ++i) out_.u8(style.fontName[i]);
-    out_.align();
-  }
-  if (style.font != written.font || style.fontName != written.fontName) {
-    out_.u16(op::TxFont);
-    out_.u16(style.font);
-  }
-  if (style.face != written.face) {
-    out_.u16(op::TxFace);
-    out_.u8(style.face);
-    out_.align();
-  }
-  if (style.mode != written.mode) {
-    out_.u16(op::TxMode);
-    out_.u16(style.mode);
-  }
-  if (style.size != written.size) {
-    out_.u16(op::TxSize);
-    out_.u16(style.size);
-  }
-  if (style.extra != written.extra) {
-    out_.u16(op::SpExtra);
-    out_.u32(static_cast<std::uint32_t>(style.extra));
-  }
-  if (!(style.numerator == written.numerator && style.denominator == written.denominator)) {
-    out_.u16(op::TxRatio);
-    out_.point(style.numerator);
-    out_.point(style.denominator);
-  }
-  written = style;
-}
-
-void PictureWriter::writeText(Point at, std::string_view bytes) {
+void PictureWriter::addText(Point at, std::string_view text) {
   const int dh = at.h - written_.textAt.h;
   const int dv = at.v - written_.textAt.v;
   const auto fits = [](int delta) { return delta >= 0 && delta <= 255; };
-  if (fits(dh) && fits(dv)) {
-    out_.u16(dv == 0 ? op::DHText : dh == 0 ? op::DVText : op::DHDVText);
-    if (dh != 0 || dv == 0) out_.u8(dh);
-    if (dv != 0) out_.u8(dv);
+  const auto h = static_cast<std::uint8_t>(dh);
+  const auto v = static_cast<std::uint8_t>(dv);
+  const Bytes bytes = bytesOf(text);
+  if (!fits(dh) || !fits(dv)) {
+    add(op::LongText{at, bytes});
+  } else if (dv == 0) {
+    add(op::DHText{h, bytes});
+  } else if (dh == 0) {
+    add(op::DVText{v, bytes});
   } else {
-    out_.u16(op::LongText);
-    out_.point(at);
+    add(op::DHDVText{h, v, bytes});
   }
-  out_.u8(static_cast<int>(bytes.size()));
-  for (const char byte : bytes) out_.u8(byte);
-  out_.align();
   written_.textAt = at;
 }
 
 void PictureWriter::write(const PortState& state, const TextCommand& text) {
-  writeCommon(state);
-  writeTextState(state.text);
+  addState(kText, state);
   Point at = text.at;
   for (std::size_t first = 0; first < text.bytes.size(); first += kMostText) {
     const std::string_view part = text.bytes.substr(first, kMostText);
-    writeText(at, part);
+    addText(at, part);
     at.h = clamp16(at.h + textWidth(fonts_, state.text, part));
   }
   flush();
 }
 
 void PictureWriter::write(const PortState& state, const BitsCommand& bits) {
-  writeCommon(state);
+  addState(kBits, state);
   writePieces(bits);
+}
+
+// The source's bounds are what is written.
+void PictureWriter::addPixels(const PixelMap& source, const BitsCommand& bits) {
+  ByteWriter colors;
+  const Map map = mapOf(source, colors);
+  const auto put = [&]<class Op>(Op op) {
+    if constexpr (requires { op.base; }) op.base = 0xFF;
+    if constexpr (requires { op.mask; }) op.mask = *bits.mask;
+    op.map = map;
+    op.from = bits.from;
+    op.to = bits.to;
+    op.mode = bits.mode;
+    op.rows.pixels = &source;
+    add(op);
+  };
+  const bool isMasked = bits.mask != nullptr;
+  if (source.isDirect()) {
+    isMasked ? put(op::DirectBitsRgn{}) : put(op::DirectBitsRect{});
+  } else if (isShort(source)) {
+    isMasked ? put(op::BitsRgn{}) : put(op::BitsRect{});
+  } else {
+    isMasked ? put(op::PackBitsRgn{}) : put(op::PackBitsRect{});
+  }
 }
 
 // A row of the format is short of 16 KB, so a wide source goes out in strips. It is stretched first: strips of a
@@ -273,8 +256,7 @@ void PictureWriter::writePieces(const BitsCommand& bits) {
     PixelMap part = *bits.source;
     const auto copy = duplicate(part, from);
     if (!copy) return out_.clear();
-    writeBits(out_, copy->map, bits);
-    out_.align();
+    addPixels(copy->map, bits);
     return flush();
   }
   const Box to(bits.to);

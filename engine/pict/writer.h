@@ -25,11 +25,15 @@ class PictureWriter {
   void close();
 
  private:
-  void writeCommon(const PortState& state);
-  void writePen(const PortState& state, bool withSize);
-  void writePattern(const Pattern& pattern, Pattern& written, std::uint16_t opcode, std::uint16_t pixelOpcode);
-  void writeTextState(const TextState& style);
-  void writeText(Point at, std::string_view bytes);
+  // An opcode with its operands.
+  template <class Op>
+  void add(const Op& op);
+  // What of the port's state a command of that kind goes by, as far as it isn't written yet.
+  void addState(unsigned command, const PortState& state, Point ovalSize = {});
+  template <class Bits, class Pixels>
+  void addPattern(const Pattern& pattern);
+  void addText(Point at, std::string_view bytes);
+  void addPixels(const PixelMap& source, const BitsCommand& bits);
   void writePieces(const BitsCommand& bits);
   void flush();
 
@@ -40,17 +44,11 @@ class PictureWriter {
   bool isFull_ = false;
   ByteWriter out_;  // the opcodes of one command
 
-  // What a reader of the picture so far takes for the port's state.
+  // What a reader of the picture so far takes for the port's state, and what opcodes go by besides.
   struct Written {
-    TransferColors colors;
-    std::optional<Region> clip;  // nothing before the first command
-    Point penSize = {1, 1};
-    int penMode = patCopy;
-    Pattern penPattern{kBlack, nullptr};
-    Pattern backPattern;
-    Pattern fillPattern{kBlack, nullptr};
+    PortState port;
     Point ovalSize = {0, 0};
-    TextState text;
+    std::optional<Region> clip;  // nothing before the first command
     Point textAt = {0, 0};
     Point lineEnd = {0, 0};
     Rect rect = {};

@@ -111,6 +111,30 @@ ListingEnd listOpcodes(Bytes picture, const std::function<void(const Listing&)>&
 // last line says where and why it broke.
 bool listPicture(Bytes picture, const std::function<void(const std::string&)>& line);
 
+// Lists every operand and every byte, so that assemblePicture makes the same bytes of it again, whatever they are. What is
+// broken, and what comes after the end, is listed as bytes. Calls `text` for a line or several.
+ListingEnd listFully(Bytes picture, const std::function<void(const std::string&)>& text);
+
+// Where a text is wrong, and why.
+struct TextError {
+  int line = 0, column = 0;
+  std::string what;  // a sentence without its full stop
+};
+struct Assembled {
+  std::vector<std::uint8_t> picture;
+  std::optional<TextError> error;  // then there is no picture
+};
+// Makes a picture of a text, of a listing in full or of one that a person wrote:
+//
+//     picture version 2 frame (0, 0, 40, 32)    ; left, top, right, bottom; the size comes by itself
+//     Clip (0, 0, 40, 32)
+//     PaintRect (4, 3, 30, 25)
+//     OpEndPic
+//
+// A line is an opcode with its fields in their order, each with or without its name. The word "hex" and bytes may stand
+// for all of them, and a line "bytes" for anything. A word that begins with @ is an offset, and passed over.
+Assembled assemblePicture(std::string_view text);
+
 // ---- pixels
 
 // An offscreen graphics world: pixels to draw on, white at first.
