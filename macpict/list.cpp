@@ -13,6 +13,7 @@ using Json = nlohmann::ordered_json;
 struct Options {
   std::string file;
   bool isJson = false;
+  bool isFull = false;
 };
 
 Json jsonOf(const qd::Rect& rect) { return {rect.left, rect.top, rect.right, rect.bottom}; }
@@ -42,9 +43,17 @@ Status listAsJson(const Options& options, qd::Bytes picture) {
   return end.error ? kFailed : kDone;
 }
 
+Status listInFull(const Options& options, qd::Bytes picture) {
+  const qd::ListingEnd end = qd::listFully(picture, [](const std::string& text) { std::puts(text.c_str()); });
+  std::fflush(stdout);
+  if (end.error) throw Failure("The picture \"" + options.file + "\" is broken " + qd::describe(*end.error) + ".");
+  return kDone;
+}
+
 Status list(const Options& options) {
   const std::string picture = readPicture(options.file);
   if (options.isJson) return listAsJson(options, asBytes(picture));
+  if (options.isFull) return listInFull(options, asBytes(picture));
   std::string last;
   const bool isWhole = qd::listPicture(asBytes(picture), [&last](const std::string& line) {
     if (!last.empty()) std::puts(last.c_str());
@@ -62,5 +71,7 @@ void addList(CLI::App& app, Command& chosen) {
   const auto [command, options] =
       addCommand<Options>(app, chosen, "list", "Print a line for each opcode of a picture", list);
   command->add_option("IN.pict", options.file, "The picture")->required()->type_name("");
-  command->add_flag("--json", options.isJson, "As JSON, rectangles as left, top, right, bottom");
+  CLI::Option* json = command->add_flag("--json", options.isJson, "As JSON, rectangles as left, top, right, bottom");
+  command->add_flag("--full", options.isFull, "Every operand and every byte, as macpict assemble takes it")
+      ->excludes(json);
 }

@@ -11,6 +11,7 @@ int main(int count, char** arguments) {
   addRender(app, chosen);
   addRecord(app, chosen);
   addList(app, chosen);
+  addAssemble(app, chosen);
   const auto forward = [arguments](const auto&) { return startHostcode(arguments); };
   addRun(app, chosen, forward);
   addClasses(app, chosen, forward);
