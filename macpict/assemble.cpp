@@ -27,7 +27,7 @@ void addAssemble(CLI::App& app, Command& chosen) {
   const auto [command, options] =
       addCommand<Options>(app, chosen, "assemble", "Make a picture of a text like that of list --full", assemble);
   command->add_option("FILE", options.text, "The text")->required()->type_name("");
-  command->add_option("OUT.pict", options.picture, "The picture, without 512 bytes in front")
+  command->add_option("OUT.pict", options.picture, "The picture, with 512 bytes in front if the text has a header")
       ->required()
       ->type_name("");
 }

@@ -43,17 +43,18 @@ Status listAsJson(const Options& options, qd::Bytes picture) {
   return end.error ? kFailed : kDone;
 }
 
-Status listInFull(const Options& options, qd::Bytes picture) {
-  const qd::ListingEnd end = qd::listFully(picture, [](const std::string& text) { std::puts(text.c_str()); });
+Status listInFull(const Options& options) {
+  const std::string file = readPictureFile(options.file);
+  const qd::ListingEnd end = qd::listFully(asBytes(file), [](const std::string& text) { std::puts(text.c_str()); });
   std::fflush(stdout);
   if (end.error) throw Failure("The picture \"" + options.file + "\" is broken " + qd::describe(*end.error) + ".");
   return kDone;
 }
 
 Status list(const Options& options) {
+  if (options.isFull) return listInFull(options);
   const std::string picture = readPicture(options.file);
   if (options.isJson) return listAsJson(options, asBytes(picture));
-  if (options.isFull) return listInFull(options, asBytes(picture));
   std::string last;
   const bool isWhole = qd::listPicture(asBytes(picture), [&last](const std::string& line) {
     if (!last.empty()) std::puts(last.c_str());

@@ -103,6 +103,7 @@ TEST(Format, EveryRowIsListedAndAssembledAndPlayed) {
     for (int change = i % 9; change >= 0; --change)
       picture[random() % picture.size()] = static_cast<std::uint8_t>(random());
     if (i % 4 == 0) picture.resize(random() % picture.size());
+    if (i % 3 == 0) picture.insert(picture.begin(), kFileHeader, static_cast<std::uint8_t>(i % 2));
     const std::string text = listedFully(picture);
     const Assembled again = assemblePicture(text);
     ASSERT_FALSE(again.error) << again.error->line << ": " << again.error->what << "\n" << text;
@@ -156,6 +157,8 @@ TEST(Format, WrongTextsAreToldWithTheirPlace) {
       {"picture frame (0, 0, 9)", 1, 23, "\")\" is no number"},
       {"picture framme (0, 0, 9, 9)", 1, 9, "version, size, frame would work"},
       {"picture\npicture", 2, 1, "as the first line"},
+      {"picture\nheader", 2, 1, "as the first line"},
+      {"header hex 00", 1, 12, "has 512 bytes"},
       {"picture\nFrameRekt (1, 2, 3, 4)", 2, 1, "\"FrameRekt\" is no opcode; FrameRect would work"},
       {"picture\n\n  TxFace 256", 3, 10, "\"256\" is no number from 0 to 255"},
       {"picture\nPnSize 5", 2, 8, "\"5\" stands where \"(\" would work"},

@@ -56,15 +56,21 @@ bool cutToPicture(std::string& file) {
   return true;
 }
 
-std::string readPicture(const fs::path& path) {
+std::string readPictureFile(const fs::path& path) {
   std::string file = readFile(path);
-  if (!cutToPicture(file)) {
+  if (!qd::pictureInFile(asBytes(file))) {
     throw Failure("\"" + path.string() +
-                  "\" is no PICT file: no picture begins in it, at its start or behind 512 bytes.");
+                  "\" is no PICT file: no picture begins in it, at its start or after 512 bytes.");
   }
   return file;
 }
 
+std::string readPicture(const fs::path& path) {
+  std::string file = readPictureFile(path);
+  cutToPicture(file);
+  return file;
+}
+
 void writePicture(const fs::path& path, std::string_view picture) {
-  writeFile(path, std::string(512, '\0').append(picture));
+  writeFile(path, std::string(qd::kFileHeader, '\0').append(picture));
 }

@@ -48,18 +48,21 @@ class Assembler {
       in_.takeLineEnd();
     }
     if (!in_.good()) return {{}, in_.error()};
-    std::vector<std::uint8_t> picture = out_.bytes();
+    std::vector<std::uint8_t> bytes = out_.take();
     if (hasHead_ && head_.size < 0) {
-      picture[0] = static_cast<std::uint8_t>(picture.size() >> 8);
-      picture[1] = static_cast<std::uint8_t>(picture.size());
+      const std::size_t size = bytes.size();
+      bytes[0] = static_cast<std::uint8_t>(size >> 8);
+      bytes[1] = static_cast<std::uint8_t>(size);
     }
-    return {std::move(picture), std::nullopt};
+    bytes.insert(bytes.begin(), header_.begin(), header_.end());
+    return {std::move(bytes), std::nullopt};
   }
 
  private:
   void line() {
     if (in_.peek().starts_with('@')) in_.takeWord();
     if (in_.take("bytes")) return out_.put(in_.bytes());
+    if (in_.peek() == "header") return fileHeader();
     if (in_.peek() == "picture") return head();
     if (!hasHead_) return in_.fail("comes before the picture's head; \"picture frame (0, 0, 40, 32)\" would work");
     const bool isWide = head_.version == 2;
@@ -70,6 +73,16 @@ class Assembler {
     if (isWide) out_.u16(number);
     if (!isWide) out_.u8(number);
     assembleOperands(number, in_, out_);
+  }
+
+  void fileHeader() {
+    if (!header_.empty() || hasHead_ || out_.size() > 0) return in_.fail("comes late; as the first line it would work");
+    in_.takeWord();
+    header_.assign(kFileHeader, 0);
+    if (!in_.take("hex")) return;
+    const Bytes bytes = in_.bytes();
+    if (bytes.size() != kFileHeader) in_.failBefore(format("a file's header has %zu bytes", kFileHeader));
+    header_.assign(bytes.begin(), bytes.end());
   }
 
   void head() {
@@ -98,7 +111,8 @@ class Assembler {
   }
 
   TextReader in_;
-  ByteWriter out_;
+  std::vector<std::uint8_t> header_;
+  ByteWriter out_;  // the picture
   HeadLine head_;
   bool hasHead_ = false;
 };

@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "engine/geometry/geometry.h"
@@ -79,6 +80,7 @@ class ByteReader {
 class ByteWriter {
  public:
   const std::vector<std::uint8_t>& bytes() const { return bytes_; }
+  std::vector<std::uint8_t> take() { return std::move(bytes_); }
   std::size_t size() const { return bytes_.size(); }
   void clear() { bytes_.clear(); }
 

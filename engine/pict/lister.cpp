@@ -105,6 +105,10 @@ std::string bytesLine(const std::string& word, Bytes bytes) {
   return out.take();
 }
 
+bool isZero(Bytes bytes) {
+  return std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; });
+}
+
 // The first line, for a picture's bytes up to its version.
 std::string headLine(Bytes bytes, const PictureHeader& header) {
   ByteReader in(bytes);
@@ -156,7 +160,10 @@ bool listPicture(Bytes picture, const std::function<void(const std::string&)>& l
   return !end.error;
 }
 
-ListingEnd listFully(Bytes picture, const std::function<void(const std::string&)>& text) {
+ListingEnd listFully(Bytes file, const std::function<void(const std::string&)>& text) {
+  const Bytes picture = pictureInFile(file).value_or(file);
+  const Bytes front = file.first(file.size() - picture.size());
+  if (!front.empty()) text(isZero(front) ? std::string("header") : bytesLine("header hex", front));
   PictureReader reader(picture);
   std::size_t done = 0;  // bytes that are listed
   const auto rest = [&](std::size_t end) {

@@ -5,7 +5,6 @@
 namespace qd {
 namespace {
 
-constexpr std::size_t kFileHeader = 512;
 constexpr std::size_t kFrameEnd = 10;
 
 // The version of the picture whose head this is, past frame and no-ops; 0 if it is none.

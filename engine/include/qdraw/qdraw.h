@@ -57,8 +57,11 @@ class System {
 
 // ---- reading
 
-// A picture file begins with 512 bytes for the program that wrote it. Gives what is behind them, or all of the bytes if
-// they are a picture as they stand; nothing if no picture begins at either place.
+// A picture file begins with bytes for the program that wrote it.
+inline constexpr std::size_t kFileHeader = 512;
+
+// Gives what comes after a file's header, or all of the bytes if they are a picture as they stand; nothing if no
+// picture begins at either place.
 std::optional<Bytes> pictureInFile(Bytes file);
 
 struct PictureInfo {
@@ -111,9 +114,10 @@ ListingEnd listOpcodes(Bytes picture, const std::function<void(const Listing&)>&
 // last line says where and why it broke.
 bool listPicture(Bytes picture, const std::function<void(const std::string&)>& line);
 
-// Lists every operand and every byte, so that assemblePicture makes the same bytes of it again, whatever they are. What is
-// broken, and what comes after the end, is listed as bytes. Calls `text` for a line or several.
-ListingEnd listFully(Bytes picture, const std::function<void(const std::string&)>& text);
+// Lists every operand and every byte of a picture, or of a file with its header, so that assemblePicture makes the same
+// bytes of it again, whatever they are. What is broken, and what comes after the end, is listed as bytes. Calls `text`
+// for a line or several.
+ListingEnd listFully(Bytes file, const std::function<void(const std::string&)>& text);
 
 // Where a text is wrong, and why.
 struct TextError {
@@ -126,6 +130,7 @@ struct Assembled {
 };
 // Makes a picture of a text, of a listing in full or of one that a person wrote:
 //
+//     header                                    ; the 512 bytes of a file; zero, unless "hex" and bytes follow
 //     picture version 2 frame (0, 0, 40, 32)    ; left, top, right, bottom; the size comes by itself
 //     Clip (0, 0, 40, 32)
 //     PaintRect (4, 3, 30, 25)
