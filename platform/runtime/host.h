@@ -14,7 +14,7 @@
 
 #include "contract/records.h"
 #include "platform/runtime/declaration.h"
-#include "platform/runtime/objects.h"
+#include "platform/runtime/heap.h"
 
 namespace runtime {
 

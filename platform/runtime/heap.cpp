@@ -1,4 +1,4 @@
-#include "platform/runtime/objects.h"
+#include "platform/runtime/heap.h"
 
 #include <cstdlib>
 #include <cstring>
