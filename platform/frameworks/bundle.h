@@ -6,5 +6,5 @@
 #include "contract/system.h"
 #include "platform/visibility.h"
 
-// Why CFBundleLoadExecutable last answered no, as the end of a sentence: "it ...". Empty if it never did.
+// Why CFBundleLoadExecutable answered no, as the end of a sentence: "it ...". Empty after it answered yes.
 PLATFORM_EXPORT std::string loadErrorOf(CFBundleRef bundle);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/frameworks/executable.h"
+#include "platform/guarded.h"
 
 // What is declared there is what this library shows.
 #pragma GCC visibility push(default)
@@ -24,6 +25,7 @@ int __CFConstantStringClassReference[12] = {};
 namespace {
 
 constexpr OSErr kNoErr = 0;
+constexpr OSErr kNoMemory = -108;      // memFullErr
 constexpr OSErr kNoSuchFolder = -120;  // fnfErr's sister for folders: dirNFErr
 // What CFRelease counts. Constant strings are not among these objects.
 struct Object {
@@ -43,7 +45,8 @@ struct Bundle : Object {
   fs::path executablePath() const {
     const fs::path name = path.stem();
     const fs::path deep = path / "Contents" / "MacOS" / name;
-    return fs::exists(deep) ? deep : path / name;
+    std::error_code error;
+    return fs::exists(deep, error) ? deep : path / name;
   }
 
   fs::path path;
@@ -73,60 +76,75 @@ fs::path frameworksFolder() {
   if (const char* named = std::getenv("MACPICT_FRAMEWORKS")) return named;
   Dl_info self = {};
   if (dladdr(reinterpret_cast<void*>(&frameworksFolder), &self) == 0) return {};
-  return fs::absolute(self.dli_fname).parent_path().parent_path();
+  std::error_code error;
+  return fs::absolute(self.dli_fname, error).parent_path().parent_path();
 }
 
 }  // namespace
 
 OSErr FSFindFolder(std::int16_t volume, OSType folder, Boolean, FSRef* found) {
   if (volume != kOnAppropriateDisk || folder != kFrameworksFolderType) return kNoSuchFolder;
-  const fs::path path = frameworksFolder();
-  std::error_code error;
-  if (!fs::is_directory(path, error)) return kNoSuchFolder;
-  const auto index = static_cast<std::uint32_t>(knownFolders().size());
-  knownFolders().push_back(path);
-  *found = {};
-  std::memcpy(found->hidden, &index, sizeof index);
-  return kNoErr;
+  return guarded<kNoMemory>([found] {
+    const fs::path path = frameworksFolder();
+    std::error_code error;
+    if (!fs::is_directory(path, error)) return kNoSuchFolder;
+    const auto index = static_cast<std::uint32_t>(knownFolders().size());
+    knownFolders().push_back(path);
+    *found = {};
+    std::memcpy(found->hidden, &index, sizeof index);
+    return kNoErr;
+  });
 }
 
 CFURLRef CFURLCreateFromFSRef(CFAllocatorRef, const FSRef* folder) {
-  std::uint32_t index = 0;
-  std::memcpy(&index, folder->hidden, sizeof index);
-  return index < knownFolders().size() ? newURL(knownFolders()[index]) : nullptr;
+  return guarded([folder] {
+    std::uint32_t index = 0;
+    std::memcpy(&index, folder->hidden, sizeof index);
+    return index < knownFolders().size() ? newURL(knownFolders()[index]) : nullptr;
+  });
 }
 
 CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef, CFURLRef url, CFStringRef component, Boolean) {
-  const std::string name = textOf(component);
-  return url != nullptr && !name.empty() ? newURL(urlOf(url)->path / name) : nullptr;
+  return guarded([=] {
+    const std::string name = textOf(component);
+    return url != nullptr && !name.empty() ? newURL(urlOf(url)->path / name) : nullptr;
+  });
 }
 
 CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef url) {
-  std::error_code error;
-  if (url == nullptr || !fs::is_directory(urlOf(url)->path, error)) return nullptr;
-  return reinterpret_cast<CFBundleRef>(new Bundle(urlOf(url)->path));
+  return guarded([url]() -> CFBundleRef {
+    std::error_code error;
+    if (url == nullptr || !fs::is_directory(urlOf(url)->path, error)) return nullptr;
+    return reinterpret_cast<CFBundleRef>(new Bundle(urlOf(url)->path));
+  });
 }
 
 Boolean CFBundleLoadExecutable(CFBundleRef ref) {
-  Bundle* bundle = bundleOf(ref);
+  Bundle* const bundle = bundleOf(ref);
   if (bundle == nullptr) return 0;
-  if (bundle->executable == nullptr) {
+  if (bundle->executable != nullptr) return 1;
+  bundle->loadError.clear();
+  return guarded([bundle]() -> Boolean {
     auto loaded = loadExecutable(bundle->executablePath());
     if (const auto* refusal = std::get_if<Refusal>(&loaded)) {
       bundle->loadError = refusal->why;
-    } else {
-      bundle->executable = std::move(std::get<std::unique_ptr<Executable>>(loaded));
+      return 0;
     }
-  }
-  return bundle->executable != nullptr ? 1 : 0;
+    bundle->executable = std::move(std::get<std::unique_ptr<Executable>>(loaded));
+    return 1;
+  });
 }
 
-std::string loadErrorOf(CFBundleRef bundle) { return bundle != nullptr ? bundleOf(bundle)->loadError : std::string(); }
+std::string loadErrorOf(CFBundleRef ref) {
+  const Bundle* const bundle = bundleOf(ref);
+  if (bundle == nullptr || bundle->executable != nullptr) return "";
+  return !bundle->loadError.empty() ? bundle->loadError : "there is no memory for it";
+}
 
 void* CFBundleGetFunctionPointerForName(CFBundleRef ref, CFStringRef name) {
   const Bundle* bundle = bundleOf(ref);
   if (bundle == nullptr || bundle->executable == nullptr) return nullptr;
-  return bundle->executable->find(textOf(name));
+  return guarded([=] { return bundle->executable->find(textOf(name)); });
 }
 
 void CFRelease(CFTypeRef ref) {

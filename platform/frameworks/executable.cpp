@@ -17,8 +17,11 @@ namespace {
 
 class ElfLibrary final : public Executable {
  public:
-  explicit ElfLibrary(void* handle) : handle_(handle) {}
-  ~ElfLibrary() override { dlclose(handle_); }
+  explicit ElfLibrary(const char* path) : handle_(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {}
+  ~ElfLibrary() override {
+    if (isLoaded()) dlclose(handle_);
+  }
+  bool isLoaded() const { return handle_ != nullptr; }
   void* find(const std::string& name) const override { return dlsym(handle_, name.c_str()); }
 
  private:
@@ -29,7 +32,7 @@ std::variant<std::unique_ptr<Executable>, Refusal> loadElf(const fs::path& path,
   if (header.e_ident[EI_CLASS] != ELFCLASS32 || header.e_machine != EM_386) {
     return Refusal{"it is an ELF file for another machine; one of 32 bits for i386 would work"};
   }
-  if (void* const handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) return std::make_unique<ElfLibrary>(handle);
+  if (auto library = std::make_unique<ElfLibrary>(path.c_str()); library->isLoaded()) return library;
   // The loader's message begins with the file that it is about, which is often this one.
   std::string message = dlerror();
   if (message.starts_with(path.string() + ": ")) message.erase(0, path.string().size() + 2);

@@ -3,16 +3,19 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <unordered_set>
+
+#include "platform/guarded.h"
 
 namespace {
 
 // A handle points to the first field.
 struct Block {
-  Ptr master;
-  std::int32_t size;
-  std::int32_t capacity;
-  std::int32_t locks;
+  Ptr master = nullptr;
+  std::int32_t size = 0;
+  std::int32_t capacity = 0;
+  std::int32_t locks = 0;
 };
 
 std::unordered_set<const void*>& blocks() {
@@ -40,16 +43,17 @@ void HUnlock(Handle handle) {
 
 Handle NewHandle(std::int32_t size) {
   if (size < 0) return nullptr;
-  auto* block = static_cast<Block*>(std::calloc(1, sizeof(Block)));
-  auto* bytes = static_cast<Ptr>(std::calloc(1, static_cast<std::size_t>(std::max(size, 1))));
-  if (block == nullptr || bytes == nullptr) {
-    std::free(block);
-    std::free(bytes);
-    return nullptr;
-  }
-  *block = {bytes, size, size, 0};
-  blocks().insert(block);
-  return &block->master;
+  return guarded([size]() -> Handle {
+    auto block = std::make_unique<Block>();
+    blocks().insert(block.get());
+    block->master = static_cast<Ptr>(std::calloc(1, static_cast<std::size_t>(std::max(size, 1))));
+    if (block->master == nullptr) {
+      blocks().erase(block.get());
+      return nullptr;
+    }
+    block->size = block->capacity = size;
+    return &block.release()->master;
+  });
 }
 
 bool SetHandleSize(Handle handle, std::int32_t size) {
@@ -75,7 +79,7 @@ void DisposeHandle(Handle handle) {
   if (block == nullptr) return;
   blocks().erase(handle);
   std::free(block->master);
-  std::free(block);
+  delete block;
 }
 
 namespace memory {

@@ -5,6 +5,8 @@
 #include <map>
 #include <vector>
 
+#include "platform/guarded.h"
+
 extern "C" {
 PLATFORM_EXPORT OSStatus ClearCurrentScrap();
 PLATFORM_EXPORT OSStatus GetCurrentScrap(ScrapRef* scrap);
@@ -41,9 +43,11 @@ OSStatus GetCurrentScrap(ScrapRef* scrap) {
 
 OSStatus PutScrapFlavor(ScrapRef scrap, OSType flavor, std::uint32_t, std::int32_t size, const void* bytes) {
   if (!isCurrent(scrap) || size < 0) return badScrapRefErr;
-  const auto* begin = static_cast<const char*>(bytes);
-  const bool isNew = clipboard().flavors.try_emplace(flavor, begin, begin + (begin != nullptr ? size : 0)).second;
-  return isNew ? 0 : duplicateScrapFlavorErr;
+  return guarded<memFullErr>([=]() -> OSStatus {
+    const auto* begin = static_cast<const char*>(bytes);
+    const bool isNew = clipboard().flavors.try_emplace(flavor, begin, begin + (begin != nullptr ? size : 0)).second;
+    return isNew ? 0 : duplicateScrapFlavorErr;
+  });
 }
 
 OSStatus GetScrapFlavorSize(ScrapRef scrap, OSType flavor, std::int32_t* size) {
@@ -58,6 +62,6 @@ OSStatus GetScrapFlavorData(ScrapRef scrap, OSType flavor, std::int32_t* size, v
   const std::int32_t room = *size;
   if (const OSStatus status = GetScrapFlavorSize(scrap, flavor, size); status != 0) return status;
   const std::int32_t count = std::clamp(room, 0, *size);
-  if (count > 0) std::memcpy(bytes, clipboard().flavors[flavor].data(), static_cast<std::size_t>(count));
+  if (count > 0) std::memcpy(bytes, clipboard().flavors.find(flavor)->second.data(), static_cast<std::size_t>(count));
   return 0;
 }

@@ -4,7 +4,7 @@
 #include "contract/system.h"
 #include "platform/visibility.h"
 
-enum : OSStatus { noTypeErr = -102, duplicateScrapFlavorErr = -4989, badScrapRefErr = -4990 };
+enum : OSStatus { noTypeErr = -102, memFullErr = -108, duplicateScrapFlavorErr = -4989, badScrapRefErr = -4990 };
 
 extern "C" {
 // The other half of the Scrap Manager, for those who paste. The size may be asked for first.
