@@ -22,7 +22,8 @@ std::string anyBytes(std::size_t size) {
 std::string contentOf(const void* object) {
   const auto* block = runtime::as<runtime::MemoryBlock>(object);
   if (block != nullptr) return {block->bytes.begin(), block->bytes.end()};
-  if (runtime::isString(object)) return std::string(runtime::bytesOf(static_cast<const REALstringStruct*>(object)));
+  if (runtime::Host::running()->heap().isString(object))
+    return std::string(runtime::bytesOf(static_cast<const REALstringStruct*>(object)));
   return "(neither a block nor a string)";
 }
 

@@ -38,7 +38,7 @@ TEST_F(PictureTest, APICTPassesThroughAndAnythingElseIsRecorded) {
   const Object kept = pict();
   const Value same = host().get(kept, "PicHandleTVK");
   EXPECT_EQ(std::get<Object>(same).get(), kept.get());
-  EXPECT_EQ(runtime::locksOf(kept.get()), 2);
+  EXPECT_EQ(host().heap().locksOf(kept.get()), 2);
   const auto* description = runtime::as<runtime::PictureObject>(kept.get());
   EXPECT_EQ(bytes(host().get(kept, "PicHandleDataTVK")).size(),
             static_cast<std::size_t>(GetHandleSize(reinterpret_cast<Handle>(description->pict))));

@@ -186,7 +186,7 @@ TEST_F(RecorderTest, BytesGoOutAndComeBack) {
     EXPECT_EQ(isOpen(recorder), 1) << "reading doesn't end a recording";
     host().call(recorder, "ClosePicture");
     const Value whole = host().get(recorder, "PicHandleData");
-    EXPECT_EQ(runtime::encodingOf(std::get<String>(whole).get()), kTextEncodingUnknown);
+    EXPECT_EQ(host().heap().encodingOf(std::get<String>(whole).get()), kTextEncodingUnknown);
     EXPECT_EQ(bytes(whole).substr(10, 6), std::string("\x00\x11\x02\xFF\x0C\x00", 6));
     EXPECT_EQ(bytes(whole).substr(2, half.size() - 2), half.substr(2));
 

@@ -1,4 +1,5 @@
-// What host code holds: strings, and objects with counted locks. A plug-in sees the records behind the references.
+// The heap of a host: strings, and objects with counted locks. A plug-in sees the records behind the references, and
+// may hand in any word as one: what isn't alive is left alone.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +9,9 @@
 #include <string>
 #include <string_view>
 #include <typeinfo>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "contract/handles.h"
@@ -15,11 +19,16 @@
 
 namespace runtime {
 
-struct ClassInfo;
+class Heap;
 
 // What an object is besides its record.
 struct Payload {
+  Payload() = default;
+  Payload(const Payload&) = delete;
+  Payload& operator=(const Payload&) = delete;
   virtual ~Payload() = default;
+  // Its last lock is gone, and its record still whole.
+  virtual void end(Heap&, REALobjectStruct*) {}
 };
 
 // Memory that comes zeroed, which big pieces of it do untouched.
@@ -48,19 +57,21 @@ struct IntegerArray : Payload {
 };
 
 struct Graphics : Payload {
-  Graphics() = default;
-  Graphics(const Graphics&) = delete;
-  Graphics& operator=(const Graphics&) = delete;
-  ~Graphics() override;
+  void end(Heap& heap, REALobjectStruct*) override;
   GWorldPtr port = nullptr;
-  REALobjectStruct* picture =
-      nullptr;  // whose pixels the port is, and which it holds a lock on; or the port is its own
+  REALobjectStruct* picture = nullptr;  // whose pixels the port is, and which it holds a lock on
 };
 
 struct PictureObject : Payload {
   PictureObject() = default;
-  PictureObject(const PictureObject&) = delete;
-  PictureObject& operator=(const PictureObject&) = delete;
+  // Hands over what the other one owns.
+  PictureObject(PictureObject&& other) noexcept
+      : kind(other.kind),
+        pict(other.pict),
+        world(other.world),
+        owns(std::exchange(other.owns, false)),
+        width(other.width),
+        height(other.height) {}
   ~PictureObject() override;
   std::uint32_t kind = 0;
   PicHandle pict = nullptr;
@@ -75,42 +86,60 @@ struct ExceptionObject : Payload {
   std::int32_t number = 0;
 };
 
-struct Instance : Payload {
-  const ClassInfo* info = nullptr;
-};
-
-// ---- the heap of the host
-
-// A new object has one lock. Data of a class lies behind the record, zeroed.
+// Data of a class lies behind the record.
 constexpr std::uint32_t kDataOffset = 16;
-REALobjectStruct* newObject(std::unique_ptr<Payload> payload, std::uint32_t dataSize = 0);
-void lock(REALobjectStruct* object);
-void unlock(REALobjectStruct* object);  // the last lock takes the object with it
-int locksOf(const REALobjectStruct* object);
-// Shows the elements of an array in its record, or hides them.
-void showStorage(REALobjectStruct* array, const std::int32_t* elements);
 
-// What an object is; null for nil, for what isn't alive, and for what is something else.
-Payload* payloadOf(const void* reference);
-template <class Kind>
-Kind* as(const void* reference) {
-  Payload* const payload = payloadOf(reference);
-  return payload != nullptr && typeid(*payload) == typeid(Kind) ? static_cast<Kind*>(payload) : nullptr;
-}
+class Heap {
+ public:
+  Heap() = default;
+  Heap(const Heap&) = delete;
+  Heap& operator=(const Heap&) = delete;
+  ~Heap();  // takes what was left behind with it
 
-REALstringStruct* newString(std::string_view bytes, std::uint32_t encoding);
-void lock(REALstringStruct* string);
-void unlock(REALstringStruct* string);
-bool isString(const void* reference);
-std::string_view bytesOf(const REALstringStruct* string);
-std::uint32_t encodingOf(const REALstringStruct* string);
-void setEncoding(REALstringStruct* string, std::uint32_t encoding);
-// A string in another encoding with one lock, or null if there is no way from the one to the other.
-REALstringStruct* converted(REALstringStruct* string, std::uint32_t encoding);
+  // What is new has one lock, and data that is zeroed. Without memory these throw std::bad_alloc.
+  REALobjectStruct* newObject(std::unique_ptr<Payload> payload, std::uint32_t dataSize = 0);
+  REALstringStruct* newString(std::string_view bytes, std::uint32_t encoding);
+  // The string in another encoding, with a lock; null if it has no text in that one.
+  REALstringStruct* converted(REALstringStruct* string, std::uint32_t encoding);
 
-struct HeapAudit {
-  std::size_t objects, strings, descriptionLocks;
+  // The last lock takes the thing with it.
+  void lock(REALobjectStruct* object);
+  void unlock(REALobjectStruct* object);
+  void lock(REALstringStruct* string);
+  void unlock(REALstringStruct* string);
+
+  // What an object is; null for nil, for what isn't alive, and for what is something else.
+  template <class Kind>
+  Kind* as(const void* reference) const {
+    Payload* const payload = payloadOf(reference);
+    return payload != nullptr && typeid(*payload) == typeid(Kind) ? static_cast<Kind*>(payload) : nullptr;
+  }
+  int locksOf(const REALobjectStruct* object) const;
+  // Shows the elements of an array in its record.
+  static void showStorage(REALobjectStruct* array, const std::int32_t* elements);
+
+  bool isString(const void* reference) const {
+    return strings_.contains(static_cast<const REALstringStruct*>(reference));
+  }
+  std::string_view bytesOf(const REALstringStruct* string) const;
+  std::uint32_t encodingOf(const REALstringStruct* string) const;
+  void setEncoding(const REALstringStruct* string, std::uint32_t encoding);
+
+  struct Audit {
+    std::size_t objects, strings, descriptionLocks;
+  };
+  Audit audit() const;
+
+ private:
+  struct StringInfo {
+    int locks;
+    std::uint32_t encoding;
+  };
+  Payload* payloadOf(const void* reference) const;
+  StringInfo* infoOf(const REALstringStruct* string);
+
+  std::unordered_set<const void*> objects_;
+  std::unordered_map<const REALstringStruct*, StringInfo> strings_;
 };
-HeapAudit auditHeap();
 
 }  // namespace runtime

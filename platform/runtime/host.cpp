@@ -12,18 +12,10 @@
 namespace runtime {
 namespace {
 
+// The one thing that is global: a plug-in calls entry points as it calls functions, without saying whose they are.
 Host* runningHost = nullptr;
 
-constexpr std::int32_t kFirstRecordsWithAttributes = 10;
 constexpr std::size_t kMostArguments = 12;  // words, the object among them
-
-// Rows of older hosts are shorter.
-struct RowWords {
-  std::size_t method, property;
-};
-RowWords rowWords(std::int32_t recordVersion) {
-  return recordVersion >= kFirstRecordsWithAttributes ? RowWords{6, 12} : RowWords{4, 10};
-}
 
 template <std::size_t>
 using Word = std::uint32_t;
@@ -90,37 +82,25 @@ Value valueOf(std::uint32_t word, Type type) {
   }
 }
 
-Method readMethod(const std::uint32_t* row, bool hasAttributes) {
-  REALmethodDefinition record = {};
-  std::memcpy(&record, row, (hasAttributes ? 6 : 4) * sizeof(std::uint32_t));
-  const auto declaration = record.declaration != nullptr ? parseDeclaration(record.declaration) : std::nullopt;
-  if (!declaration) {
-    throw Error(std::string("The plug-in's declaration \"") +
-                (record.declaration != nullptr ? record.declaration : "") +
-                "\" can't be read; one like \"Name(x as integer) as string\" would work.");
-  }
-  if (record.handler == nullptr) throw Error("The plug-in's method " + declaration->name + " has no handler.");
-  if (record.attributes == nullptr && record.attributeCount != 0) {
-    throw Error("The plug-in's method " + declaration->name + " counts attributes that aren't there.");
-  }
-  Method method = {*declaration, record.handler, record.setter, {}};
-  for (std::uint32_t i = 0; i < record.attributeCount; ++i) {
-    method.attributes.emplace_back(record.attributes[i].name, record.attributes[i].value);
-  }
-  return method;
-}
-
 }  // namespace
 
-void destroyInstance(const Instance& instance, REALobjectStruct* object) {
-  if (instance.info->destructor == nullptr) return;
-  reinterpret_cast<void (*)(REALobjectStruct*)>(instance.info->destructor)(object);
+void lock(REALobjectStruct* object) {
+  if (runningHost != nullptr) runningHost->heap().lock(object);
+}
+void unlock(REALobjectStruct* object) {
+  if (runningHost != nullptr) runningHost->heap().unlock(object);
+}
+void lock(REALstringStruct* string) {
+  if (runningHost != nullptr) runningHost->heap().lock(string);
+}
+void unlock(REALstringStruct* string) {
+  if (runningHost != nullptr) runningHost->heap().unlock(string);
+}
+std::string_view bytesOf(const REALstringStruct* string) {
+  return runningHost != nullptr ? runningHost->heap().bytesOf(string) : std::string_view();
 }
 
-Host& Host::running() {
-  if (runningHost == nullptr) throw Error("No host is running.");
-  return *runningHost;
-}
+Host* Host::running() { return runningHost; }
 
 Host::Host(std::optional<double> version) : version_(version) {
   if (runningHost != nullptr) throw Error("A host is running already; there can be one at a time.");
@@ -128,7 +108,10 @@ Host::Host(std::optional<double> version) : version_(version) {
   if (!version_) take("REALGetRBVersion");
 }
 
-Host::~Host() { runningHost = nullptr; }
+Host::~Host() {
+  raised_ = {};
+  runningHost = nullptr;
+}
 
 void Host::Unload::operator()(void* bundle) const { CFRelease(bundle); }
 
@@ -159,88 +142,48 @@ void Host::load(const std::filesystem::path& path, Resolver resolver) {
   if (entry == nullptr) throw Error("The plug-in \"" + path.string() + "\" has no REALPluginMain.");
   bundles_.push_back(std::move(bundle));
   reinterpret_cast<void (*)(Resolver)>(entry)(resolver);
-  if (const auto refusal = takeRefusal()) throw Error(*refusal);
+  throwRefused();
+}
+
+template <class Add>
+void Host::adding(Add add) {
+  try {
+    add();
+  } catch (...) {
+    refused_ = std::current_exception();
+  }
 }
 
 void Host::addClass(REALclassDefinition* record, bool isExtension) {
-  try {
-    readClass(record, isExtension);
-  } catch (const Error& error) {
-    refused_ = error.what();
-  }
+  adding([&] { registry_.addClass(*record, isExtension); });
 }
 
 void Host::addGlobalMethod(const REALmethodDefinition* row) {
-  try {
-    const bool hasAttributes = recordVersion_ >= kFirstRecordsWithAttributes;
-    globalMethods_.push_back(readMethod(reinterpret_cast<const std::uint32_t*>(row), hasAttributes));
-  } catch (const Error& error) {
-    refused_ = error.what();
-  }
+  adding([&] { registry_.addGlobalMethod(*row); });
 }
 
-// Record words are read by their place, as far as the told record version has them.
-void Host::readClass(REALclassDefinition* record, bool isExtension) {
-  if (recordVersion_ == 0) recordVersion_ = static_cast<std::int32_t>(record->version);  // nobody told it
-  const bool hasAttributes = recordVersion_ >= kFirstRecordsWithAttributes;
-  const RowWords words = rowWords(recordVersion_);
-  if (record->version != static_cast<std::uint32_t>(recordVersion_)) {
-    throw Error("The plug-in's class record is of version " + std::to_string(record->version) + ", but it told " +
-                std::to_string(recordVersion_) + ".");
-  }
-  if (record->name == nullptr || record->methodCount > 10000 || record->propertyCount > 10000 ||
-      (record->methods == nullptr && record->methodCount != 0) ||
-      (record->properties == nullptr && record->propertyCount != 0) ||
-      (hasAttributes && record->attributes == nullptr && record->attributeCount != 0)) {
-    throw Error("The plug-in's class record makes no sense: it has no name, or counts rows that aren't there.");
-  }
-  ClassInfo info;
-  info.name = record->name;
-  info.dataSize = record->dataSize;
-  info.constructor = record->constructor;
-  info.destructor = record->destructor;
-  const auto* method = reinterpret_cast<const std::uint32_t*>(record->methods);
-  for (std::uint32_t i = 0; i < record->methodCount; ++i, method += words.method) {
-    info.methods.push_back(readMethod(method, hasAttributes));
-  }
-  const auto* property = reinterpret_cast<const std::uint32_t*>(record->properties);
-  for (std::uint32_t i = 0; i < record->propertyCount; ++i, property += words.property) {
-    const auto* row = reinterpret_cast<const REALproperty*>(property);
-    if (row->name == nullptr) throw Error("A property of the plug-in's class " + info.name + " has no name.");
-    if (row->getter == kREALstandardAccess && std::uint64_t{row->parameter} + sizeof(std::int32_t) > info.dataSize) {
-      throw Error("The plug-in's property \"" + std::string(row->name) + "\" lies outside its class's data.");
-    }
-    info.properties.push_back({row->name, row->setter == kREALstandardAccess, row->parameter});
-  }
-  if (hasAttributes) {
-    for (std::uint32_t i = 0; i < record->attributeCount; ++i) {
-      info.attributes.emplace_back(record->attributes[i].name, record->attributes[i].value);
-    }
-  }
-  if (!isExtension) record->dataOffset = kDataOffset;
-  classes_[info.name] = std::move(info);
+void Host::throwRefused() {
+  if (const auto refused = std::exchange(refused_, nullptr)) std::rethrow_exception(refused);
 }
 
-REALobjectStruct* Host::instanceOf(const std::string& className) {
+REALobjectStruct* Host::instanceOf(std::string_view className) {
   if (!has(className)) return nullptr;
-  const auto found = classes_.find(className);
-  if (found != classes_.end()) {
-    auto instance = std::make_unique<Instance>();
-    instance->info = &found->second;
-    REALobjectStruct* object = newObject(std::move(instance), found->second.dataSize);
-    if (found->second.constructor != nullptr) {
-      reinterpret_cast<void (*)(REALobjectStruct*)>(found->second.constructor)(object);
-    }
-    return object;
-  }
-  if (!std::string_view(className).ends_with("Exception")) return nullptr;
+  if (const ClassInfo* const info = registry_.find(className)) return newInstance(heap_, *info);
+  if (!className.ends_with("Exception")) return nullptr;
   auto exception = std::make_unique<ExceptionObject>();
   exception->className = className;
-  return newObject(std::move(exception));
+  return heap_.newObject(std::move(exception));
+}
+
+// Holds the object rather than what it says: that takes no memory.
+void Host::raise(REALobjectStruct* exception) {
+  if (heap_.as<ExceptionObject>(exception) == nullptr) return;
+  heap_.lock(exception);
+  raised_ = Object(exception);
 }
 
 Object Host::make(const std::string& className) {
-  for (const auto& [name, info] : classes_) {
+  for (const auto& [name, info] : classes()) {
     if (sameName(name, className) && info.dataSize != 0) return Object(instanceOf(name));
   }
   throw Error("There is no class \"" + className + "\" to make an object of.");
@@ -252,8 +195,7 @@ const ClassInfo* Host::classOf(const Object& object) const {
   const char* name = as<PictureObject>(reference) != nullptr ? "Picture"
                      : as<Graphics>(reference) != nullptr    ? "graphics"
                                                              : "";
-  const auto found = classes_.find(name);
-  return found != classes_.end() ? &found->second : nullptr;
+  return registry_.find(name);
 }
 
 const Method* Host::findMethod(const Object& object, const std::string& name) const {
@@ -267,7 +209,8 @@ const Method* Host::findMethod(const Object& object, const std::string& name) co
 }
 
 void Host::throwRaised() {
-  if (const auto raised = takeRaised()) throw Exception(*raised);
+  const Object raised = takeRaised();
+  if (const auto* exception = as<ExceptionObject>(raised.get())) throw Exception(*exception);
 }
 
 Value Host::invoke(const Method& method, REALhandler handler, const Object* self, const std::vector<Value>& arguments) {
@@ -299,7 +242,7 @@ Value Host::call(const Object& object, const std::string& name, const std::vecto
 }
 
 Value Host::call(const std::string& name, const std::vector<Value>& arguments) {
-  for (const Method& method : globalMethods_) {
+  for (const Method& method : globalMethods()) {
     if (sameName(method.declaration.name, name)) return invoke(method, method.handler, nullptr, arguments);
   }
   throw Error("There is no global method \"" + name + "\".");
@@ -335,38 +278,38 @@ void Host::set(const Object& object, const std::string& name, const Value& value
   throw Error("The class " + classOf(object)->name + " has no property \"" + name + "\".");
 }
 
-String Host::string(std::string_view bytes, std::uint32_t encoding) const { return String(newString(bytes, encoding)); }
+String Host::string(std::string_view bytes, std::uint32_t encoding) const {
+  return String(heap_.newString(bytes, encoding));
+}
 
 Object Host::block(std::string_view bytes) const {
   auto block = std::make_unique<MemoryBlock>();
   block->bytes.assign(bytes.begin(), bytes.end());
-  return Object(newObject(std::move(block)));
+  return Object(heap_.newObject(std::move(block)));
 }
 
 Object Host::integers(std::vector<std::int32_t> elements) const {
   auto array = std::make_unique<IntegerArray>();
   array->elements = std::move(elements);
   const std::int32_t* storage = array->elements.data();
-  REALobjectStruct* object = newObject(std::move(array));
-  if (arraysShowStorage) showStorage(object, storage);
+  REALobjectStruct* object = heap_.newObject(std::move(array));
+  if (arraysShowStorage) Heap::showStorage(object, storage);
   return Object(object);
 }
 
 Object Host::newPicture(int width, int height, int depth) const {
   const Rect bounds = MakeRect(0, 0, width, height);
-  GWorldPtr world = nullptr;
-  if (NewGWorld(&world, static_cast<std::int16_t>(depth), &bounds, nullptr, nullptr, 0) != 0) {
+  auto picture = std::make_unique<PictureObject>();
+  if (NewGWorld(&picture->world, static_cast<std::int16_t>(depth), &bounds, nullptr, nullptr, 0) != 0) {
     throw Error("A picture of " + std::to_string(width) + "x" + std::to_string(height) + " pixels at depth " +
                 std::to_string(depth) +
                 " can't be made; one of a few thousand pixels a side at 1, 2, 4, 8, 16 or 32 would work.");
   }
-  auto picture = std::make_unique<PictureObject>();
   picture->kind = kPictureKindGWorld;
-  picture->world = world;
   picture->owns = true;
   picture->width = width;
   picture->height = height;
-  return Object(newObject(std::move(picture)));
+  return Object(heap_.newObject(std::move(picture)));
 }
 
 Object Host::strangePicture(int width, int height) const {
@@ -381,8 +324,9 @@ Object Host::graphicsOf(const Object& picture) const {
   auto graphics = std::make_unique<Graphics>();
   graphics->port = object->world;
   graphics->picture = picture.get();
-  lock(picture.get());
-  return Object(newObject(std::move(graphics)));
+  REALobjectStruct* const made = heap_.newObject(std::move(graphics));
+  heap_.lock(picture.get());
+  return Object(made);
 }
 
 std::int32_t Host::worldOf(const Object& picture) const {
@@ -395,7 +339,7 @@ std::vector<std::string> audit() {
   const auto report = [&lines](std::size_t count, const char* what) {
     if (count != 0) lines.push_back(std::to_string(count) + " " + what);
   };
-  const HeapAudit heap = auditHeap();
+  const Heap::Audit heap = runningHost != nullptr ? runningHost->heap().audit() : Heap::Audit{};
   const memory::Audit handles = memory::audit();
   report(heap.objects, "objects alive");
   report(heap.strings, "strings alive");

@@ -1,29 +1,25 @@
 // The host application: loads plug-ins, knows their classes, and runs host code, here written in C++.
 #pragma once
 
+#include <exception>
 #include <filesystem>
-#include <map>
 #include <memory>
 #include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
 
-#include "contract/records.h"
-#include "platform/runtime/declaration.h"
+#include "platform/runtime/error.h"
 #include "platform/runtime/heap.h"
+#include "platform/runtime/registry.h"
 
 namespace runtime {
 
-// A mistake in host code or in what is loaded: one sentence for a person.
-class Error : public std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-// An exception of the host's language that a handler raised.
+// An exception of the host's language, which a handler raised or the host itself.
 class Exception : public std::runtime_error {
  public:
   explicit Exception(const ExceptionObject& raised)
@@ -34,6 +30,16 @@ class Exception : public std::runtime_error {
   std::string className, message;
   std::int32_t number;
 };
+
+// ---- what is alive in the running host; nothing is when none runs
+
+void lock(REALobjectStruct* object);
+void unlock(REALobjectStruct* object);
+void lock(REALstringStruct* string);
+void unlock(REALstringStruct* string);
+std::string_view bytesOf(const REALstringStruct* string);
+template <class Kind>
+Kind* as(const void* reference);
 
 // A counted reference to a string or an object, or nil.
 template <class Struct>
@@ -63,31 +69,6 @@ using Object = Reference<REALobjectStruct>;
 
 using Nil = std::monostate;
 using Value = std::variant<Nil, std::int32_t, bool, String, Object>;
-
-// What the host knows of one method row.
-struct Method {
-  Declaration declaration;
-  REALhandler handler = nullptr, setter = nullptr;
-  std::vector<std::pair<std::string, std::string>> attributes;
-};
-
-struct Property {
-  std::string name;
-  bool canSet;
-  std::uint32_t offset;
-};
-
-struct ClassInfo {
-  std::string name;
-  std::uint32_t dataSize = 0;
-  REALhandler constructor = nullptr, destructor = nullptr;
-  std::vector<Method> methods;
-  std::vector<Property> properties;
-  std::vector<std::pair<std::string, std::string>> attributes;
-};
-
-// Called when the last lock of an instance goes.
-void destroyInstance(const Instance& instance, REALobjectStruct* object);
 
 // One host at a time is the running one, from construction to destruction.
 class Host {
@@ -125,46 +106,52 @@ class Host {
   // The world behind a picture, as the integer that host code passes on.
   std::int32_t worldOf(const Object& picture) const;
 
-  const std::map<std::string, ClassInfo>& classes() const { return classes_; }
-  const std::vector<Method>& globalMethods() const { return globalMethods_; }
-  std::int32_t recordVersion() const { return recordVersion_; }
+  const Registry::Classes& classes() const { return registry_.classes(); }
+  const std::vector<Method>& globalMethods() const { return registry_.globalMethods(); }
+  Heap& heap() const { return heap_; }
 
   // ---- what the entry points need
-  static Host& running();
-  static void* resolve(const char* name);
+  static Host* running();  // null if there is none
+  static void* resolve(const char* name) noexcept;
   bool has(std::string_view name) const { return !taken_.contains(name); }
   double version() const { return version_.value_or(0.0); }
-  void tell(std::int32_t recordVersion) { recordVersion_ = recordVersion; }
+  void tell(std::int32_t recordVersion) { registry_.tell(recordVersion); }
+  // Nothing is thrown through a plug-in: what is wrong with a record waits till somebody asks.
   void addClass(REALclassDefinition* record, bool isExtension);
   void addGlobalMethod(const REALmethodDefinition* row);
-  REALobjectStruct* instanceOf(const std::string& className);
-  void raise(REALobjectStruct* exception) { raised_ = *as<ExceptionObject>(exception); }
-  // What was wrong with a record, till somebody asks.
-  std::optional<std::string> takeRefusal() { return std::exchange(refused_, std::nullopt); }
-  // The exception that was raised since somebody last asked.
-  std::optional<ExceptionObject> takeRaised() { return std::exchange(raised_, std::nullopt); }
+  void throwRefused();
+  REALobjectStruct* instanceOf(std::string_view className);
+  void raise(REALobjectStruct* exception);
+  // The exception that was raised since somebody last asked, or nil.
+  Object takeRaised() { return std::exchange(raised_, {}); }
 
  private:
   const Method* findMethod(const Object& object, const std::string& name) const;
   const ClassInfo* classOf(const Object& object) const;
   Value invoke(const Method& method, REALhandler handler, const Object* self, const std::vector<Value>& arguments);
   void throwRaised();
-  void readClass(REALclassDefinition* record, bool isExtension);
+  template <class Add>
+  void adding(Add add);
 
   std::optional<double> version_;
-  std::int32_t recordVersion_ = 0;
   std::set<std::string, std::less<>> taken_;
-  std::map<std::string, ClassInfo> classes_;
-  std::vector<Method> globalMethods_;
-  std::optional<ExceptionObject> raised_;
-  std::optional<std::string> refused_;  // nothing is thrown through a plug-in
+  Registry registry_;
+  mutable Heap heap_;  // a host that makes values is the same host
+  Object raised_;
+  std::exception_ptr refused_;
   struct Unload {
     void operator()(void* bundle) const;
   };
   std::vector<std::unique_ptr<void, Unload>> bundles_;
 };
 
-// What is still alive: one line for each kind, nothing if all is in balance.
+template <class Kind>
+Kind* as(const void* reference) {
+  Host* const host = Host::running();
+  return host != nullptr ? host->heap().as<Kind>(reference) : nullptr;
+}
+
+// What is still alive, in the running host and beside it: one line for each kind, nothing if all is in balance.
 std::vector<std::string> audit();
 
 }  // namespace runtime
