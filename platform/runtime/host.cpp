@@ -6,6 +6,7 @@
 
 #include "contract/system.h"
 #include "platform/frameworks/bundle.h"
+#include "platform/guarded.h"
 #include "platform/memory/memory.h"
 #include "platform/quickdraw/operations.h"
 
@@ -80,6 +81,17 @@ Value valueOf(std::uint32_t word, Type type) {
       if (word == 0) return Nil();
       return Object(reinterpret_cast<REALobjectStruct*>(word));
   }
+}
+
+// Host code learns in its own way that there is no memory for a value.
+template <class Make>
+auto making(const std::string& what, Make make) {
+  return withinMemory(make, [&what]() -> std::invoke_result_t<Make> {
+    ExceptionObject raised;
+    raised.className = "OutOfMemoryException";
+    raised.message = "There is not enough memory for " + what + ".";
+    throw Exception(raised);
+  });
 }
 
 }  // namespace
@@ -184,7 +196,8 @@ void Host::raise(REALobjectStruct* exception) {
 
 Object Host::make(const std::string& className) {
   for (const auto& [name, info] : classes()) {
-    if (sameName(name, className) && info.dataSize != 0) return Object(instanceOf(name));
+    if (sameName(name, className) && info.dataSize != 0)
+      return making("an object", [this, &name = name] { return Object(instanceOf(name)); });
   }
   throw Error("There is no class \"" + className + "\" to make an object of.");
 }
@@ -279,37 +292,47 @@ void Host::set(const Object& object, const std::string& name, const Value& value
 }
 
 String Host::string(std::string_view bytes, std::uint32_t encoding) const {
-  return String(heap_.newString(bytes, encoding));
+  return making("a string", [&] { return String(heap_.newString(bytes, encoding)); });
 }
 
 Object Host::block(std::string_view bytes) const {
-  auto block = std::make_unique<MemoryBlock>();
-  block->bytes.assign(bytes.begin(), bytes.end());
-  return Object(heap_.newObject(std::move(block)));
+  return making("a memory block", [&] {
+    auto block = std::make_unique<MemoryBlock>();
+    block->bytes.assign(bytes.begin(), bytes.end());
+    return Object(heap_.newObject(std::move(block)));
+  });
 }
 
 Object Host::integers(std::vector<std::int32_t> elements) const {
-  auto array = std::make_unique<IntegerArray>();
-  array->elements = std::move(elements);
-  const std::int32_t* storage = array->elements.data();
-  REALobjectStruct* object = heap_.newObject(std::move(array));
-  if (arraysShowStorage) Heap::showStorage(object, storage);
-  return Object(object);
+  return making("an array", [&] {
+    auto array = std::make_unique<IntegerArray>();
+    array->elements = std::move(elements);
+    const std::int32_t* storage = array->elements.data();
+    REALobjectStruct* object = heap_.newObject(std::move(array));
+    if (arraysShowStorage) Heap::showStorage(object, storage);
+    return Object(object);
+  });
 }
 
 Object Host::newPicture(int width, int height, int depth) const {
-  const Rect bounds = MakeRect(0, 0, width, height);
-  auto picture = std::make_unique<PictureObject>();
-  if (NewGWorld(&picture->world, static_cast<std::int16_t>(depth), &bounds, nullptr, nullptr, 0) != 0) {
-    throw Error("A picture of " + std::to_string(width) + "x" + std::to_string(height) + " pixels at depth " +
-                std::to_string(depth) +
-                " can't be made; one of a few thousand pixels a side at 1, 2, 4, 8, 16 or 32 would work.");
-  }
-  picture->kind = kPictureKindGWorld;
-  picture->owns = true;
-  picture->width = width;
-  picture->height = height;
-  return Object(heap_.newObject(std::move(picture)));
+  constexpr OSErr kNoMemory = -108;  // memFullErr
+  const std::string what = "a picture of " + std::to_string(width) + "x" + std::to_string(height) +
+                           " pixels at depth " + std::to_string(depth);
+  return making(what, [&] {
+    const Rect bounds = MakeRect(0, 0, width, height);
+    auto picture = std::make_unique<PictureObject>();
+    const OSErr error = NewGWorld(&picture->world, static_cast<std::int16_t>(depth), &bounds, nullptr, nullptr, 0);
+    if (error == kNoMemory) throw std::bad_alloc();
+    if (error != 0) {
+      throw Error("There can't be " + what +
+                  "; one of a few thousand pixels a side at 1, 2, 4, 8, 16 or 32 would work.");
+    }
+    picture->kind = kPictureKindGWorld;
+    picture->owns = true;
+    picture->width = width;
+    picture->height = height;
+    return Object(heap_.newObject(std::move(picture)));
+  });
 }
 
 Object Host::strangePicture(int width, int height) const {
@@ -321,12 +344,14 @@ Object Host::strangePicture(int width, int height) const {
 Object Host::graphicsOf(const Object& picture) const {
   const auto* object = as<PictureObject>(picture.get());
   if (object == nullptr || object->world == nullptr) throw Error("Only a picture with pixels has a graphics object.");
-  auto graphics = std::make_unique<Graphics>();
-  graphics->port = object->world;
-  graphics->picture = picture.get();
-  REALobjectStruct* const made = heap_.newObject(std::move(graphics));
-  heap_.lock(picture.get());
-  return Object(made);
+  return making("a graphics object", [&] {
+    auto graphics = std::make_unique<Graphics>();
+    graphics->port = object->world;
+    graphics->picture = picture.get();
+    REALobjectStruct* const made = heap_.newObject(std::move(graphics));
+    heap_.lock(picture.get());
+    return Object(made);
+  });
 }
 
 std::int32_t Host::worldOf(const Object& picture) const {
