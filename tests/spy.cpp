@@ -15,7 +15,7 @@ std::map<const void*, int> numbers;
 
 std::set<std::string> absent;
 bool muted = false;
-int depth = 0;
+const char* inside = nullptr;
 
 std::string trace() { return lines; }
 void clear() { lines.clear(); }

@@ -7,6 +7,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <utility>
 
 #include "contract/system.h"
 #include "plugin/host/host.h"
@@ -28,8 +29,20 @@ extern bool muted;
 // ---- machinery
 
 void tell(const std::string& line);
-extern int depth;  // above 0 inside a real function, whose own calls are nobody's business
+// The innermost function on the other side that runs, or null. Its own calls are nobody's business.
+extern const char* inside;
 std::string reference(const void* pointer);
+
+class Inside {
+ public:
+  explicit Inside(const char* name) : outer_(std::exchange(inside, name)) {}
+  ~Inside() { inside = outer_; }
+  Inside(const Inside&) = delete;
+  Inside& operator=(const Inside&) = delete;
+
+ private:
+  const char* outer_;
+};
 
 inline std::string show(std::int32_t value) { return std::to_string(value); }
 inline std::string show(std::uint32_t value) { return std::to_string(value); }
@@ -63,16 +76,13 @@ struct Double<Tag, Result(Arguments...)> {
   static inline std::function<Result(Arguments...)> instead;
 
   static Result call(Arguments... arguments) {
-    if (depth == 0 && !muted) {
+    if (inside == nullptr && !muted) {
       std::string line = std::string(Tag::name) + "(";
       [[maybe_unused]] const char* separator = "";
       ((line += separator + shown(arguments), separator = ", "), ...);
       tell(line + ")");
     }
-    ++depth;
-    struct Leave {
-      ~Leave() { --depth; }
-    } leave;
+    const Inside here(Tag::name);
     if (instead) return instead(arguments...);
     return real(arguments...);
   }

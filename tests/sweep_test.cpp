@@ -1,26 +1,43 @@
 // Every row with every name missing: nothing crashes, nothing is lost, and the next call with the name works.
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <set>
 
+#include "platform/frameworks/bundle.h"
+#include "platform/memory/memory.h"
 #include "tests/fixture.h"
 
 #ifndef __SANITIZE_ADDRESS__
-// The plug-in's allocations, one of which fails when a test wants it.
+// Allocations fail when a test wants it: those of the plug-in, or those of the functions on the other side.
 extern "C" void* __libc_malloc(std::size_t);
 extern "C" void* __libc_calloc(std::size_t, std::size_t);
 namespace {
+bool (*isMeant)(const void* caller) = nullptr;
 int allocationsLeft = -1;  // below 0: all succeed
+int period = 0;            // above 0: after one that fails, the so manieth fails again
 
-bool fails(const void* caller) {
-  if (allocationsLeft < 0) return false;
+bool isPlugIns(const void* caller) {
   // The dynamic loader knows nothing of a bundle for the Mac, and everything of all other code.
   Dl_info info = {};
-  if (dladdr(caller, &info) != 0 && std::strstr(info.dli_fname, "MacOS/QuickDrawTVK") == nullptr) return false;
-  return allocationsLeft-- == 0;
+  return dladdr(caller, &info) == 0 || std::strstr(info.dli_fname, "MacOS/QuickDrawTVK") != nullptr;
+}
+
+bool fails(const void* caller) {
+  if (allocationsLeft < 0 || !isMeant(caller)) return false;
+  if (allocationsLeft-- > 0) return false;
+  allocationsLeft = period - 1;
+  return true;
+}
+
+// Lets the n-th allocation fail from here on, and with a period of n each n-th.
+void failAllocation(int n, bool (*which)(const void*), int again = 0) {
+  isMeant = which;
+  allocationsLeft = n;
+  period = again;
 }
 }  // namespace
 extern "C" __attribute__((visibility("default"))) void* malloc(std::size_t size) {
@@ -267,7 +284,7 @@ TEST_F(Sweep, EachAllocationFails) {
         spy::host::PluginGetStringData::instead = unterminated;
         spy::host::PluginDisposeStringData::instead = [](REALstringData*) {};
       }
-      allocationsLeft = n;
+      failAllocation(n, &isPlugIns);
       start(version);
       runEverything();
       reached = allocationsLeft < 0;
@@ -279,6 +296,90 @@ TEST_F(Sweep, EachAllocationFails) {
     }
     EXPECT_GT(n, 1) << "no allocation was reached";
   }
+}
+
+// QuickDraw's operations among them, when they answer without memory too.
+bool isOtherSides(const void*) {
+  return spy::inside != nullptr && std::none_of(std::begin(kOperations), std::end(kOperations),
+                                                [](const char* name) { return std::strcmp(name, spy::inside) == 0; });
+}
+bool isInside(const void*) { return spy::inside != nullptr; }
+
+TEST_F(Sweep, EveryNthAllocationOfTheOtherSideFails) {
+  for (const int n : {1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 13, 17, 23, 31, 43, 61, 89, 131}) {
+    for (const double version : {2011.0, 2014.0}) {
+      SCOPED_TRACE("each of " + std::to_string(n) + " in " + std::to_string(version));
+      Host& h = start(version);
+      failAllocation(n - 1, &isOtherSides, n);
+      runEverything();
+      allocationsLeft = -1;
+      const Object recorder = this->recorder();
+      h.call(recorder, "PaintOval", {1, 2, 30, 20});
+      EXPECT_GT(bytes(h.get(recorder, "PicHandleData")).size(), 60U);
+    }
+    // A plug-in isn't loaded without what it registers.
+    Host& h = start();
+    failAllocation(n - 1, &isOtherSides, n);
+    EXPECT_THROW(h.load(bundle(), &spy::resolve), std::bad_alloc);
+    allocationsLeft = -1;
+  }
+}
+
+TEST_F(Sweep, AValueWithoutMemoryIsTheHostsException) {
+  const Object picture = host().newPicture(9, 9);
+  const std::function<void()> values[] = {[&] { host().string("text"); },      [&] { host().block("bytes"); },
+                                          [&] { host().integers({1, 2}); },    [&] { host().newPicture(9, 9); },
+                                          [&] { host().graphicsOf(picture); }, [&] { host().make("MacPictTVK"); }};
+  for (const auto& make : values) {
+    int failures = 0;
+    for (bool succeeds = false; !succeeds; ++failures) {
+      failAllocation(failures, &isInside);
+      try {
+        const spy::Inside here("host code");
+        make();
+        succeeds = true;
+      } catch (const runtime::Exception& raised) {
+        EXPECT_EQ(raised.className, "OutOfMemoryException");
+      }
+      allocationsLeft = -1;
+    }
+    EXPECT_GT(failures, 1);
+  }
+}
+
+TEST_F(Sweep, TheSystemAnswersWithoutMemory) {
+  static constinit const ConstantString kName("ApplicationServices.framework");
+  static constinit const ConstantString kFunction("GetPort");
+  int n = 0;
+  for (bool isDone = false; !isDone; ++n) {
+    failAllocation(n, &isInside);
+    const spy::Inside here("the system");
+    FSRef root = {};
+    const OSErr error = FSFindFolder(kOnAppropriateDisk, kFrameworksFolderType, 1, &root);
+    const CFURLRef folder = error == 0 ? CFURLCreateFromFSRef(nullptr, &root) : nullptr;
+    const CFURLRef url = CFURLCreateCopyAppendingPathComponent(nullptr, folder, kName.ref(), 1);
+    const CFBundleRef framework = CFBundleCreate(nullptr, url);
+    const bool isLoaded = CFBundleLoadExecutable(framework) != 0;
+    void* const function = CFBundleGetFunctionPointerForName(framework, kFunction.ref());
+    ScrapRef scrap = nullptr;
+    ClearCurrentScrap();
+    GetCurrentScrap(&scrap);
+    const OSStatus put = PutScrapFlavor(scrap, 'TEXT', 0, 5, "bytes");
+    const Handle handle = NewHandle(10);
+    const bool isUntouched = allocationsLeft >= 0;
+    allocationsLeft = -1;
+    isDone = error == 0 && isLoaded && function != nullptr && put == 0 && handle != nullptr;
+    EXPECT_EQ(isDone, isUntouched) << "allocation " << n << " fails in silence";
+    EXPECT_TRUE(error == 0 || error == -108) << error;
+    EXPECT_TRUE(put == 0 || put == -108) << put;
+    EXPECT_EQ(loadErrorOf(framework).empty(), framework == nullptr || isLoaded);
+    for (const void* made :
+         {static_cast<const void*>(folder), static_cast<const void*>(url), static_cast<const void*>(framework)}) {
+      CFRelease(made);
+    }
+    DisposeHandle(handle);
+  }
+  EXPECT_GT(n, 8);
 }
 #endif
 
