@@ -127,3 +127,29 @@ TEST_F(HostTest, RefusesRecordsThatMakeNoSense) {
         << (text != nullptr ? text : "null");
   }
 }
+
+TEST_F(HostTest, TextThatIsNoneHasNoOtherEncoding) {
+  const auto converted = [this](std::string_view bytes, std::uint32_t from, std::uint32_t to) {
+    const String text = host().string(bytes, from);
+    const String other(host().heap().converted(text.get(), to));
+    return other ? std::string(runtime::bytesOf(other.get())) : "(null)";
+  };
+  // Broken: a lead without its byte, ends too early, no lead, longer than need be, half of a pair, beyond the last.
+  for (const char* broken : {"\xC3(", "\xC3", "a\xE2\x82", "\x80", "\xFF", "\xF8\x88\x80\x80\x80", "\xC0\xAF",
+                             "\xC1\xBF", "\xE0\x9F\xBF", "\xF0\x8F\xBF\xBF", "\xED\xA0\x80", "\xED\xBF\xBF",
+                             "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xE2(\xA1", "\xF0\x9F\x98("}) {
+    EXPECT_EQ(converted(broken, kCFStringEncodingUTF8, kCFStringEncodingMacRoman), "(null)")
+        << testing::PrintToString(broken);
+  }
+  const std::pair<const char*, const char*> whole[] = {{"\x7F", "\x7F"},
+                                                       {"\xC2\x80", "?"},
+                                                       {"\xC3\xA4\xE2\x82\xAC!", "\x8A\xDB!"},
+                                                       {"\xE0\xA0\x80", "?"},
+                                                       {"\xED\x9F\xBF\xEE\x80\x80", "??"},
+                                                       {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", "??"}};
+  for (const auto& [utf8, roman] : whole) {
+    EXPECT_EQ(converted(utf8, kCFStringEncodingUTF8, kCFStringEncodingMacRoman), roman);
+  }
+  EXPECT_EQ(converted("\x8A\xDB", kCFStringEncodingMacRoman, kCFStringEncodingUTF8), "\xC3\xA4\xE2\x82\xAC");
+  EXPECT_EQ(converted("\x8A", kCFStringEncodingASCII, kCFStringEncodingUTF8), "(null)");
+}

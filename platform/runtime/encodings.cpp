@@ -9,19 +9,35 @@
 namespace runtime {
 namespace {
 
-std::optional<std::u32string> decode(std::string_view bytes, std::uint32_t encoding) {
+// Well-formed sequences alone (the Unicode Standard, table 3-7): none longer than need be, no half of a pair, none
+// beyond the last character.
+std::optional<std::u32string> decodeUTF8(std::string_view bytes) {
+  static constexpr struct {
+    int mask, lead;  // of the first byte
+    std::size_t more;
+    char32_t least;
+  } kForms[] = {{0x80, 0, 0, 0}, {0xE0, 0xC0, 1, 0x80}, {0xF0, 0xE0, 2, 0x800}, {0xF8, 0xF0, 3, 0x10000}};
+  const auto at = [bytes](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
   std::u32string text;
-  if (encoding == kCFStringEncodingUTF8) {
-    for (std::size_t i = 0; i < bytes.size();) {
-      const auto lead = static_cast<unsigned char>(bytes[i++]);
-      int more = lead < 0x80 ? 0 : lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC0 ? 1 : -1;
-      if (more < 0 || i + static_cast<std::size_t>(more) > bytes.size()) return std::nullopt;
-      char32_t c = more == 0 ? lead : lead & (0x3F >> more);
-      for (; more > 0; --more) c = c << 6 | (static_cast<unsigned char>(bytes[i++]) & 0x3F);
-      text += c;
+  for (std::size_t i = 0; i < bytes.size();) {
+    const int lead = at(i++);
+    const auto* const form =
+        std::find_if(std::begin(kForms), std::end(kForms), [lead](const auto& f) { return (lead & f.mask) == f.lead; });
+    if (form == std::end(kForms) || form->more > bytes.size() - i) return std::nullopt;
+    auto c = static_cast<char32_t>(lead & ~form->mask);
+    for (const std::size_t end = i + form->more; i < end; ++i) {
+      if ((at(i) & 0xC0) != 0x80) return std::nullopt;
+      c = c << 6 | (at(i) & 0x3F);
     }
-    return text;
+    if (c < form->least || c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) return std::nullopt;
+    text += c;
   }
+  return text;
+}
+
+std::optional<std::u32string> decode(std::string_view bytes, std::uint32_t encoding) {
+  if (encoding == kCFStringEncodingUTF8) return decodeUTF8(bytes);
+  std::u32string text;
   if (encoding != kCFStringEncodingMacRoman && encoding != kCFStringEncodingASCII) return std::nullopt;
   for (const char byte : bytes) {
     const auto value = static_cast<unsigned char>(byte);
