@@ -1,6 +1,8 @@
 // What the program finds beside itself: its fonts, and the program that runs host code.
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 
@@ -12,6 +14,14 @@ namespace fs = std::filesystem;
 namespace {
 
 fs::path ownFolder() { return fs::read_symlink("/proc/self/exe").parent_path(); }
+
+// What this process may have of the machine's memory, in bytes.
+double memoryThere() {
+  const double free = double(sysconf(_SC_AVPHYS_PAGES)) * double(sysconf(_SC_PAGESIZE));
+  rlimit limit = {};
+  const bool isLimited = getrlimit(RLIMIT_AS, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
+  return isLimited ? std::min(free, double(limit.rlim_cur)) : free;
+}
 
 }  // namespace
 
@@ -45,9 +55,8 @@ qd::GWorld makeWorld(const std::string& what, int width, int height, PictureKind
     // said below
   }
   const double bytes = double(width) * height * depth / 8;
-  const double there = double(sysconf(_SC_AVPHYS_PAGES)) * double(sysconf(_SC_PAGESIZE));
   char sizes[80];
-  std::snprintf(sizes, sizeof sizes, "%.0f MB, and there are %.0f MB", bytes / 1e6, there / 1e6);
+  std::snprintf(sizes, sizeof sizes, "%.0f MB, and there are %.0f MB", bytes / 1e6, memoryThere() / 1e6);
   throw Failure(what + " would take " + std::to_string(width) + "x" + std::to_string(height) + " pixels in " + sizes +
                 "; a smaller --scale would work.");
 }

@@ -189,3 +189,27 @@ TEST_F(Macpict, SaysInOneSentenceWhatWasWrong) {
   EXPECT_EQ(run("--version").text.substr(0, 8), "macpict ");
   EXPECT_EQ(run("--help").status, 0);
 }
+
+#ifndef __SANITIZE_ADDRESS__
+TEST_F(Macpict, SaysThatThereIsNotEnoughMemory) {
+  write("drawing.txt", kDrawing);
+  ASSERT_EQ(run("run --out " + folder.string() + " " + path("drawing.txt")).status, 0);
+  const Outcome large =
+      execute("ulimit -v 500000; " MACPICT " render --size 20000x20000 " + path("a.pict") + " " + path("o.png"));
+  EXPECT_EQ(large.status, 1);
+  EXPECT_EQ(large.text,
+            "macpict: The picture \"" + path("a.pict") +
+                "\" would take 20000x20000 pixels in 1600 MB, and there are 512 MB; a smaller --scale would "
+                "work.\n");
+  EXPECT_FALSE(fs::exists(path("o.png")));
+  // Pixels that nobody touches take addresses alone, till there are none left.
+  write("fill.txt",
+        "Dim i As Integer\nDim all(99) As Picture\nFor i = 0 To 99\nall(i) = NewPicture(32000, 32000, 1)\nNext\n");
+  const Outcome filled = run("run " + path("fill.txt"));
+  EXPECT_EQ(filled.status, 1);
+  EXPECT_NE(filled.text.find(
+                "OutOfMemoryException: There is not enough memory for a picture of 32000x32000 pixels at depth 1."),
+            std::string::npos)
+      << filled.text;
+}
+#endif
