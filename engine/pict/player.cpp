@@ -3,6 +3,7 @@
 #include <map>
 #include <utility>
 
+#include "engine/memory.h"
 #include "engine/pict/bits.h"
 #include "engine/pict/opcodes.h"
 #include "engine/pict/quicktime.h"
@@ -23,7 +24,7 @@ class Player {
     setText();
   }
 
-  enum class Outcome { played, skipped, undrawn, broken };
+  enum class Outcome { played, skipped, undrawn, broken, withoutMemory };
 
   Outcome play(const Opcode& opcode) {
     if (isStandIn(opcode)) return Outcome::skipped;
@@ -269,6 +270,19 @@ class Player {
   std::map<std::int16_t, std::string> fontNames_;
 };
 
+// A port has its state back after a playback, also where memory ends one.
+class StateSaver {
+ public:
+  explicit StateSaver(Port& port) : port_(port), saved_(port.state) {}
+  ~StateSaver() { std::swap(port_.state, saved_); }
+  StateSaver(const StateSaver&) = delete;
+  StateSaver& operator=(const StateSaver&) = delete;
+
+ private:
+  Port& port_;
+  PortState saved_;
+};
+
 }  // namespace
 
 Playback play(Port& port, Bytes picture, const Rect& target) {
@@ -278,11 +292,13 @@ Playback play(Port& port, Bytes picture, const Rect& target) {
     playback.error = reader.error();
     return playback;
   }
-  const PortState saved = port.state;
+  const StateSaver saver(port);
   Player player(port, reader.header(), target, playback.remarks);
   Opcode opcode;
   while (reader.next(opcode)) {
-    switch (player.play(opcode)) {
+    const auto outcome =
+        withinMemory([&] { return player.play(opcode); }, [] { return Player::Outcome::withoutMemory; });
+    switch (outcome) {
       case Player::Outcome::played:
         ++playback.played;
         continue;
@@ -293,13 +309,14 @@ Playback play(Port& port, Bytes picture, const Rect& target) {
         ++playback.undrawn;
         continue;
       case Player::Outcome::broken:
-        break;
+        playback.error = PictureError{opcode.offset, opcode.number, "its operands make no sense"};
+        return playback;
+      case Player::Outcome::withoutMemory:
+        playback.error = PictureError{opcode.offset, opcode.number, "there is not enough memory for it"};
+        return playback;
     }
-    playback.error = PictureError{opcode.offset, opcode.number, "its operands make no sense"};
-    break;
   }
-  if (!playback.error) playback.error = reader.error();
-  port.state = saved;
+  playback.error = reader.error();
   return playback;
 }
 

@@ -2,6 +2,7 @@
 
 #include <tuple>
 
+#include "engine/memory.h"
 #include "engine/pict/bits.h"
 #include "engine/pict/opcodes.h"
 #include "engine/pixels/copy.h"
@@ -50,8 +51,7 @@ PictureWriter::PictureWriter(const OpenCPicParams& params, ByteSink& sink, Fonts
   flush();
 }
 
-// Appends the opcodes of one command, or none of them. A reader would miss the state that went with a command, so that
-// after one that is missing none may follow. The end always has room.
+// Appends what was added, or nothing of it. The end always has room.
 void PictureWriter::flush() {
   if (!isFull_ && sink_.append(out_.bytes(), kEndBytes)) {
     size_ += out_.size();
@@ -60,6 +60,24 @@ void PictureWriter::flush() {
   }
   out_.clear();
 }
+
+// A reader would miss the state that went with a command, so that after one that is missing none may follow.
+template <class Command>
+void PictureWriter::write(const PortState& state, const Command& command) {
+  if (isFull_) return;
+  isFull_ = withinMemory(
+      [&] {
+        addCommand(state, command);
+        flush();
+        return isFull_;
+      },
+      [] { return true; });
+  out_.clear();
+}
+template void PictureWriter::write(const PortState&, const LineCommand&);
+template void PictureWriter::write(const PortState&, const ShapeCommand&);
+template void PictureWriter::write(const PortState&, const TextCommand&);
+template void PictureWriter::write(const PortState&, const BitsCommand&);
 
 void PictureWriter::close() {
   if (size_ == 0) return;
@@ -136,7 +154,7 @@ void PictureWriter::addState(unsigned command, const PortState& state, Point ova
       });
 }
 
-void PictureWriter::write(const PortState& state, const LineCommand& line) {
+void PictureWriter::addCommand(const PortState& state, const LineCommand& line) {
   addState(kLine, state);
   const int dh = line.to.h - line.from.h;
   const int dv = line.to.v - line.from.v;
@@ -149,21 +167,16 @@ void PictureWriter::write(const PortState& state, const LineCommand& line) {
     continues ? add(op::LineFrom{.to = line.to}) : add(op::Line{.from = line.from, .to = line.to});
   }
   written_.lineEnd = line.to;
-  flush();
 }
 
-void PictureWriter::write(const PortState& state, const ShapeCommand& command) {
+void PictureWriter::addCommand(const PortState& state, const ShapeCommand& command) {
   const bool isRound = command.shape == Shape::roundRect;
   addState(kVerbs[static_cast<std::size_t>(command.verb)] | (isRound ? kRound : 0U), state, command.ovalSize);
   const Verb verb = command.verb;
   if (command.shape == Shape::polygon) {
-    add(op::Poly{verb, {.bounds = boundsOf(command.points), .given = command.points}});
-    return flush();
+    return add(op::Poly{verb, {.bounds = boundsOf(command.points), .given = command.points}});
   }
-  if (command.shape == Shape::region) {
-    add(op::Rgn{verb, *command.region});
-    return flush();
-  }
+  if (command.shape == Shape::region) return add(op::Rgn{verb, *command.region});
   // "Same" means the last rectangle of any shape; some readers take it for the last one of that shape. Used only where
   // both agree.
   const Rect& rect = command.rect;
@@ -185,7 +198,6 @@ void PictureWriter::write(const PortState& state, const ShapeCommand& command) {
       isSame ? add(op::SameArc{verb, start, arc}) : add(op::Arc{verb, rect, start, arc});
   }
   written_.rect = written_.rectOf[shape] = rect;
-  flush();
 }
 
 void PictureWriter::addText(Point at, std::string_view text) {
@@ -207,7 +219,7 @@ void PictureWriter::addText(Point at, std::string_view text) {
   written_.textAt = at;
 }
 
-void PictureWriter::write(const PortState& state, const TextCommand& text) {
+void PictureWriter::addCommand(const PortState& state, const TextCommand& text) {
   addState(kText, state);
   Point at = text.at;
   for (std::size_t first = 0; first < text.bytes.size(); first += kMostText) {
@@ -215,12 +227,12 @@ void PictureWriter::write(const PortState& state, const TextCommand& text) {
     addText(at, part);
     at.h = clamp16(at.h + textWidth(fonts_, state.text, part));
   }
-  flush();
 }
 
-void PictureWriter::write(const PortState& state, const BitsCommand& bits) {
+void PictureWriter::addCommand(const PortState& state, const BitsCommand& bits) {
+  if (intersect(Box(bits.from), bits.source->bounds).empty() || Box(bits.to).empty()) return;
   addState(kBits, state);
-  writePieces(bits);
+  addPieces(bits);
 }
 
 // The source's bounds are what is written.
@@ -249,29 +261,27 @@ void PictureWriter::addPixels(const PixelMap& source, const BitsCommand& bits) {
 
 // A row of the format is short of 16 KB, so a wide source goes out in strips. It is stretched first: strips of a
 // stretched picture don't meet in the same pixels.
-void PictureWriter::writePieces(const BitsCommand& bits) {
-  Box from = intersect(Box(bits.from), bits.source->bounds);
-  if (from.empty() || Box(bits.to).empty()) return out_.clear();
+void PictureWriter::addPieces(const BitsCommand& bits) {
+  const Box from = intersect(Box(bits.from), bits.source->bounds);
   if (fitsRow(bits.source->depth, from.width())) {
-    PixelMap part = *bits.source;
-    const auto copy = duplicate(part, from);
-    if (!copy) return out_.clear();
+    const auto copy = duplicate(*bits.source, from);
+    if (!copy) throw std::bad_alloc();
     addPixels(copy->map, bits);
     return flush();
   }
   const Box to(bits.to);
   const bool isStretched = Box(bits.from).width() != to.width() || Box(bits.from).height() != to.height();
   if (isStretched) {
-    auto stretched = OwnedPixels::make(to, bits.source->depth, bits.source->colors);
-    if (!stretched) return out_.clear();
+    const auto stretched = OwnedPixels::make(to, bits.source->depth, bits.source->colors);
+    if (!stretched) throw std::bad_alloc();
     copyBits(*bits.source, stretched->map, Box(bits.from), to, srcCopy, Region(to), TransferColors{});
-    return writePieces({&stretched->map, bits.to, bits.to, bits.mode, bits.mask});
+    return addPieces({&stretched->map, bits.to, bits.to, bits.mode, bits.mask});
   }
   const int half = from.left + from.width() / 2;
   const int shift = to.left - bits.from.left;
   for (const Box& part : {Box(from.top, from.left, from.bottom, half), Box(from.top, half, from.bottom, from.right)}) {
     const Box target = part.offset(shift, to.top - bits.from.top);
-    writePieces({bits.source, toRect(part), toRect(target), bits.mode, bits.mask});
+    addPieces({bits.source, toRect(part), toRect(target), bits.mode, bits.mask});
   }
 }
 

@@ -14,17 +14,19 @@ class PictureWriter {
   // Begins a picture in the sink. Texts are measured with the fonts. Both outlive the writer.
   PictureWriter(const OpenCPicParams& params, ByteSink& sink, Fonts& fonts);
 
-  // The sink took no more of the picture: the command for which that happened and all after it are missing. What is
-  // there is a whole picture once it is closed.
+  // The sink took no more of the picture, or there was no memory: the command for which that happened and all after it
+  // are missing. What is there is a whole picture once it is closed.
   bool isFull() const { return isFull_; }
-  void write(const PortState& state, const LineCommand& line);
-  void write(const PortState& state, const ShapeCommand& shape);
-  void write(const PortState& state, const TextCommand& text);
-  void write(const PortState& state, const BitsCommand& bits);
+  template <class Command>
+  void write(const PortState& state, const Command& command);
   // Ends the picture.
   void close();
 
  private:
+  void addCommand(const PortState& state, const LineCommand& line);
+  void addCommand(const PortState& state, const ShapeCommand& shape);
+  void addCommand(const PortState& state, const TextCommand& text);
+  void addCommand(const PortState& state, const BitsCommand& bits);
   // An opcode with its operands.
   template <class Op>
   void add(const Op& op);
@@ -34,7 +36,7 @@ class PictureWriter {
   void addPattern(const Pattern& pattern);
   void addText(Point at, std::string_view bytes);
   void addPixels(const PixelMap& source, const BitsCommand& bits);
-  void writePieces(const BitsCommand& bits);
+  void addPieces(const BitsCommand& bits);
   void flush();
 
   ByteSink& sink_;
@@ -42,7 +44,7 @@ class PictureWriter {
   Region frame_;
   std::size_t size_ = 0;
   bool isFull_ = false;
-  ByteWriter out_;  // the opcodes of one command
+  ByteWriter out_;  // the opcodes of one command, or of a piece of one; once used it always has room for the end
 
   // What a reader of the picture so far takes for the port's state, and what opcodes go by besides.
   struct Written {

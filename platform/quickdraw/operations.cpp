@@ -1,5 +1,5 @@
 // QuickDraw's operations as the framework exports them. Each works on the current port, or on what it is given; what is
-// no port, handle or picture is left alone.
+// no port, handle or picture is left alone. Where memory is missing an operation does nothing more, and answers so.
 #include "platform/quickdraw/operations.h"
 
 #include <dlfcn.h>
@@ -18,6 +18,7 @@
 #include "engine/pixels/copy.h"
 #include "engine/port/command.h"
 #include "engine/text/text.h"
+#include "platform/guarded.h"
 #include "platform/memory/memory.h"
 
 using namespace qd;
@@ -79,6 +80,7 @@ std::filesystem::path fontsFolder() {
 struct Worlds {
   Worlds() {
     auto pixels = OwnedPixels::make(Box(0, 0, kScreenHeight, kScreenWidth), 32, nullptr);
+    if (!pixels) throw std::bad_alloc();
     whiten(pixels->map);
     screen = current = add(std::move(*pixels));
   }
@@ -86,10 +88,22 @@ struct Worlds {
   GrafPort* add(OwnedPixels pixels) {
     auto port = std::make_unique<GrafPort>(std::move(pixels), resources);
     GrafPort* const made = port.get();
-    maps.emplace(&made->port.map(), &made->port.map());
-    maps.emplace(&made->mapMaster, &made->port.map());
-    alive.emplace(made, std::move(port));
+    const PixelMap* const map = &made->port.map();
+    try {
+      maps.emplace(map, map);
+      maps.emplace(&made->mapMaster, map);
+      alive.emplace(made, std::move(port));
+    } catch (const std::bad_alloc&) {
+      forget(*made);
+      throw;
+    }
     return made;
+  }
+
+  void forget(const GrafPort& port) {
+    maps.erase(&port.port.map());
+    maps.erase(&port.mapMaster);
+    alive.erase(&port);
   }
 
   Resources resources{fontsFolder()};
@@ -154,6 +168,11 @@ std::vector<Point> pointsOf(PolyHandle polygon) {
   return points;
 }
 
+template <class Command>
+void draw(const Command& command) {
+  guarded([&command] { perform(current(), command); });
+}
+
 void shape(Shape kind, Verb verb, const Rect* area, Point ovalSize = {}, Wedge wedge = {}) {
   ShapeCommand command;
   command.shape = kind;
@@ -161,17 +180,19 @@ void shape(Shape kind, Verb verb, const Rect* area, Point ovalSize = {}, Wedge w
   command.rect = *area;
   command.ovalSize = ovalSize;
   command.wedge = wedge;
-  perform(current(), command);
+  draw(command);
 }
 
 void polygon(Verb verb, PolyHandle handle) {
-  const std::vector<Point> points = pointsOf(handle);
-  if (points.size() < 2) return;
-  ShapeCommand command;
-  command.shape = Shape::polygon;
-  command.verb = verb;
-  command.points = points;
-  perform(current(), command);
+  guarded([=] {
+    const std::vector<Point> points = pointsOf(handle);
+    if (points.size() < 2) return;
+    ShapeCommand command;
+    command.shape = Shape::polygon;
+    command.verb = verb;
+    command.points = points;
+    perform(current(), command);
+  });
 }
 
 void lineTo(Point to) {
@@ -179,9 +200,11 @@ void lineTo(Point to) {
   const Point from = state.pen;
   state.pen = to;
   std::optional<std::vector<Point>>& polygon = currentPort().polygon;
-  if (!polygon) return perform(current(), LineCommand{from, to});
-  if (polygon->empty()) polygon->push_back(from);
-  if (polygon->size() < kMostPoints) polygon->push_back(to);
+  if (!polygon) return draw(LineCommand{from, to});
+  guarded([&] {
+    if (polygon->empty()) polygon->push_back(from);
+    if (polygon->size() < kMostPoints) polygon->push_back(to);
+  });
 }
 
 Point fromPen(std::int16_t dh, std::int16_t dv) {
@@ -297,10 +320,14 @@ PicHandle OpenCPicture(const OpenCPicParams* params) {
   const Handle handle = NewHandle(0);
   if (handle == nullptr) return nullptr;
   graf.sink.emplace(handle);
-  graf.port.recording = std::make_unique<PictureWriter>(*params, *graf.sink, worlds().resources.fonts);
-  --graf.port.state.penVisibility;
-  if (!graf.port.recording->isFull()) return reinterpret_cast<PicHandle>(handle);
-  endRecording(graf);
+  graf.port.recording =
+      guarded([&] { return std::make_unique<PictureWriter>(*params, *graf.sink, worlds().resources.fonts); });
+  if (graf.port.recording != nullptr && !graf.port.recording->isFull()) {
+    --graf.port.state.penVisibility;
+    return reinterpret_cast<PicHandle>(handle);
+  }
+  graf.port.recording.reset();
+  graf.sink.reset();
   DisposeHandle(handle);
   return nullptr;
 }
@@ -322,14 +349,18 @@ void DrawPicture(PicHandle picture, const Rect* target) {
   Playback& last = worlds().lastPlayback;
   last = {};
   if (size <= 0) return;
-  // What is played may be what is being recorded: its bytes would move.
-  std::vector<std::uint8_t> copy;
-  Bytes bytes(reinterpret_cast<const std::uint8_t*>(*handle), static_cast<std::size_t>(size));
-  if (currentPort().sink && currentPort().sink->handle() == handle) {
-    copy.assign(bytes.begin(), bytes.end());
-    bytes = copy;
-  }
-  last = play(current(), bytes, *target);
+  const bool isPlayed = guarded([&] {
+    // What is played may be what is being recorded: its bytes would move.
+    std::vector<std::uint8_t> copy;
+    Bytes bytes(reinterpret_cast<const std::uint8_t*>(*handle), static_cast<std::size_t>(size));
+    if (currentPort().sink && currentPort().sink->handle() == handle) {
+      copy.assign(bytes.begin(), bytes.end());
+      bytes = copy;
+    }
+    last = play(current(), bytes, *target);
+    return true;
+  });
+  if (!isPlayed) last.error.emplace();
 }
 
 // ---- worlds, colour tables, regions
@@ -339,34 +370,36 @@ OSErr NewGWorld(GWorldPtr* world, std::int16_t depth, const Rect* bounds, CTabHa
   if (depth == 24) depth = 32;
   if (depth != 1 && depth != 2 && depth != 4 && depth != 8 && depth != 16 && depth != 32) return cDepthErr;
   if (Box(*bounds).empty()) return paramErr;
-  ColorTablePtr table;
-  if (depth <= 8) {
-    table = tables().of(colors);
-    if (table == nullptr || table->colors().size() > std::size_t{1} << depth)
-      table = worlds().resources.tables.standard(depth);
-  }
-  auto pixels = OwnedPixels::make(Box(*bounds), depth, table);
-  if (!pixels) return memFullErr;
-  whiten(pixels->map);
-  *world = refOf(worlds().add(std::move(*pixels)));
-  return noErr;
+  return guarded<memFullErr>([&] {
+    ColorTablePtr table;
+    if (depth <= 8) {
+      table = tables().of(colors);
+      if (table == nullptr || table->colors().size() > std::size_t{1} << depth)
+        table = worlds().resources.tables.standard(depth);
+    }
+    auto pixels = OwnedPixels::make(Box(*bounds), depth, table);
+    if (!pixels) return memFullErr;
+    whiten(pixels->map);
+    *world = refOf(worlds().add(std::move(*pixels)));
+    return noErr;
+  });
 }
 
 void DisposeGWorld(GWorldPtr world) {
   GrafPort* const port = grafPortOf(world);
   if (port == nullptr || port == worlds().screen) return;
   if (worlds().current == port) worlds().current = worlds().screen;
-  worlds().maps.erase(&port->port.map());
-  worlds().maps.erase(&port->mapMaster);
-  worlds().alive.erase(port);
+  worlds().forget(*port);
 }
 
 CTabHandle GetCTable(std::int16_t id) {
-  ColorTablePtr table = worlds().resources.tables.byId(id);
+  const ColorTablePtr table = guarded([id] { return worlds().resources.tables.byId(id); });
   if (table == nullptr) return nullptr;
   const Handle handle = NewHandle(0);
-  if (handle != nullptr) tables().alive[handle] = std::move(table);
-  return reinterpret_cast<CTabHandle>(handle);
+  if (handle == nullptr || guarded([&] { return tables().alive.emplace(handle, table).second; }))
+    return reinterpret_cast<CTabHandle>(handle);
+  DisposeHandle(handle);
+  return nullptr;
 }
 
 void DisposeCTable(CTabHandle colors) {
@@ -376,17 +409,19 @@ void DisposeCTable(CTabHandle colors) {
 RgnHandle NewRgn() {
   const Handle handle = NewHandle(0);
   const auto region = reinterpret_cast<RgnHandle>(handle);
-  if (handle != nullptr) setRegion(region, Region());
-  return region;
+  if (handle == nullptr || guarded([region] { return setRegion(region, Region()); })) return region;
+  DisposeHandle(handle);
+  return nullptr;
 }
 
 void DisposeRgn(RgnHandle region) { DisposeHandle(reinterpret_cast<Handle>(region)); }
 
-void setRegion(RgnHandle handle, const Region& region) {
+bool setRegion(RgnHandle handle, const Region& region) {
   const auto words = region.inversionPoints();
   const auto size = static_cast<std::int32_t>(words.size() * sizeof words[0]);
-  if (SetHandleSize(reinterpret_cast<Handle>(handle), size))
-    std::memcpy(*handle, words.data(), static_cast<std::size_t>(size));
+  if (!SetHandleSize(reinterpret_cast<Handle>(handle), size)) return false;
+  std::memcpy(*handle, words.data(), static_cast<std::size_t>(size));
+  return true;
 }
 
 Region regionOf(RgnHandle handle) {
@@ -401,16 +436,18 @@ Region regionOf(RgnHandle handle) {
 
 // Moves what the clip shows of the area; what is uncovered is erased, and is the update region.
 void ScrollRect(const Rect* area, std::int16_t dh, std::int16_t dv, RgnHandle update) {
-  Port& port = current();
-  const Region visible = intersect(port.visible(), Region(Box(*area)));
-  const Region moved = intersect(visible.offset(dh, dv), visible);
-  const Region uncovered = subtract(visible, moved);
-  if (update != nullptr) setRegion(update, uncovered);
-  if (port.state.penVisibility < 0) return;
-  const Box from = moved.bounds().offset(-dh, -dv);
-  copyBits(port.map(), port.map(), from, moved.bounds(), srcCopy, moved, TransferColors{});
-  Painter eraser(port.map(), uncovered, port.state.backPattern, patCopy, port.state.colors);
-  uncovered.emit(eraser);
+  guarded([=] {
+    Port& port = current();
+    const Region visible = intersect(port.visible(), Region(Box(*area)));
+    const Region moved = intersect(visible.offset(dh, dv), visible);
+    const Region uncovered = subtract(visible, moved);
+    if (update != nullptr) setRegion(update, uncovered);
+    if (port.state.penVisibility < 0) return;
+    const Box from = moved.bounds().offset(-dh, -dv);
+    copyBits(port.map(), port.map(), from, moved.bounds(), srcCopy, moved, TransferColors{});
+    Painter eraser(port.map(), uncovered, port.state.backPattern, patCopy, port.state.colors);
+    uncovered.emit(eraser);
+  });
 }
 
 // ---- copies
@@ -420,14 +457,16 @@ void CopyBits(BitMapPtr source, BitMapPtr destination, const Rect* from, const R
   const PixelMap* const sourceMap = mapOf(source);
   const PixelMap* const destinationMap = mapOf(destination);
   if (sourceMap == nullptr || destinationMap == nullptr) return;
-  Port& port = current();
-  const Region within = mask != nullptr ? regionOf(mask) : Region();
-  const Region* const limit = mask != nullptr ? &within : nullptr;
-  // Onto the current port it is a drawing like any other; onto another map the current port only lends its colours.
-  if (destinationMap == &port.map()) return perform(port, BitsCommand{sourceMap, *from, *to, mode, limit});
-  Region clip(destinationMap->bounds);
-  if (limit != nullptr) clip = intersect(clip, *limit);
-  copyBits(*sourceMap, *destinationMap, Box(*from), Box(*to), mode, clip, port.state.colors);
+  guarded([=] {
+    Port& port = current();
+    const Region within = mask != nullptr ? regionOf(mask) : Region();
+    const Region* const limit = mask != nullptr ? &within : nullptr;
+    // Onto the current port it is a drawing like any other; onto another map the current port only lends its colours.
+    if (destinationMap == &port.map()) return perform(port, BitsCommand{sourceMap, *from, *to, mode, limit});
+    Region clip(destinationMap->bounds);
+    if (limit != nullptr) clip = intersect(clip, *limit);
+    copyBits(*sourceMap, *destinationMap, Box(*from), Box(*to), mode, clip, port.state.colors);
+  });
 }
 
 // Not recorded, onto whatever map.
@@ -437,11 +476,13 @@ void CopyMask(BitMapPtr source, BitMapPtr mask, BitMapPtr destination, const Rec
   const PixelMap* const maskMap = mapOf(mask);
   const PixelMap* const destinationMap = mapOf(destination);
   if (sourceMap == nullptr || maskMap == nullptr || destinationMap == nullptr) return;
-  Port& port = current();
-  const bool isOwn = destinationMap == &port.map();
-  if (isOwn && port.state.penVisibility < 0) return;
-  const Region clip = isOwn ? port.visible() : Region(destinationMap->bounds);
-  copyMask(*sourceMap, *maskMap, *destinationMap, Box(*from), Box(*maskFrom), Box(*to), clip, port.state.colors);
+  guarded([=] {
+    Port& port = current();
+    const bool isOwn = destinationMap == &port.map();
+    if (isOwn && port.state.penVisibility < 0) return;
+    const Region clip = isOwn ? port.visible() : Region(destinationMap->bounds);
+    copyMask(*sourceMap, *maskMap, *destinationMap, Box(*from), Box(*maskFrom), Box(*to), clip, port.state.colors);
+  });
 }
 
 // ---- shapes
@@ -543,12 +584,13 @@ void DrawText(const void* bytes, std::int16_t first, std::int16_t count) {
   Port& port = current();
   const std::string_view text = textOf(bytes, first, count);
   if (text.empty()) return;
-  perform(port, TextCommand{port.state.pen, text});
+  draw(TextCommand{port.state.pen, text});
   port.state.pen.h = Low16(port.state.pen.h + TextWidth(bytes, first, count));
 }
 
 std::int16_t TextWidth(const void* bytes, std::int16_t first, std::int16_t count) {
-  return Low16(textWidth(worlds().resources.fonts, current().state.text, textOf(bytes, first, count)));
+  return guarded(
+      [=] { return Low16(textWidth(worlds().resources.fonts, current().state.text, textOf(bytes, first, count))); });
 }
 
 namespace qd {

@@ -16,8 +16,8 @@ PLATFORM_EXPORT std::int16_t GetPixDepth(PixMapHandle pixels);
 PLATFORM_EXPORT Rect* GetPortBounds(CGrafPtr port, Rect* bounds);
 }
 
-// A region handle's content.
-void setRegion(RgnHandle handle, const qd::Region& region);
+// A region handle's content. Setting answers false if the handle can't take it.
+bool setRegion(RgnHandle handle, const qd::Region& region);
 qd::Region regionOf(RgnHandle handle);
 
 namespace qd {

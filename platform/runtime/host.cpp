@@ -85,11 +85,11 @@ Value valueOf(std::uint32_t word, Type type) {
 
 // Host code learns in its own way that there is no memory for a value.
 template <class Make>
-auto making(const std::string& what, Make make) {
-  return withinMemory(make, [&what]() -> std::invoke_result_t<Make> {
+auto making(std::string_view what, Make make) {
+  return qd::withinMemory(make, [what]() -> std::invoke_result_t<Make> {
     ExceptionObject raised;
     raised.className = "OutOfMemoryException";
-    raised.message = "There is not enough memory for " + what + ".";
+    raised.message = "There is not enough memory for " + std::string(what) + ".";
     throw Exception(raised);
   });
 }
@@ -316,9 +316,7 @@ Object Host::integers(std::vector<std::int32_t> elements) const {
 
 Object Host::newPicture(int width, int height, int depth) const {
   constexpr OSErr kNoMemory = -108;  // memFullErr
-  const std::string what = "a picture of " + std::to_string(width) + "x" + std::to_string(height) +
-                           " pixels at depth " + std::to_string(depth);
-  return making(what, [&] {
+  const auto make = [&](const std::string& what) {
     const Rect bounds = MakeRect(0, 0, width, height);
     auto picture = std::make_unique<PictureObject>();
     const OSErr error = NewGWorld(&picture->world, static_cast<std::int16_t>(depth), &bounds, nullptr, nullptr, 0);
@@ -332,6 +330,11 @@ Object Host::newPicture(int width, int height, int depth) const {
     picture->width = width;
     picture->height = height;
     return Object(heap_.newObject(std::move(picture)));
+  };
+  return making("a picture", [&] {
+    const std::string what = "a picture of " + std::to_string(width) + "x" + std::to_string(height) +
+                             " pixels at depth " + std::to_string(depth);
+    return making(what, [&] { return make(what); });
   });
 }
 
