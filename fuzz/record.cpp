@@ -4,25 +4,18 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 1) return 0;
   const int depth = kDepths[data[0] % 6];
-  const std::span<const std::uint8_t> picture(data + 1, size - 1);
-  const Rect target = MakeRect(0, 0, 40, 32);
+  const qd::Bytes picture(data + 1, size - 1);
+  const qd::Rect target = qd::MakeRect(0, 0, 40, 32);
 
-  std::string direct;
-  {
-    const World world(40, 32, depth);
-    playBytes(picture, target);
-    direct = world.pixels();
-  }
-  const World recording(40, 32, depth);
-  const OpenCPicParams params = PictureParams(40, 32);
-  const PicHandle again = OpenCPicture(&params);
-  playBytes(picture, target);
-  ClosePicture();
-  {
-    const World world(40, 32, depth);
-    DrawPicture(again, &target);
-    if (qd::lastPlayback().error || world.pixels() != direct) std::abort();
-  }
-  KillPicture(again);
+  Canvas direct(40, 32, depth);
+  std::vector<std::uint8_t> bytes;
+  qd::VectorSink sink(bytes);
+  qd::Port& port = direct.port();
+  port.recording = std::make_unique<qd::PictureWriter>(qd::PictureParams(40, 32), sink, resources().fonts);
+  qd::play(port, picture, target);
+  port.recording->close();
+
+  Canvas again(40, 32, depth);
+  if (qd::play(again.port(), bytes, target).error || again.bytes() != direct.bytes()) std::abort();
   return 0;
 }

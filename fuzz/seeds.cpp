@@ -1,4 +1,5 @@
-// Writes a small picture for each opcode, and a small Mach-O bundle, into a folder, for the fuzzers to begin with.
+// Writes a small picture for each opcode, its text, and a small Mach-O bundle, into a folder, for the fuzzers to begin
+// with.
 #include <cstdio>
 #include <fstream>
 
@@ -22,8 +23,9 @@ int main(int, char** arguments) {
     const auto opcode = static_cast<std::uint16_t>(number);
     if (number > 0xFF && number != opcodeRow(opcode).first) continue;
     // Something to act on comes first.
-    const Assembled picture =
-        assemblePicture("picture frame (0, 0, 40, 32)\nPaintRect (1, 1, 9, 9)\n" + exampleOf(opcode) + "\nOpEndPic\n");
+    const std::string text =
+        "picture frame (0, 0, 40, 32)\nPaintRect (1, 1, 9, 9)\n" + exampleOf(opcode) + "\nOpEndPic\n";
+    const Assembled picture = assemblePicture(text);
     if (picture.error) return std::fprintf(stderr, "%s: %s\n", exampleOf(opcode).c_str(), picture.error->what.c_str());
     ByteWriter out;
     out.u8(static_cast<int>(number % 30));  // which world
@@ -31,6 +33,7 @@ int main(int, char** arguments) {
     char name[32];
     std::snprintf(name, sizeof name, "/%04X", number);
     write(arguments[1] + std::string(name), out.bytes());
+    write(arguments[1] + std::string(name) + ".txt", bytesOf(text));
   }
   MachOFile bundle;
   write(arguments[1] + std::string("/bundle"), bundle.bytes());

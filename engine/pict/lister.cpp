@@ -185,7 +185,7 @@ ListingEnd listFully(Bytes file, const std::function<void(const std::string&)>& 
   };
   while (reader.next(opcode)) list();
   if (reader.ended()) list();
-  const ListingEnd end = {reader.error(), picture.size() - done};
+  ListingEnd end = {reader.error(), picture.size() - done};
   if (end.error) text("; broken " + describe(*end.error));
   if (reader.ended() && end.left > 0) text("; after the end");
   rest(picture.size());
