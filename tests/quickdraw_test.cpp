@@ -103,8 +103,8 @@ TEST_F(QuickDraw, FlatShapesAndCornersOfNoSizeTouchTheirPixels) {
       {{Box(0, 0, 4, 9), 6, 2}, "0..9 0..9 0..9 0..9", "0..9 0..3+6..9 0..3+6..9 0..9"},
   };
   for (const auto& [shape, solid, framed] : shapes) {
-    EXPECT_EQ(runsOf([&](RunSink& s) { scanRoundBox(shape, s); }), solid);
-    EXPECT_EQ(runsOf([&](RunSink& s) { scanFrame(shape, {1, 1}, s); }), framed);
+    EXPECT_EQ(runsOf([&round = shape](RunSink& s) { scanRoundBox(round, s); }), solid);
+    EXPECT_EQ(runsOf([&round = shape](RunSink& s) { scanFrame(round, {1, 1}, s); }), framed);
   }
   EXPECT_EQ(runsOf([&](RunSink& s) { scanArcFrame(flat, {0, 180}, {1, 1}, s); }), "15..27 - 15..27");
 }
