@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "engine/images/decoders.h"
 #include "engine/pict/player.h"
 #include "engine/pict/writer.h"
 #include "engine/pixels/copy.h"
@@ -36,6 +37,27 @@ std::optional<GWorld> GWorld::make(System& system, int width, int height, int de
   if (!pixels) return std::nullopt;
   whiten(pixels->map);
   return GWorld(std::make_unique<Port>(std::move(*pixels), *system.resources_));
+}
+
+std::optional<GWorld> GWorld::ofImage(System& system, Bytes file, std::string& why) {
+  const auto image = openFile({file, {}, system.resources_->tables}, why);
+  if (image == nullptr) return std::nullopt;
+  const int width = image->format().width;
+  auto world = make(system, width, image->format().height);
+  if (!world) {
+    why = "there is no memory for " + std::to_string(width) + "x" + std::to_string(image->format().height) + " pixels";
+    return world;
+  }
+  std::vector<std::uint32_t> row(static_cast<std::size_t>(width));
+  for (int y = 0; y < world->height(); ++y) {
+    if (!image->next(row)) {
+      why = "it is damaged in row " + std::to_string(y);
+      return std::nullopt;
+    }
+    world->port_->map().put(y, 0, row);
+  }
+  why = image->isDamaged() ? "it is damaged, and parts of it are made up" : "";
+  return world;
 }
 
 GWorld::GWorld(std::unique_ptr<Port> port) : port_(std::move(port)) {}

@@ -3,6 +3,7 @@
 #include <map>
 #include <utility>
 
+#include "engine/images/shown.h"
 #include "engine/memory.h"
 #include "engine/pict/bits.h"
 #include "engine/pict/opcodes.h"
@@ -217,18 +218,34 @@ class Player {
   Outcome drawQuickTimeImage(ByteReader& in) {
     const auto image = readQuickTimeImage(in, port_.resources().tables);
     if (!image) return Outcome::broken;
-    if (!image->pixels) {
-      const std::string remark =
-          "a QuickTime image of the codec \"" + image->codec + "\" can't be decoded; what stands in for it is shown";
-      if (std::find(remarks_.begin(), remarks_.end(), remark) == remarks_.end()) remarks_.push_back(remark);
+    const Region mask = image->mask ? image->mask->mapped(mapping_) : Region();
+    const Box to = Box(toRect(mapping_.box(Box(image->to))));
+    const auto part = read(image->reader.get(), to, image->mask ? &mask : nullptr);
+    const std::string name = "a QuickTime image of the codec \"" + image->codec + "\" ";
+    if (!part) {
+      remark(name + "can't be decoded; what stands in for it is shown");
       return Outcome::undrawn;
     }
-    const PixelMap& map = image->pixels->map;
-    const Region mask = image->mask ? image->mask->mapped(mapping_) : Region();
-    perform(port_, BitsCommand{&map, toRect(map.bounds), toRect(mapping_.box(Box(image->to))), image->mode,
-                               image->mask ? &mask : nullptr});
+    if (image->reader->isDamaged()) remark(name + "is damaged; what could be read of it is shown");
+    if (!part->to.empty()) {
+      perform(port_, BitsCommand{&part->pixels.map, toRect(part->from), toRect(part->to), image->mode,
+                                 image->mask ? &mask : nullptr});
+    }
     shown_ = image->to;
     return Outcome::played;
+  }
+
+  void remark(const std::string& text) {
+    if (std::find(remarks_.begin(), remarks_.end(), text) == remarks_.end()) remarks_.push_back(text);
+  }
+
+  // What is recorded is whole; what is drawn is what can be seen.
+  std::optional<ShownImage> read(ImageReader* image, const Box& to, const Region* mask) {
+    if (image == nullptr) return std::nullopt;
+    if (port_.recording != nullptr) return readWhole(*image, to);
+    if (port_.state.penVisibility < 0) return ShownImage{};
+    const Box visible = port_.visible().bounds();
+    return readShown(*image, to, mask != nullptr ? intersect(visible, mask->bounds()) : visible);
   }
 
   // After an image stands what readers without its codec should draw: one bits opcode in its place, or a run of

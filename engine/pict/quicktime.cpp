@@ -2,15 +2,12 @@
 
 #include <cmath>
 
+#include "engine/images/decoders.h"
 #include "engine/pict/bits.h"
-
-#define STBI_NO_STDIO
-#include <stb/stb_image.h>
 
 namespace qd {
 namespace {
 
-constexpr std::int64_t kMostPixels = std::int64_t{1} << 26;
 constexpr std::size_t kDescription = 86;  // bytes of an image description without extensions
 
 // The scaling and the offset of a matrix of nine numbers, by rows; what turns or slants isn't followed.
@@ -51,58 +48,6 @@ std::optional<Description> readDescription(ByteReader& in) {
   return description;
 }
 
-std::optional<OwnedPixels> decodeWithLibrary(Bytes data) {
-  int width = 0;
-  int height = 0;
-  int channels = 0;
-  const auto size = static_cast<int>(data.size());
-  if (stbi_info_from_memory(data.data(), size, &width, &height, &channels) == 0) return std::nullopt;
-  if (std::int64_t{width} * height > kMostPixels) return std::nullopt;
-  const std::unique_ptr<stbi_uc, void (*)(void*)> rgb(
-      stbi_load_from_memory(data.data(), size, &width, &height, &channels, 3), stbi_image_free);
-  auto pixels = rgb != nullptr ? OwnedPixels::make(Box(0, 0, height, width), 32, nullptr) : std::nullopt;
-  if (!pixels) return pixels;
-  std::vector<std::uint32_t> row(static_cast<std::size_t>(width));
-  const stbi_uc* at = rgb.get();
-  for (int y = 0; y < height; ++y) {
-    for (std::uint32_t& pixel : row) {
-      pixel = static_cast<std::uint32_t>(at[0] << 16 | at[1] << 8 | at[2]);
-      at += 3;
-    }
-    pixels->map.put(y, 0, row);
-  }
-  return pixels;
-}
-
-// Rows of pixels, each ending at a whole byte; 24 bits are triplets.
-std::optional<OwnedPixels> decodeRaw(Bytes data, const Description& description, ColorTables& tables) {
-  const bool isGrey = description.depth > 32;  // 33 to 40: 1 to 8 bits of grey
-  const int depth = isGrey ? description.depth - 32 : description.depth;
-  if (depth != 1 && depth != 2 && depth != 4 && depth != 8 && depth != 16 && depth != 24 && depth != 32) {
-    return std::nullopt;
-  }
-  const auto rowBytes = static_cast<std::size_t>((std::int64_t{description.width} * depth + 7) / 8);
-  if (rowBytes * static_cast<std::size_t>(description.height) > data.size()) return std::nullopt;
-  ColorTablePtr colors;
-  if (depth <= 8) colors = isGrey ? tables.byId(32 + depth) : tables.standard(depth);
-  auto pixels = OwnedPixels::make(Box(0, 0, description.height, description.width), depth == 24 ? 32 : depth, colors);
-  if (!pixels) return pixels;
-  std::vector<std::uint32_t> row(static_cast<std::size_t>(description.width));
-  for (int y = 0; y < description.height; ++y) {
-    const std::uint8_t* at = data.data() + static_cast<std::size_t>(y) * rowBytes;
-    if (depth == 24) {
-      for (std::uint32_t& pixel : row) {
-        pixel = static_cast<std::uint32_t>(at[0] << 16 | at[1] << 8 | at[2]);
-        at += 3;
-      }
-    } else {
-      unpackPixels(depth, at, 0, row);
-    }
-    pixels->map.put(y, 0, row);
-  }
-  return pixels;
-}
-
 }  // namespace
 
 std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in, ColorTables& tables) {
@@ -129,11 +74,9 @@ std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in, ColorTables& ta
   for (int shift = 24; shift >= 0; shift -= 8) image.codec += static_cast<char>(description->codec >> shift & 0xFF);
   const Bytes data =
       in.take(std::min<std::size_t>(description->dataSize != 0 ? description->dataSize : in.left(), in.left()));
-  if (image.codec == "jpeg" || image.codec == "png ") {
-    image.pixels = decodeWithLibrary(data);
-  } else if (image.codec == "raw ") {
-    image.pixels = decodeRaw(data, *description, tables);
-  }
+  std::string why;
+  image.reader = openCodec(
+      image.codec, {data, {description->width, description->height, description->depth, nullptr}, tables}, why);
   image.to = matrix.map(description->width, description->height);
   return image;
 }

@@ -2,15 +2,15 @@
 #pragma once
 
 #include "engine/geometry/region.h"
+#include "engine/images/image.h"
 #include "engine/pict/bytes.h"
-#include "engine/pixels/pixels.h"
 
 namespace qd {
 
 struct QuickTimeImage {
-  std::string codec;                  // four characters
-  std::optional<OwnedPixels> pixels;  // nothing if the codec is none that is decoded here: JPEG, PNG or raw
-  Rect to = {};                       // in the picture's space, by the image's matrix
+  std::string codec;                    // four characters
+  std::unique_ptr<ImageReader> reader;  // of the picture's bytes; null if they can't be decoded
+  Rect to = {};                         // in the picture's space, by the image's matrix
   std::int16_t mode = 0;
   std::optional<Region> mask;
 };

@@ -1,0 +1,58 @@
+// QuickTime's uncompressed images: rows of pixels, each ending at a whole byte; 24 bits are triplets.
+#include <algorithm>
+
+#include "engine/images/decoders.h"
+
+namespace qd {
+namespace {
+
+class RawReader final : public ImageReader {
+ public:
+  RawReader(Bytes data, ImageFormat format, int depth, std::size_t rowBytes)
+      : at_(data.data()), depth_(depth), rowBytes_(rowBytes) {
+    format_ = std::move(format);
+  }
+
+  bool next(std::span<std::uint32_t> row) override {
+    const std::uint8_t* from = at_;
+    at_ += rowBytes_;
+    if (depth_ != 24) {
+      unpackPixels(depth_, from, 0, row);
+      return true;
+    }
+    for (std::uint32_t& pixel : row) {
+      pixel = static_cast<std::uint32_t>(from[0] << 16 | from[1] << 8 | from[2]);
+      from += 3;
+    }
+    return true;
+  }
+
+ private:
+  const std::uint8_t* at_;
+  int depth_;
+  std::size_t rowBytes_;
+};
+
+}  // namespace
+
+std::unique_ptr<ImageReader> openRaw(const ImageSource& source, std::string& why) {
+  ImageFormat format = source.told;
+  const bool isGrey = format.depth > 32;  // 33 to 40: 1 to 8 bits of grey
+  const int depth = isGrey ? format.depth - 32 : format.depth;
+  constexpr int kDepths[] = {1, 2, 4, 8, 16, 24, 32};
+  if (std::ranges::find(kDepths, depth) == std::end(kDepths)) {
+    why = "it has pixels of " + std::to_string(format.depth) + " bits";
+    return nullptr;
+  }
+  if (!hasPossibleSize(format.width, format.height, why)) return nullptr;
+  const auto rowBytes = static_cast<std::size_t>((std::int64_t{format.width} * depth + 7) / 8);
+  if (rowBytes * static_cast<std::size_t>(format.height) > source.data.size()) {
+    why = "it ends too early";
+    return nullptr;
+  }
+  if (depth <= 8) format.colors = isGrey ? source.tables.byId(32 + depth) : source.tables.standard(depth);
+  format.depth = depth == 24 ? 32 : depth;
+  return std::make_unique<RawReader>(source.data, std::move(format), depth, rowBytes);
+}
+
+}  // namespace qd
