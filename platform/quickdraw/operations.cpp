@@ -554,6 +554,7 @@ std::int16_t TextWidth(const void* bytes, std::int16_t first, std::int16_t count
 namespace qd {
 
 const Playback& lastPlayback() { return worlds().lastPlayback; }
+Fonts::Lost lostTexts() { return worlds().resources.fonts.takeLost(); }
 
 std::size_t livePorts() { return worlds().alive.size() - 1; }
 

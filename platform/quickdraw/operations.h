@@ -24,6 +24,8 @@ namespace qd {
 
 // How the last DrawPicture went.
 PLATFORM_EXPORT const Playback& lastPlayback();
+// Texts that were not drawn since this was last asked, and the fonts that are to blame.
+PLATFORM_EXPORT Fonts::Lost lostTexts();
 // Worlds that nobody has disposed of.
 PLATFORM_EXPORT std::size_t livePorts();
 // The screen is current again, without a picture or a state.
