@@ -42,7 +42,7 @@ Status listAsJson(const Options& options, qd::Bytes picture) {
   return end.error ? kFailed : kDone;
 }
 
-Status list(const Options& options) {
+Status listOne(const Options& options) {
   const std::string picture = readPicture(options.file);
   if (options.isJson) return listAsJson(options, asBytes(picture));
   std::string last;
@@ -54,6 +54,10 @@ Status list(const Options& options) {
   if (!isWhole) throw Failure("The picture \"" + options.file + "\" is broken " + last + ".");
   std::puts(last.c_str());
   return kDone;
+}
+
+Status list(const Options& options) {
+  return workOn(options.file, [&] { return listOne(options); });
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "macpict/commands.h"
 #include "tools/failure.h"
 #include "tools/files.h"
+#include "tools/output.h"
 #include "tools/png.h"
 
 namespace {
@@ -31,7 +32,7 @@ Image readImage(const std::string& path) {
   return {width, height, std::string(reinterpret_cast<const char*>(pixels.get()), size)};
 }
 
-Status record(const Options& options) {
+Status recordOne(const Options& options) {
   const Image image = readImage(options.in);
   const std::string what = "A PICT of \"" + options.in + "\"";
   qd::GWorld world = makeWorld(what, image.width, image.height);
@@ -51,8 +52,13 @@ Status record(const Options& options) {
   recorder.image(world, whole, whole);
   if (!recorder.close()) throw Failure(what + " can't be made: there is no memory for it.");
   writePicture(options.out, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-  std::printf("%s: %dx%d, %zu bytes\n", options.out.c_str(), image.width, image.height, bytes.size());
+  std::fprintf(isStandardOutput(options.out) ? stderr : stdout, "%s: %dx%d, %zu bytes\n", options.out.c_str(),
+               image.width, image.height, bytes.size());
   return kDone;
+}
+
+Status record(const Options& options) {
+  return workOn(options.in, [&] { return recordOne(options); });
 }
 
 }  // namespace
