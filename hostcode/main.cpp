@@ -13,6 +13,7 @@ int main(int count, char** arguments) {
   addGallery(app, chosen, makeGallery);
   return runProgram(app, chosen, count, arguments, [] {
     for (const std::string& line : runtime::audit()) complain("left behind: " + line);
+    for (const std::string& remark : qd::takeRemarks()) complain("a picture that was played: " + remark + ".");
     const qd::Fonts::Lost lost = qd::lostTexts();
     for (const std::string& fault : lost.faults) complain(fault + ".");
     return lost.texts == 0 ? kDone : kFailed;
