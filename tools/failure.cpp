@@ -6,7 +6,7 @@
 
 std::string sentenceOfCaught(const std::string& file) {
   const std::string subject = file.empty() ? "This" : "\"" + file + "\"";
-  const std::string tooLarge = subject + " takes more memory than there is; something smaller would work.";
+  std::string tooLarge = subject + " takes more memory than there is; something smaller would work.";
   try {
     throw;
   } catch (const std::bad_alloc&) {
