@@ -3,6 +3,7 @@
 
 #include "hostcode/commands.h"
 #include "hostcode/examples.h"
+#include "tools/failure.h"
 #include "tools/files.h"
 
 namespace fs = std::filesystem;
@@ -75,6 +76,7 @@ Status makeGallery(const GalleryOptions& options) {
   const fs::path folder = options.folder;
   makeFolder(folder);
   Session session;
+  session.requireQuickDraw();
   std::string html = kHead, page;
   for (Example& example : readExamples()) {
     runExample(session, example, folder);
@@ -86,8 +88,8 @@ Status makeGallery(const GalleryOptions& options) {
   if (!options.samples.empty()) html += "<h2>Samples</h2>\n";
   for (const fs::path sample : options.samples) {
     try {
-      html += sampleOf(session, sample, folder);
-    } catch (const std::runtime_error& error) {
+      html += workOn(sample.string(), [&] { return sampleOf(session, sample, folder); });
+    } catch (const Failure& error) {
       complain(error.what());
       status = kFailed;
     }

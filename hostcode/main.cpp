@@ -1,5 +1,6 @@
 // hostcode: a host application in miniature. Loads the plug-in and runs host code through it; macpict starts it.
 #include "hostcode/commands.h"
+#include "platform/quickdraw/operations.h"
 #include "platform/runtime/host.h"
 
 // Before the commands are read nothing but memory can be missing.
@@ -12,5 +13,9 @@ int main(int count, char** arguments) {
   addGallery(app, chosen, makeGallery);
   return runProgram(app, chosen, count, arguments, [] {
     for (const std::string& line : runtime::audit()) complain("left behind: " + line);
+    for (const std::string& remark : qd::takeRemarks()) complain("a picture that was played: " + remark + ".");
+    const qd::Fonts::Lost lost = qd::lostTexts();
+    for (const std::string& fault : lost.faults) complain(fault + ".");
+    return lost.texts == 0 ? kDone : kFailed;
   });
 }

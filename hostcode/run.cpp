@@ -1,27 +1,29 @@
 // run and classes: host code, and what it can call.
 #include <algorithm>
 #include <cstdio>
-#include <iostream>
-#include <iterator>
 
 #include "hostcode/commands.h"
 #include "hostcode/session.h"
 #include "platform/language/evaluator.h"
+#include "tools/failure.h"
 #include "tools/files.h"
 
 Status runHostCode(const RunOptions& options) {
-  const std::string source =
-      options.file == "-" ? std::string(std::istreambuf_iterator<char>(std::cin), {}) : readFile(options.file);
-  makeFolder(options.out);
-  Session session(options.hostVersion);
-  try {
-    language::run(source, session.host(), session.surroundings(options.out));
-  } catch (const language::Error& error) {
-    std::fflush(stdout);
-    const std::string name = options.file == "-" ? "standard input" : options.file;
-    throw runtime::Error(error.in(name));
-  }
-  return kDone;
+  const bool isStandardInput = options.file == "-";
+  const std::string name = isStandardInput ? "standard input" : options.file;
+  return workOn(name, [&] {
+    const std::string source = isStandardInput ? readStandardInput() : readFile(options.file);
+    makeFolder(options.out);
+    Session session(options.hostVersion);
+    session.requireQuickDraw();
+    try {
+      language::run(source, session.host(), session.surroundings(options.out));
+    } catch (const language::Error& error) {
+      std::fflush(stdout);
+      throw runtime::Error(error.in(name));
+    }
+    return kDone;
+  });
 }
 
 namespace {

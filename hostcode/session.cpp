@@ -4,7 +4,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "contract/system.h"
 #include "engine/pict/lister.h"
+#include "platform/frameworks/bundle.h"
 #include "platform/quickdraw/operations.h"
 #include "tools/failure.h"
 #include "tools/files.h"
@@ -31,6 +33,26 @@ fs::path installed(const char* name) { return fs::read_symlink("/proc/self/exe")
 Session::Session(double hostVersion) : host_(hostVersion) {
   const char* named = std::getenv("MACPICT_BUNDLE");
   host_.load(named != nullptr ? fs::path(named) : installed("QuickDrawTVK.bundle"));
+}
+
+// Looks as the plug-in does.
+void Session::requireQuickDraw() {
+  static const ConstantString kName("ApplicationServices.framework");
+  std::string why = "there is no folder of frameworks";
+  FSRef folder;
+  if (FSFindFolder(kOnAppropriateDisk, kFrameworksFolderType, 1, &folder) == 0) {
+    const CFURLRef folderURL = CFURLCreateFromFSRef(kCFAllocatorSystemDefault, &folder);
+    const CFURLRef url = CFURLCreateCopyAppendingPathComponent(kCFAllocatorSystemDefault, folderURL, kName.ref(), 0);
+    CFRelease(folderURL);
+    const CFBundleRef bundle = CFBundleCreate(kCFAllocatorSystemDefault, url);
+    CFRelease(url);
+    const bool isLoaded = CFBundleLoadExecutable(bundle) != 0;
+    const std::string refusal = loadErrorOf(bundle);
+    CFRelease(bundle);
+    if (isLoaded) return;
+    why = refusal.empty() ? "it isn't in the folder of frameworks" : refusal;
+  }
+  throw runtime::Error("QuickDraw's framework can't be loaded, so that nothing would be drawn: " + why + ".");
 }
 
 Object Session::recorderWith(std::string_view picture) {

@@ -16,6 +16,8 @@ class Session {
   explicit Session(double hostVersion = kLatestHost);
 
   runtime::Host& host() { return host_; }
+  // Throws where the plug-in finds no QuickDraw, without which nothing is drawn.
+  static void requireQuickDraw();
 
   // A recorder with a finished picture from bytes.
   runtime::Object recorderWith(std::string_view picture);

@@ -9,7 +9,7 @@ struct Options {
   std::string text, picture;
 };
 
-Status assemble(const Options& options) {
+Status assembleOne(const Options& options) {
   const std::string text = readFile(options.text);
   const qd::Assembled assembled = qd::assemblePicture(text);
   if (assembled.error) {
@@ -19,6 +19,10 @@ Status assemble(const Options& options) {
   const auto& picture = assembled.picture;
   writeFile(options.picture, {reinterpret_cast<const char*>(picture.data()), picture.size()});
   return kDone;
+}
+
+Status assemble(const Options& options) {
+  return workOn(options.text, [&] { return assembleOne(options); });
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "macpict/commands.h"
 #include "tools/failure.h"
 #include "tools/files.h"
+#include "tools/output.h"
 #include "tools/png.h"
 
 namespace fs = std::filesystem;
@@ -115,6 +116,7 @@ Image renderOne(const std::string& bytes, Sum& sum, std::string& report) {
            std::to_string(playback.skipped) + " skipped, " + std::to_string(playback.undrawn) + " not drawn";
   for (const std::string& remark : playback.remarks) report += "; " + remark;
   if (playback.error) throw Failure("it is broken " + qd::describe(*playback.error));
+  if (playback.drawn == 0 && playback.undrawn > 0) throw Failure("nothing in it can be drawn: " + report);
   constexpr int kRoomHeight = kCellHeight - kLabelHeight - 2 * kGap;
   const double scale = std::min({1.0, double(kCellWidth - 2 * kGap) / width, double(kRoomHeight) / height});
   return shrunk(imageOf(world), std::max(1, static_cast<int>(width * scale)),
@@ -123,6 +125,7 @@ Image renderOne(const std::string& bytes, Sum& sum, std::string& report) {
 
 struct Options {
   std::string folder, sheet;
+  bool isStrict = false;
 };
 
 Status renderCorpus(const Options& options) {
@@ -140,25 +143,28 @@ Status renderCorpus(const Options& options) {
   if (files.empty()) throw Failure("There is no picture (.pict, .pct, .pic) below \"" + folder.string() + "\".");
   std::sort(files.begin(), files.end());
 
+  std::FILE* const words = isStandardOutput(sheetPath) ? stderr : stdout;
   Sheet sheet(files.size());
   Sum sum;
   for (std::size_t i = 0; i < files.size(); ++i) {
     const std::string name = fs::relative(files[i], folder).string();
     std::string report;
     try {
-      sheet.place(i, renderOne(readPicture(files[i]), sum, report), kLabelHeight);
+      sheet.place(i, workOn(files[i].string(), [&] { return renderOne(readPicture(files[i]), sum, report); }),
+                  kLabelHeight);
       ++sum.whole;
     } catch (const Failure& failure) {
       ++sum.failed;
       report = std::string("FAILED: ") + failure.what();
     }
-    std::printf("%-40s %s\n", name.c_str(), report.c_str());
+    std::fprintf(words, "%-40s %s\n", name.c_str(), report.c_str());
     sheet.place(i, label(files[i].stem().string()), 0);
   }
   writePNG(sheetPath, sheet.image());
-  std::printf("%d pictures rendered whole, %d failed; %d opcodes played, %d skipped, %d not drawn; all of them on %s\n",
-              sum.whole, sum.failed, sum.played, sum.skipped, sum.undrawn, sheetPath.c_str());
-  return sum.failed == 0 ? kDone : kFailed;
+  std::fprintf(
+      words, "%d pictures rendered whole, %d failed; %d opcodes played, %d skipped, %d not drawn; all of them on %s\n",
+      sum.whole, sum.failed, sum.played, sum.skipped, sum.undrawn, sheetPath.c_str());
+  return sum.failed == 0 && (!options.isStrict || sum.undrawn == 0) ? kDone : kFailed;
 }
 
 }  // namespace
@@ -168,4 +174,5 @@ void addCorpus(CLI::App& app, Command& chosen) {
       app, chosen, "corpus", "Render all pictures below a folder, and put them on one sheet", renderCorpus);
   command->add_option("DIR", options.folder, "The folder")->required()->type_name("");
   command->add_option("SHEET.png", options.sheet, "The sheet to write")->required()->type_name("");
+  addStrict(*command, options.isStrict);
 }

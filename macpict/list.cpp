@@ -51,7 +51,7 @@ Status listInFull(const Options& options) {
   return kDone;
 }
 
-Status list(const Options& options) {
+Status listOne(const Options& options) {
   if (options.isFull) return listInFull(options);
   const std::string picture = readPicture(options.file);
   if (options.isJson) return listAsJson(options, asBytes(picture));
@@ -64,6 +64,10 @@ Status list(const Options& options) {
   if (!isWhole) throw Failure("The picture \"" + options.file + "\" is broken " + last + ".");
   std::puts(last.c_str());
   return kDone;
+}
+
+Status list(const Options& options) {
+  return workOn(options.file, [&] { return listOne(options); });
 }
 
 }  // namespace

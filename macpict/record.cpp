@@ -4,6 +4,7 @@
 #include "macpict/commands.h"
 #include "tools/failure.h"
 #include "tools/files.h"
+#include "tools/output.h"
 
 namespace {
 
@@ -23,7 +24,7 @@ qd::GWorld readImage(const std::string& path) {
   return std::move(*image);
 }
 
-Status record(const Options& options) {
+Status recordOne(const Options& options) {
   qd::GWorld world = readImage(options.in);
   const int width = world.width();
   const int height = world.height();
@@ -40,8 +41,13 @@ Status record(const Options& options) {
   recorder.image(world, whole, whole);
   if (!recorder.close()) throw Failure(what + " can't be made: there is no memory for it.");
   writePicture(options.out, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-  std::printf("%s: %dx%d, %zu bytes\n", options.out.c_str(), width, height, bytes.size());
+  std::fprintf(isStandardOutput(options.out) ? stderr : stdout, "%s: %dx%d, %zu bytes\n", options.out.c_str(), width,
+               height, bytes.size());
   return kDone;
+}
+
+Status record(const Options& options) {
+  return workOn(options.in, [&] { return recordOne(options); });
 }
 
 }  // namespace

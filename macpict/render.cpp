@@ -10,6 +10,7 @@
 #include "macpict/commands.h"
 #include "tools/failure.h"
 #include "tools/files.h"
+#include "tools/output.h"
 #include "tools/png.h"
 
 namespace fs = std::filesystem;
@@ -27,7 +28,7 @@ struct Options {
   std::string size;
   double scale = 1;
   PictureKind kind;
-  bool keepGoing = false;
+  bool keepGoing = false, isStrict = false;
 };
 
 // Nothing if the text is no size.
@@ -65,10 +66,21 @@ Status renderOne(const fs::path& in, const fs::path& out, const Options& options
     if (!options.keepGoing) throw Failure(broken + " --keep-going would show what was drawn till then.");
     complain(broken);
   }
+  const bool isBlank = playback.drawn == 0 && playback.undrawn > 0;
+  if (isBlank) {
+    const std::string blank = "Nothing in the picture \"" + in.string() + "\" can be drawn.";
+    if (!options.keepGoing) throw Failure(blank + " --keep-going would write it as it is.");
+    complain(blank);
+  }
   writePNG(out, size.width, size.height, [&world](int y, std::span<std::uint8_t> row) { world.rgb(y, row); });
-  std::printf("%s: %dx%d, %d opcodes played, %d skipped, %d not drawn\n", out.c_str(), size.width, size.height,
-              playback.played, playback.skipped, playback.undrawn);
-  return playback.error ? kFailed : kDone;
+  std::fprintf(isStandardOutput(out) ? stderr : stdout, "%s: %dx%d, %d opcodes played, %d skipped, %d not drawn\n",
+               out.c_str(), size.width, size.height, playback.played, playback.skipped, playback.undrawn);
+  const bool isMissed = isBlank || (options.isStrict && playback.undrawn > 0);
+  return playback.error || isMissed ? kFailed : kDone;
+}
+
+Status renderNamed(const std::string& in, const fs::path& out, const Options& options) {
+  return workOn(in, [&] { return renderOne(in, out, options); });
 }
 
 // Many pictures into a folder. None is passed over in silence, and none takes another's place.
@@ -89,7 +101,7 @@ Status renderMany(const Options& options, const fs::path& folder) {
   for (const auto& [out, in] : results) {
     if (showsProgress) std::fprintf(stderr, "\r%zu of %zu", ++done, count);
     try {
-      if (renderOne(in, out, options) != kDone) ++failed;
+      if (renderNamed(in, out, options) != kDone) ++failed;
     } catch (const Failure& error) {
       ++failed;
       if (showsProgress) std::fputc('\n', stderr);
@@ -109,7 +121,7 @@ Status render(const Options& options) {
   const fs::path out = options.files.back();
   std::error_code error;
   if (options.files.size() > 2 || fs::is_directory(out, error) || !out.has_filename()) return renderMany(options, out);
-  return renderOne(options.files[0], out, options);
+  return renderNamed(options.files[0], out, options);
 }
 
 }  // namespace
@@ -135,4 +147,5 @@ void addRender(CLI::App& app, Command& chosen) {
       });
   addPictureKind(*command, options.kind);
   command->add_flag("--keep-going", options.keepGoing, "Write what was drawn till a picture broke");
+  addStrict(*command, options.isStrict);
 }

@@ -1,12 +1,20 @@
 // The command-line program, as a person meets it.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <string>
+
+#include "tools/output.h"
 
 namespace fs = std::filesystem;
 
@@ -37,6 +45,14 @@ struct Macpict : ::testing::Test {
   static std::string readAt(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};
+  }
+  unsigned modeOf(const std::string& name) const {
+    return static_cast<unsigned>(fs::status(folder / name).permissions());
+  }
+  std::set<std::string> names() const {
+    std::set<std::string> all;
+    for (const auto& entry : fs::directory_iterator(folder)) all.insert(entry.path().filename().string());
+    return all;
   }
   static std::size_t occurrences(const std::string& text, const std::string& part) {
     std::size_t count = 0;
@@ -151,12 +167,150 @@ TEST_F(Macpict, TellsWhatCanBeCalled) {
   }
 }
 
+TEST_F(Macpict, PutsAFileInItsPlaceWholeOrNotAtAll) {
+  ASSERT_EQ(run("record " REFERENCE "/pictures/lines.png " + path("a.pict")).status, 0);
+  const std::string render = MACPICT " render " + path("a.pict") + " ";
+  ASSERT_EQ(execute("umask 027; " + render + path("new.png")).status, 0);
+  EXPECT_EQ(modeOf("new.png"), 0640U);
+  const std::string png = read("new.png");
+
+  // What is replaced keeps its mode, a link its place, and what lies beside them its bytes.
+  write("old.png", "old");
+  write("old.png.part", "mine");
+  ASSERT_EQ(chmod(path("old.png").c_str(), 0604), 0);
+  fs::create_symlink("old.png", folder / "link.png");
+  fs::create_symlink("made.png", folder / "ahead.png");
+  EXPECT_EQ(execute("umask 077; " + render + path("link.png")).status, 0);
+  EXPECT_EQ(execute(render + path("ahead.png")).status, 0);
+  EXPECT_EQ(fs::read_symlink(folder / "link.png"), "old.png");
+  EXPECT_EQ(read("old.png"), png);
+  EXPECT_EQ(modeOf("old.png"), 0604U);
+  EXPECT_EQ(read("old.png.part"), "mine");
+  EXPECT_EQ(fs::read_symlink(folder / "ahead.png"), "made.png");
+  EXPECT_EQ(read("made.png"), png);
+
+  write("old.png", "old");
+  const std::set<std::string> before = names();
+  const Outcome limited = execute("ulimit -f 0; " + render + path("old.png"));
+  EXPECT_EQ(limited.status, 1);
+  EXPECT_EQ(limited.text, "macpict: \"" + path("old.png") + "\" can't be written: File too large.\n");
+  EXPECT_EQ(read("old.png"), "old");
+  EXPECT_EQ(names(), before);
+
+  // What is no file is written as it is; standard output gets nothing else.
+  ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
+  EXPECT_EQ(execute("cat " + path("fifo") + " > " + path("came.png") + " & " + render + path("fifo") + "; wait").status,
+            0);
+  EXPECT_EQ(read("came.png"), png);
+  EXPECT_TRUE(fs::is_fifo(folder / "fifo"));
+  EXPECT_EQ(execute("(" + render + "/dev/stdout > " + path("came.png") + ")").status, 0);
+  EXPECT_EQ(read("came.png"), png);
+  EXPECT_NE(execute(render + "/dev/full").text.find("No space left"), std::string::npos);
+  EXPECT_TRUE(fs::is_character_file("/dev/full"));
+  const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+  ASSERT_TRUE(grantpt(terminal) == 0 && unlockpt(terminal) == 0);
+  const std::string other = ptsname(terminal);
+  const int held = open(other.c_str(), O_RDWR | O_NOCTTY);
+  termios raw = {};
+  tcgetattr(held, &raw);
+  cfmakeraw(&raw);
+  tcsetattr(held, TCSANOW, &raw);
+  EXPECT_EQ(execute(render + other + " --size 8x8").status, 0);
+  char head[4] = {};
+  EXPECT_EQ(::read(terminal, head, sizeof head), 4);
+  EXPECT_EQ(std::string(head, 4), "\x89PNG");
+  EXPECT_TRUE(fs::is_character_file(other));
+  close(held);
+  close(terminal);
+}
+
+TEST_F(Macpict, LeavesNothingHalfWhereItEnds) {
+  const fs::path out = folder / "o.png";
+  for (const int signal : {SIGHUP, SIGINT, SIGPIPE, SIGTERM}) {
+    write("o.png", "old");
+    const pid_t child = fork();
+    if (child == 0) {
+      removeOutputsWhenKilled();
+      OutputFile first(out);
+      OutputFile second(folder / "new.png");
+      first.write("half");
+      raise(signal);
+      _exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(WTERMSIG(status), signal);
+    EXPECT_EQ(read("o.png"), "old");
+    EXPECT_EQ(names(), std::set<std::string>{"o.png"}) << signal;
+  }
+  // The last of two writers wins, and nobody gets a part of each; who gives up leaves nothing.
+  {
+    OutputFile first(out);
+    OutputFile second(out);
+    const OutputFile third(out);
+    second.write("the second's");
+    first.write("the first's");
+    second.commit();
+    EXPECT_EQ(read("o.png"), "the second's");
+    first.commit();
+  }
+  EXPECT_EQ(read("o.png"), "the first's");
+  EXPECT_EQ(names(), std::set<std::string>{"o.png"});
+}
+
+TEST_F(Macpict, TellsWhatIsNotDrawn) {
+  const std::string head("\0\0\0\0\0\0\0\x09\0\x09\0\x11\x02\xFF", 14);
+  const std::string text("\0\x28\0\x05\0\x01\x01x", 8), rect("\0\x31\0\0\0\0\0\x05\0\x05", 10), end("\0\xFF", 2);
+  fs::create_directories(folder / "both");
+  write("text.pict", head + text + end);
+  write("both/both.pict", head + rect + text + end);
+  write("still.pict", head + end);
+  const std::string fontless = "MACPICT_FONTS=" + path("both") + " " MACPICT " ";
+  const std::string both = path("both/both.pict") + " " + path("b.png");
+
+  const Outcome blank = execute(fontless + "render " + path("text.pict") + " " + path("o.png"));
+  EXPECT_EQ(blank.status, 1);
+  EXPECT_NE(blank.text.find("text in the font \"" + path("both/LiberationSans-Regular.ttf")), std::string::npos);
+  EXPECT_NE(blank.text.find("Nothing in the picture \"" + path("text.pict")), std::string::npos) << blank.text;
+  EXPECT_FALSE(fs::exists(folder / "o.png"));
+  EXPECT_EQ(execute(fontless + "render --keep-going " + path("text.pict") + " " + path("o.png")).status, 1);
+  EXPECT_TRUE(fs::exists(folder / "o.png"));
+  EXPECT_EQ(run("render --strict " + path("still.pict") + " " + path("s.png")).status, 0);
+
+  const Outcome part = execute(fontless + "render " + both);
+  EXPECT_EQ(part.status, 0);
+  EXPECT_EQ(occurrences(part.text, "is not drawn"), 1U) << part.text;
+  EXPECT_EQ(execute(fontless + "render --strict " + both).status, 1);
+  EXPECT_EQ(run("render --strict " + both).status, 0);
+  const std::string corpus = "corpus " + path("both") + " " + path("sheet.png");
+  EXPECT_EQ(execute(fontless + corpus).status, 0);
+  EXPECT_EQ(execute(fontless + corpus + " --strict").status, 1);
+
+  // Host code is told of its fonts at its end, and of a QuickDraw that isn't there before.
+  write("draw.txt",
+        "Dim r As New MacPictTVK\nr.CreatePicture(9, 9)\nr.DrawString(\"x\", 1, 5)\nr.ClosePicture\n"
+        "Dim p As Picture = NewPicture(9, 9)\nr.Drawpicture(p.Graphics, 0, 0, 9, 9)\n");
+  const std::string host = "run --out " + folder.string() + " " + path("draw.txt");
+  const Outcome unwritten = execute(fontless + host);
+  EXPECT_EQ(unwritten.status, 1);
+  EXPECT_EQ(occurrences(unwritten.text, "is not drawn"), 1U) << unwritten.text;
+  const Outcome undrawn = execute("MACPICT_FRAMEWORKS=" + path("both") + " " MACPICT " " + host);
+  EXPECT_EQ(undrawn.status, 1);
+  EXPECT_NE(undrawn.text.find("nothing would be drawn"), std::string::npos) << undrawn.text;
+}
+
 TEST_F(Macpict, SaysInOneSentenceWhatWasWrong) {
   write("empty.pict", "");
   write("foreign.pict", std::string(700, 'x'));
   const std::string head("\0\0\0\0\0\0\0\x09\0\x09\0\x11\x02\xFF", 14);
   write("broken.pict", head + std::string("\0\x31\0\0\0\0\0\x05\0\x05\0\x30\0", 13));
-  const std::pair<std::string, int> cases[] = {{"render " + path("none.pict") + " " + path("o.png"), 1},
+  ASSERT_EQ(execute("truncate -s 5G " + path("large") + "; truncate -s 1000M " + path("half")).status, 0);
+  const std::pair<std::string, int> cases[] = {{"render " + path("large") + " " + path("o.png"), 1},
+                                               {"record " + path("large") + " " + path("o.png"), 1},
+                                               {"run " + path("large"), 1},
+                                               {"render /dev/zero " + path("o.png"), 1},
+                                               {"render " + path(".") + " " + path("o.png"), 1},
+                                               {"render " + path("none.pict") + " " + path("o.png"), 1},
                                                {"render " + path("empty.pict") + " " + path("o.png"), 1},
                                                {"render " + path("foreign.pict") + " " + path("o.png"), 1},
                                                {"render " + path("broken.pict") + " " + path("o.png"), 1},
@@ -178,7 +332,6 @@ TEST_F(Macpict, SaysInOneSentenceWhatWasWrong) {
     EXPECT_EQ(lastLine.back(), '\n') << lastLine;
     EXPECT_NE(lastLine.find_last_of(".mtg"), std::string::npos);
     EXPECT_FALSE(fs::exists(folder / "o.png")) << arguments;
-    EXPECT_FALSE(fs::exists(folder / "o.png.part")) << arguments;
   }
   const Outcome kept = run("render " + path("broken.pict") + " " + path("o.png") + " --keep-going");
   EXPECT_EQ(kept.status, 1);
@@ -186,6 +339,12 @@ TEST_F(Macpict, SaysInOneSentenceWhatWasWrong) {
   EXPECT_TRUE(fs::exists(folder / "o.png"));
   const Outcome unwritable = run("render " + path("broken.pict") + " " + path("no/such/o.png") + " --keep-going");
   EXPECT_NE(unwritable.text.find("can't be written"), std::string::npos) << unwritable.text;
+  EXPECT_NE(run("list " + path("large")).text.find("5368709120 bytes, and 4294967295 are"), std::string::npos);
+#ifndef __SANITIZE_ADDRESS__
+  const Outcome tight = execute("ulimit -v 300000; " MACPICT " list " + path("half"));
+  EXPECT_EQ(tight.text,
+            "macpict: \"" + path("half") + "\" takes more memory than there is; something smaller would work.\n");
+#endif
   EXPECT_EQ(run("--version").text.substr(0, 8), "macpict ");
   EXPECT_EQ(run("--help").status, 0);
 }

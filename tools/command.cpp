@@ -1,12 +1,14 @@
 #include "tools/command.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <new>
 
 #include "tools/failure.h"
+#include "tools/output.h"
 
 namespace {
 
@@ -48,6 +50,10 @@ void addPictureKind(CLI::App& command, PictureKind& kind) {
   command.add_flag("--gray", kind.isGray, "A ramp of greys in place of colours; 8 bits if no depth is given");
 }
 
+void addStrict(CLI::App& command, bool& isStrict) {
+  command.add_flag("--strict", isStrict, "Fail where anything in a picture can't be drawn");
+}
+
 namespace {
 
 Status runChosen(CLI::App& app, Command& chosen, int count, char** arguments) {
@@ -70,20 +76,27 @@ Status runChosen(CLI::App& app, Command& chosen, int count, char** arguments) {
   }
 }
 
+// No file gets the number of a standard stream that is closed, and with it what is printed. Using the stream still
+// fails.
+void keepStandardNumbers() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) == -1) open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
+
 }  // namespace
 
-int runProgram(CLI::App& app, Command& chosen, int count, char** arguments, const std::function<void()>& atEnd) {
+int runProgram(CLI::App& app, Command& chosen, int count, char** arguments, const std::function<Status()>& atEnd) {
+  keepStandardNumbers();
+  removeOutputsWhenKilled();
   Status status = kFailed;
   try {
     status = runChosen(app, chosen, count, arguments);
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
       throw Failure("What was printed can't be written: standard output is closed or full.");
-    if (atEnd) atEnd();
-  } catch (const std::bad_alloc&) {
-    complain("There is not enough memory for this; a smaller size would work.");
-    status = kFailed;
-  } catch (const std::exception& error) {
-    complain(error.what());
+    if (atEnd) status = std::max(status, atEnd());
+  } catch (...) {
+    complain(sentenceOfCaught(""));
     status = kFailed;
   }
   return status;

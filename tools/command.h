@@ -32,9 +32,12 @@ struct PictureKind {
 };
 void addPictureKind(CLI::App& command, PictureKind& kind);
 
+// --strict: what isn't drawn counts as a failure, too.
+void addStrict(CLI::App& command, bool& isStrict);
+
 // Says a sentence on standard error; in red where that is a terminal and NO_COLOR isn't set.
 void complain(const std::string& sentence);
 
 // Reads the command line and runs what it chose. What goes wrong ends in a sentence and a status; `atEnd` may have
-// something to say after the work.
-int runProgram(CLI::App& app, Command& chosen, int count, char** arguments, const std::function<void()>& atEnd = {});
+// something to say after the work, and make its status worse.
+int runProgram(CLI::App& app, Command& chosen, int count, char** arguments, const std::function<Status()>& atEnd = {});

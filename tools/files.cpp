@@ -1,43 +1,103 @@
 #include "tools/files.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
 #include "qdraw/qdraw.h"
 #include "tools/failure.h"
+#include "tools/output.h"
 
 namespace fs = std::filesystem;
+
+namespace {
+
+// What is read is held in memory, and sizes are numbers of 32 bits in much that reads it.
+constexpr std::uint64_t kMostBytes = sizeof(void*) == 8 ? 0xFFFFFFFF : 1 << 30;
+constexpr std::size_t kMostUnsized = 256 << 20;  // of what doesn't say how much comes, and may never end
+
+class Input {
+ public:
+  // Takes an open file over.
+  Input(int file, std::string name) : file_(file), name_(std::move(name)) {
+    if (file_ < 0) fail(std::strerror(errno));
+  }
+  Input(const Input&) = delete;
+  Input& operator=(const Input&) = delete;
+  ~Input() { close(file_); }
+
+  std::string read() {
+    struct stat status = {};
+    if (fstat(file_, &status) != 0) fail(std::strerror(errno));
+    if (S_ISDIR(status.st_mode)) throw Failure(name_ + " is a folder, not a file.");
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    // Some of the system's own files say that they are empty.
+    if (!S_ISREG(status.st_mode) || size == 0) return readUnsized();
+    if (size > kMostBytes) {
+      fail("it has " + std::to_string(size) + " bytes, and " + std::to_string(kMostBytes) +
+           " are the most that a file may have");
+    }
+    std::string bytes(static_cast<std::size_t>(size), '\0');
+    const std::size_t count = fill(bytes, 0);
+    if (count < bytes.size()) {
+      fail("it became shorter meanwhile, " + std::to_string(count) + " bytes in place of " +
+           std::to_string(bytes.size()) + "; reading it again would work");
+    }
+    return bytes;
+  }
+
+ private:
+  [[noreturn]] void fail(const std::string& why) const { throw Failure(name_ + " can't be read: " + why + "."); }
+
+  // Reads from there on till the bytes are full or nothing comes any more; gives where that is.
+  std::size_t fill(std::string& bytes, std::size_t at) {
+    while (at < bytes.size()) {
+      const ssize_t count = ::read(file_, bytes.data() + at, bytes.size() - at);
+      if (count == 0) break;
+      if (count < 0 && errno != EINTR) fail(std::strerror(errno));
+      if (count > 0) at += static_cast<std::size_t>(count);
+    }
+    return at;
+  }
+
+  std::string readUnsized() {
+    constexpr std::size_t kFirst = 1 << 16;
+    std::string bytes(kFirst, '\0');
+    std::size_t count = fill(bytes, 0);
+    while (count == bytes.size()) {
+      if (count > kMostUnsized) {
+        fail("it goes on after " + std::to_string(kMostUnsized) +
+             " bytes, the most that are taken of what tells no size; a file with all of them would work");
+      }
+      bytes.resize(std::min(2 * count, kMostUnsized + 1));
+      count = fill(bytes, count);
+    }
+    bytes.resize(count);
+    return bytes;
+  }
+
+  int file_;
+  std::string name_;
+};
+
+}  // namespace
 
 qd::Bytes asBytes(std::string_view text) { return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}; }
 
 std::string readFile(const fs::path& path) {
-  std::error_code error;
-  if (fs::is_directory(path, error)) throw Failure("\"" + path.string() + "\" is a folder, not a file.");
-  std::ifstream in(path, std::ios::binary);
-  if (!in) throw Failure("\"" + path.string() + "\" can't be read: " + std::strerror(errno) + ".");
-  const auto size = fs::is_regular_file(path, error) ? fs::file_size(path, error) : 0;
-  if (error || size == 0) return {std::istreambuf_iterator<char>(in), {}};  // a pipe has no size
-  std::string bytes(static_cast<std::size_t>(size), '\0');
-  in.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  bytes.resize(static_cast<std::size_t>(in.gcount()));
-  return bytes;
+  return Input(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY), "\"" + path.string() + "\"").read();
 }
 
+std::string readStandardInput() { return Input(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0), "Standard input").read(); }
+
 void writeFile(const fs::path& path, std::string_view bytes) {
-  fs::path half = path;
-  half += ".part";
-  std::ofstream out(half, std::ios::binary);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  out.close();
-  std::error_code error;
-  if (out) fs::rename(half, path, error);
-  if (!out || error) {
-    const std::string why = error ? error.message() : std::strerror(errno);
-    fs::remove(half, error);
-    throw Failure("\"" + path.string() + "\" can't be written: " + why + ".");
-  }
+  OutputFile file(path);
+  file.write(bytes);
+  file.commit();
 }
 
 void makeFolder(const fs::path& folder) {
@@ -72,5 +132,8 @@ std::string readPicture(const fs::path& path) {
 }
 
 void writePicture(const fs::path& path, std::string_view picture) {
-  writeFile(path, std::string(qd::kFileHeader, '\0').append(picture));
+  OutputFile file(path);
+  file.write(std::string(qd::kFileHeader, '\0'));
+  file.write(picture);
+  file.commit();
 }

@@ -9,8 +9,9 @@
 
 qd::Bytes asBytes(std::string_view text);
 
-// All of them throw a Failure.
+// All of them throw a Failure, also for a file that is too large, or of which no end is in sight.
 std::string readFile(const std::filesystem::path& path);
+std::string readStandardInput();
 void writeFile(const std::filesystem::path& path, std::string_view bytes);
 
 // Makes a folder, and those above it, unless it is there.

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "tools/failure.h"
-#include "tools/files.h"
+#include "tools/output.h"
 
 namespace {
 
@@ -23,13 +23,15 @@ void append32(std::string& out, std::uint32_t value) {
   for (const int shift : {24, 16, 8, 0}) out += static_cast<char>(value >> shift);
 }
 
-void appendChunk(std::string& out, const char* kind, std::string_view data) {
+void writeChunk(OutputFile& file, const char* kind, std::string_view data) {
+  std::string out;
   append32(out, static_cast<std::uint32_t>(data.size()));
   const std::size_t checked = out.size();
   out += kind;
   out += data;
   const auto* bytes = reinterpret_cast<const Bytef*>(out.data() + checked);
   append32(out, static_cast<std::uint32_t>(crc32_z(0, bytes, out.size() - checked)));
+  file.write(out);
 }
 
 int paeth(int left, int above, int corner) {
@@ -81,7 +83,7 @@ class RowFilter {
 
 class Compressor {
  public:
-  explicit Compressor(std::string& out) : out_(out) {
+  explicit Compressor(OutputFile& file) : file_(file) {
     if (deflateInit(&stream_, kLevel) != Z_OK) throw std::bad_alloc();
   }
   Compressor(const Compressor&) = delete;
@@ -99,12 +101,12 @@ class Compressor {
       pending_.append(reinterpret_cast<const char*>(piece.data()), piece.size() - stream_.avail_out);
     } while (stream_.avail_out == 0);
     if (!isLast && pending_.size() < kPieceBytes) return;
-    appendChunk(out_, "IDAT", pending_);
+    writeChunk(file_, "IDAT", pending_);
     pending_.clear();
   }
 
  private:
-  std::string& out_;
+  OutputFile& file_;
   std::string pending_;
   z_stream stream_ = {};
 };
@@ -112,12 +114,13 @@ class Compressor {
 }  // namespace
 
 void writePNG(const std::filesystem::path& path, int width, int height, const ReadRow& read) {
-  std::string file = "\x89PNG\r\n\x1A\n";
+  OutputFile file(path);
+  file.write("\x89PNG\r\n\x1A\n");
   std::string head;
   append32(head, static_cast<std::uint32_t>(width));
   append32(head, static_cast<std::uint32_t>(height));
   head += std::string("\x08\x02\0\0\0", 5);  // 8 bits, red, green and blue
-  appendChunk(file, "IHDR", head);
+  writeChunk(file, "IHDR", head);
   std::vector<std::uint8_t> row(static_cast<std::size_t>(width) * kPixel);
   RowFilter filter(row.size());
   Compressor compressor(file);
@@ -125,8 +128,8 @@ void writePNG(const std::filesystem::path& path, int width, int height, const Re
     read(y, row);
     compressor.put(filter.filter(row), y + 1 == height);
   }
-  appendChunk(file, "IEND", {});
-  writeFile(path, file);
+  writeChunk(file, "IEND", {});
+  file.commit();
 }
 
 void writePNG(const std::filesystem::path& path, const Image& image) {

@@ -8,6 +8,7 @@ template <class Command>
 void perform(Port& port, const Command& command) {
   if (port.recording != nullptr) port.recording->write(port.state, command);
   if (port.state.penVisibility >= 0) draw(port, command);
+  ++port.drawn;
   if constexpr (std::is_same_v<Command, ShapeCommand>) {
     if (command.verb == Verb::invert) port.state.highlights = false;
   }

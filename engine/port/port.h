@@ -53,6 +53,7 @@ class Port {
 
   PortState state;
   std::unique_ptr<PictureWriter> recording;
+  unsigned drawn = 0;  // commands, since somebody began to count
 
  private:
   Resources& resources_;

@@ -2,9 +2,16 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <optional>
+#include <span>
 
+#include "engine/text/font_file.h"
+
+// Its assertions are on rounding, where it stays inside its pixels without them.
+#define STBTT_assert(condition) static_cast<void>(0)
 #define STB_TRUETYPE_IMPLEMENTATION
 #define STBTT_STATIC
 #include <stb/stb_truetype.h>
@@ -14,6 +21,20 @@ namespace {
 
 constexpr std::uint8_t kHalfCovered = 128;
 constexpr std::size_t kMostGlyphs = 1024;  // of a face, remembered
+constexpr std::uintmax_t kMostBytes = 64 << 20;
+
+// Nothing if there is no file of that name, or one that no font is as large as.
+std::optional<std::vector<unsigned char>> bytesOf(const std::filesystem::path& path) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) return std::nullopt;
+  const std::uintmax_t size = std::filesystem::file_size(path, error);
+  std::ifstream in(path, std::ios::binary);
+  if (error || size > kMostBytes || !in) return std::nullopt;
+  std::vector<unsigned char> bytes(static_cast<std::size_t>(size));
+  in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  bytes.resize(static_cast<std::size_t>(in.gcount()));
+  return bytes;
+}
 
 }  // namespace
 
@@ -22,14 +43,23 @@ struct Font::Outlines {
   stbtt_fontinfo info = {};
 
   float scale(int pixels) const { return stbtt_ScaleForMappingEmToPixels(&info, static_cast<float>(pixels)); }
+  // The one for what is missing, if a table of characters names one that there isn't.
+  int glyphOf(char32_t character) const {
+    const int glyph = stbtt_FindGlyphIndex(&info, static_cast<int>(character));
+    return glyph >= 0 && glyph < info.numGlyphs ? glyph : 0;
+  }
 };
 
 Font::Font(const std::filesystem::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  auto outlines = std::make_unique<Outlines>();
-  outlines->file.assign(std::istreambuf_iterator<char>(in), {});
-  if (outlines->file.empty() || stbtt_InitFont(&outlines->info, outlines->file.data(), 0) == 0) return;
-  outlines_ = std::move(outlines);
+  const char* fault = "it can't be read";
+  if (auto bytes = bytesOf(file)) {
+    auto outlines = std::make_unique<Outlines>();
+    outlines->file = std::move(*bytes);
+    fault = faultOfFont(outlines->file);
+    if (fault == nullptr && stbtt_InitFont(&outlines->info, outlines->file.data(), 0) == 0) fault = "it is damaged";
+    if (fault == nullptr) outlines_ = std::move(outlines);
+  }
+  if (fault != nullptr) fault_ = "text in the font \"" + file.string() + "\" is not drawn: " + fault;
 }
 
 Font::~Font() = default;
@@ -46,11 +76,17 @@ const Font& Fonts::get(Family family, bool isBold, bool isItalic) {
   return *face;
 }
 
+void Fonts::lose(const Font& font) {
+  ++lost_.texts;
+  if (std::find(lost_.faults.begin(), lost_.faults.end(), font.fault()) == lost_.faults.end())
+    lost_.faults.push_back(font.fault());
+}
+
 double Font::advance(char32_t character, int h) const {
   if (outlines_ == nullptr) return 0;
   int width = 0;
   int bearing = 0;
-  stbtt_GetCodepointHMetrics(&outlines_->info, static_cast<int>(character), &width, &bearing);
+  stbtt_GetGlyphHMetrics(&outlines_->info, outlines_->glyphOf(character), &width, &bearing);
   return width * double{outlines_->scale(h)};
 }
 
@@ -65,20 +101,40 @@ const std::vector<GlyphRun>& Font::runs(char32_t character, FontSize size) const
 std::vector<GlyphRun> Font::rasterize(char32_t character, FontSize size) const {
   std::vector<GlyphRun> runs;
   if (outlines_ == nullptr) return runs;
-  const stbtt_fontinfo* info = &outlines_->info;
-  const int glyph = stbtt_FindGlyphIndex(info, static_cast<int>(character));
   const float scaleH = outlines_->scale(size.h);
   const float scaleV = outlines_->scale(size.v);
-  int left = 0;
-  int top = 0;
-  int right = 0;
-  int bottom = 0;
-  stbtt_GetGlyphBitmapBox(info, glyph, scaleH, scaleV, &left, &top, &right, &bottom);
+  stbtt_vertex* vertices = nullptr;
+  const int count = stbtt_GetGlyphShape(&outlines_->info, outlines_->glyphOf(character), &vertices);
+  const std::unique_ptr<stbtt_vertex, void (*)(void*)> owned(vertices, std::free);
+  if (count <= 0) return runs;
+
+  // What the outline spans itself, whatever the font says of it.
+  int minX = vertices->x, maxX = vertices->x, minY = vertices->y, maxY = vertices->y;
+  const auto span = [&](int x, int y) {
+    minX = std::min(minX, x);
+    maxX = std::max(maxX, x);
+    minY = std::min(minY, y);
+    maxY = std::max(maxY, y);
+  };
+  for (const stbtt_vertex& vertex : std::span(vertices, static_cast<std::size_t>(count))) {
+    span(vertex.x, vertex.y);
+    if (vertex.type == STBTT_vcurve) span(vertex.cx, vertex.cy);
+  }
+  const auto down = [](float at) { return static_cast<int>(std::floor(at)); };
+  const auto up = [](float at) { return static_cast<int>(std::ceil(at)); };
+  const int left = down(static_cast<float>(minX) * scaleH);
+  const int right = up(static_cast<float>(maxX) * scaleH);
+  const int top = down(static_cast<float>(-maxY) * scaleV);
+  const int bottom = up(static_cast<float>(-minY) * scaleV);
   const int width = right - left;
   const int height = bottom - top;
-  if (width <= 0 || height <= 0) return runs;
+  const int reach = reachOf(size);
+  if (width <= 0 || height <= 0 || std::max({-left, right, -top, bottom}) > reach) return runs;
+
   std::vector<std::uint8_t> coverage(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
-  stbtt_MakeGlyphBitmap(info, coverage.data(), width, height, width, scaleH, scaleV, glyph);
+  constexpr float kFlatness = 0.35F;  // pixels that a straight piece may lie beside its curve
+  stbtt__bitmap bitmap{width, height, width, coverage.data()};
+  stbtt_Rasterize(&bitmap, kFlatness, vertices, count, scaleH, scaleV, 0, 0, left, top, 1, nullptr);
   const std::uint8_t* row = coverage.data();
   for (int y = 0; y < height; ++y, row += width) {
     for (int x = 0; x < width;) {

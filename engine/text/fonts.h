@@ -24,18 +24,24 @@ struct FontSize {
   bool operator<(const FontSize& other) const { return h != other.h ? h < other.h : v < other.v; }
 };
 
+// No character goes further than this from where it stands: one that would isn't drawn.
+constexpr int reachOf(FontSize size) { return 2 * (size.h > size.v ? size.h : size.v) + 8; }
+
 // A part of a row of a character, from the pen's position on the baseline.
 struct GlyphRun {
   int y, left, right;
 };
 
-// One face of a family. One whose file is missing has no characters, each of them of no width.
+// One face of a family. One whose file is missing or damaged has no characters, each of them of no width.
 class Font {
  public:
   explicit Font(const std::filesystem::path& file);
   Font(const Font&) = delete;
   Font& operator=(const Font&) = delete;
   ~Font();
+
+  // Why it has no characters, as a sentence without its full stop; empty if it has.
+  const std::string& fault() const { return fault_; }
 
   double advance(char32_t character, int h) const;
   struct Extent {
@@ -49,6 +55,7 @@ class Font {
   struct Outlines;
   std::vector<GlyphRun> rasterize(char32_t character, FontSize size) const;
 
+  std::string fault_;
   std::unique_ptr<Outlines> outlines_;
   mutable std::map<std::pair<FontSize, char32_t>, std::vector<GlyphRun>> remembered_;
 };
@@ -59,8 +66,18 @@ class Fonts {
   explicit Fonts(std::filesystem::path folder) : folder_(std::move(folder)) {}
   const Font& get(Family family, bool isBold, bool isItalic);
 
+  // Texts that were not drawn, since their faces have no characters, and what is wrong with those faces, once each.
+  struct Lost {
+    int texts = 0;
+    std::vector<std::string> faults;
+  };
+  void lose(const Font& font);
+  // Those since they were last taken.
+  Lost takeLost() { return std::exchange(lost_, {}); }
+
  private:
   std::filesystem::path folder_;
+  Lost lost_;
   std::array<std::unique_ptr<Font>, 12> faces_;
 };
 

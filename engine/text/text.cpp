@@ -78,10 +78,10 @@ int textWidth(Fonts& fonts, const TextState& style, std::string_view bytes) {
 
 void scanText(Fonts& fonts, const TextState& style, Point at, std::string_view bytes, const Box& clip, RunSink& sink) {
   const Typeface typeface(fonts, style);
+  if (!typeface.font.fault().empty()) return fonts.lose(typeface.font);
   std::vector<GlyphRun> runs;
   int pen = at.h;
-  // No character goes further than twice its size from where it stands.
-  const int reach = 2 * std::max(typeface.size.h, typeface.size.v) + 8;
+  const int reach = reachOf(typeface.size);
   const bool isNear = at.v + reach > clip.top && at.v - reach < clip.bottom;
   for (const char byte : bytes) {
     if (pen - reach >= clip.right) break;

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
 #include <memory>
 #include <unordered_map>
 #include <unordered_set>
@@ -112,6 +113,7 @@ struct Worlds {
   GrafPort* screen = nullptr;
   GrafPort* current = nullptr;
   Playback lastPlayback;
+  std::vector<std::string> remarks;
 };
 
 // The operations name no QuickDraw: there is one, as there is on a Mac.
@@ -358,6 +360,10 @@ void DrawPicture(PicHandle picture, const Rect* target) {
       bytes = copy;
     }
     last = play(current(), bytes, *target);
+    std::vector<std::string>& remarks = worlds().remarks;
+    std::ranges::copy_if(last.remarks, std::back_inserter(remarks), [&remarks](const std::string& remark) {
+      return std::ranges::find(remarks, remark) == remarks.end();
+    });
     return true;
   });
   if (!isPlayed) last.error.emplace();
@@ -596,6 +602,8 @@ std::int16_t TextWidth(const void* bytes, std::int16_t first, std::int16_t count
 namespace qd {
 
 const Playback& lastPlayback() { return worlds().lastPlayback; }
+std::vector<std::string> takeRemarks() { return std::exchange(worlds().remarks, {}); }
+Fonts::Lost lostTexts() { return worlds().resources.fonts.takeLost(); }
 
 std::size_t livePorts() { return worlds().alive.size() - 1; }
 

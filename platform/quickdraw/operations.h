@@ -24,6 +24,10 @@ namespace qd {
 
 // How the last DrawPicture went.
 PLATFORM_EXPORT const Playback& lastPlayback();
+// What a person should know of the pictures that were played since this was last asked, once each.
+PLATFORM_EXPORT std::vector<std::string> takeRemarks();
+// Texts that were not drawn since this was last asked, and the fonts that are to blame.
+PLATFORM_EXPORT Fonts::Lost lostTexts();
 // Worlds that nobody has disposed of.
 PLATFORM_EXPORT std::size_t livePorts();
 // The screen is current again, without a picture or a state.

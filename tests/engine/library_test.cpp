@@ -1,8 +1,13 @@
 // The engine through its public header, at this machine's width of word.
 #include <gtest/gtest.h>
 #include <qdraw/qdraw.h>
+#include <unistd.h>
 
 #include <array>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
 #include <thread>
 
 namespace {
@@ -143,4 +148,89 @@ TEST(Library, TwoThreadsPlayTwoPictures) {
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(results[0], expected);
   EXPECT_EQ(results[1], expected);
+}
+
+// A TrueType file, to be damaged.
+class FontBytes {
+ public:
+  FontBytes() {
+    std::ifstream in(std::string(kFonts) + "/LiberationSans-Regular.ttf", std::ios::binary);
+    bytes.assign(std::istreambuf_iterator<char>(in), {});
+  }
+  unsigned get(std::size_t at, int width) const {
+    unsigned value = 0;
+    for (int i = 0; i < width; ++i) value = value << 8 | static_cast<std::uint8_t>(bytes.at(at++));
+    return value;
+  }
+  void set(std::size_t at, unsigned value, int width) {
+    for (int i = width; i-- > 0; value >>= 8) bytes.at(at + static_cast<std::size_t>(i)) = static_cast<char>(value);
+  }
+  // The row of a table in the directory, and where the table begins.
+  std::size_t row(const char* name) const { return bytes.find(name, 12); }
+  std::size_t table(const char* name) const { return get(row(name) + 8, 4); }
+  // Where an outline begins; the places are told in units of two bytes.
+  std::size_t outline(std::size_t number) const { return table("glyf") + 2 * get(table("loca") + 2 * number, 2); }
+  // The first that is made of others.
+  std::size_t made() const {
+    std::size_t number = 0;
+    while (outline(number) == outline(number + 1) || get(outline(number), 2) <= 0x7FFF) ++number;
+    return number;
+  }
+
+  std::string bytes;
+};
+
+TEST(Library, TakesNoDamagedFont) {
+  const auto folder = std::filesystem::temp_directory_path() / ("qdraw-fonts-" + std::to_string(getpid()));
+  std::filesystem::create_directories(folder);
+  const std::pair<const char*, std::function<void(FontBytes&)>> damages[] = {
+      {"nothing at all", [](FontBytes& f) { f.bytes.clear(); }},
+      {"half a file", [](FontBytes& f) { f.bytes.resize(f.bytes.size() / 2); }},
+      {"many tables", [](FontBytes& f) { f.set(4, 0xFFFF, 2); }},
+      {"a table far away", [](FontBytes& f) { f.set(f.row("glyf") + 8, 0x7FFFFFFF, 4); }},
+      {"a short table", [](FontBytes& f) { f.set(f.row("loca") + 12, 8, 4); }},
+      {"no outlines", [](FontBytes& f) { f.set(f.row("glyf"), 0x43464620, 4); }},
+      {"pixels without end", [](FontBytes& f) { f.set(f.table("head") + 18, 0, 2); }},
+      {"many widths", [](FontBytes& f) { f.set(f.table("hhea") + 34, 0xFFFF, 2); }},
+      {"characters elsewhere", [](FontBytes& f) { f.set(f.table("cmap") + 8, 0x7FFFFFFF, 4); }},
+      {"characters of another kind",
+       [](FontBytes& f) { f.set(f.table("cmap") + f.get(f.table("cmap") + 8, 4), 2, 2); }},
+      {"a search that leaves its table",
+       [](FontBytes& f) { f.set(f.table("cmap") + f.get(f.table("cmap") + 8, 4) + 12, 0xFFFE, 2); }},
+      {"an outline far away", [](FontBytes& f) { f.set(f.table("loca") + 4, 0xFFFF, 2); }},
+      {"more points than bytes", [](FontBytes& f) { f.set(f.outline(0) + 10, 0xFFFE, 2); }},
+      {"many instructions",
+       [](FontBytes& f) {
+         const std::size_t at = f.outline(0);
+         f.set(at + 10 + 2 * f.get(at, 2), 0xFFFF, 2);
+       }},
+      {"an outline made of itself",
+       [](FontBytes& f) { f.set(f.outline(f.made()) + 12, static_cast<unsigned>(f.made()), 2); }},
+      {"parts that meet at points",
+       [](FontBytes& f) {
+         const std::size_t flags = f.outline(f.made()) + 10;
+         f.set(flags, f.get(flags, 2) & ~2U, 2);
+       }},
+  };
+  const auto play = [&folder](const FontBytes& font) {
+    std::ofstream(folder / "LiberationSans-Regular.ttf", std::ios::binary) << font.bytes;
+    qd::System system(folder);
+    Picture picture;
+    qd::VectorSink sink(picture);
+    qd::Recorder recorder(system, qd::PictureParams(80, 60), sink);
+    recorder.text({20, 2}, "text");
+    recorder.text({40, 2}, "\x8A\xDE");
+    recorder.close();
+    return qd::GWorld::make(system, 80, 60)->play(picture);
+  };
+  EXPECT_EQ(play(FontBytes()).drawn, 2);
+  for (const auto& [what, damage] : damages) {
+    FontBytes font;
+    damage(font);
+    const qd::Playback playback = play(font);
+    EXPECT_EQ(playback.drawn, 0) << what;
+    EXPECT_EQ(playback.undrawn, 2) << what;
+    EXPECT_EQ(playback.remarks.size(), 1U) << what;
+  }
+  std::filesystem::remove_all(folder);
 }

@@ -43,7 +43,7 @@ struct Resources;
 // What pictures refer to and don't hold: the system's fonts, and its colour tables. It outlives what is made with it.
 class System {
  public:
-  // The fonts lie in that folder; text in one whose file is missing draws nothing.
+  // The fonts lie in that folder; text in one whose file is missing or damaged draws nothing, and playing tells it.
   explicit System(std::filesystem::path fonts);
   ~System();
   System(const System&) = delete;
@@ -91,7 +91,8 @@ std::string describe(const PictureError& error);
 struct Playback {
   int played = 0;                    // drawn, or taken as state
   int skipped = 0;                   // reserved opcodes and comments, by their length
-  int undrawn = 0;                   // known opcodes of drawings that can't be made here
+  int undrawn = 0;                   // known opcodes of drawings that can't be made here, and texts without a font
+  int drawn = 0;                     // lines, shapes, texts and images
   std::vector<std::string> remarks;  // what a person should know, once each
   std::optional<PictureError> error;
 };
