@@ -45,6 +45,8 @@ std::uint32_t pixelAt(const PixelMap& map, int x, int y) {
   return one[0] & map.ones();
 }
 
+const Box kAllRows(-65536, -65536, 65536, 65536);
+
 template <class Scan>
 std::string runsOf(Scan scan) {
   RunText sink;
@@ -66,23 +68,30 @@ PicHandle openPicture(int width, int height) {
 }  // namespace
 
 TEST_F(QuickDraw, ShapesTouchTheirPixels) {
-  EXPECT_EQ(runsOf([](RunSink& s) { scanRoundBox(RoundBox::oval(Box(0, 0, 3, 16)), s); }), "2..14 0..16 1..15");
-  EXPECT_EQ(runsOf([](RunSink& s) { scanRoundBox(RoundBox::oval(Box(0, 0, 8, 8)), s); }),
+  EXPECT_EQ(runsOf([](RunSink& s) { scanRoundBox(RoundBox::oval(Box(0, 0, 3, 16)), kAllRows, s); }),
+            "2..14 0..16 1..15");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanRoundBox(RoundBox::oval(Box(0, 0, 8, 8)), kAllRows, s); }),
             "2..6 1..7 0..8 0..8 0..8 0..8 1..7 2..6");
-  EXPECT_EQ(runsOf([](RunSink& s) { scanRoundBox({Box(0, 0, 5, 9), 4, 4}, s); }), "1..8 0..9 0..9 0..9 1..8");
-  EXPECT_EQ(runsOf([](RunSink& s) { scanFrame({Box(0, 0, 4, 5), 0, 0}, {1, 2}, s); }), "0..5 0..2+3..5 0..2+3..5 0..5");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanRoundBox({Box(0, 0, 5, 9), 4, 4}, kAllRows, s); }), "1..8 0..9 0..9 0..9 1..8");
   EXPECT_EQ(runsOf([](RunSink& s) {
-              scanFrame({Box(0, 0, 3, 3), 0, 0}, {2, 2}, s);
+              scanFrame({Box(0, 0, 4, 5), 0, 0}, {1, 2}, kAllRows, s);
+            }),
+            "0..5 0..2+3..5 0..2+3..5 0..5");
+  EXPECT_EQ(runsOf([](RunSink& s) {
+              scanFrame({Box(0, 0, 3, 3), 0, 0}, {2, 2}, kAllRows, s);
             }),
             "0..3 0..3 0..3")
       << "nothing is left inside";
-  EXPECT_EQ(runsOf([](RunSink& s) { scanArc(Box(0, 0, 8, 8), {0, 90}, s); }), "4..6 4..7 4..8 4..8");
-  EXPECT_EQ(runsOf([](RunSink& s) { scanArc(Box(0, 0, 8, 8), {90, -90}, s); }), "4..6 4..7 4..8 4..8");
-  EXPECT_EQ(runsOf([](RunSink& s) { scanArc(Box(0, 0, 8, 8), {90, 180}, s); }), "0..8 0..8 1..7 2..6");
-  EXPECT_EQ(runsOf([](RunSink& s) { scanArc(Box(0, 0, 8, 8), {45, 0}, s); }), "");
-  EXPECT_EQ(runsOf([](RunSink& s) { scanArcFrame(Box(0, 0, 8, 8), {270, 90}, {1, 1}, s); }), "2..4 1..2 0..1 0..1");
-  EXPECT_EQ(runsOf([](RunSink& s) { scanLine({0, 0}, {2, 5}, {1, 1}, s); }), "0..1 1..4 4..6");
-  EXPECT_EQ(runsOf([](RunSink& s) { scanLine({5, 3}, {5, 0}, {2, 2}, s); }), "0..5 0..5");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanArc(Box(0, 0, 8, 8), {0, 90}, kAllRows, s); }), "4..6 4..7 4..8 4..8");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanArc(Box(0, 0, 8, 8), {90, -90}, kAllRows, s); }), "4..6 4..7 4..8 4..8");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanArc(Box(0, 0, 8, 8), {90, 180}, kAllRows, s); }), "0..8 0..8 1..7 2..6");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanArc(Box(0, 0, 8, 8), {45, 0}, kAllRows, s); }), "");
+  EXPECT_EQ(runsOf([](RunSink& s) {
+              scanArcFrame(Box(0, 0, 8, 8), {270, 90}, {1, 1}, kAllRows, s);
+            }),
+            "2..4 1..2 0..1 0..1");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanLine({0, 0}, {2, 5}, {1, 1}, kAllRows, s); }), "0..1 1..4 4..6");
+  EXPECT_EQ(runsOf([](RunSink& s) { scanLine({5, 3}, {5, 0}, {2, 2}, kAllRows, s); }), "0..5 0..5");
   const Point triangle[] = {{0, 0}, {4, 0}, {4, 4}};
   EXPECT_EQ(runsOf([&](RunSink& s) { scanPolygon(triangle, Box(0, 0, 10, 10), s); }), "0..1 0..2 0..3 0..4");
 }
@@ -103,10 +112,10 @@ TEST_F(QuickDraw, FlatShapesAndCornersOfNoSizeTouchTheirPixels) {
       {{Box(0, 0, 4, 9), 6, 2}, "0..9 0..9 0..9 0..9", "0..9 0..3+6..9 0..3+6..9 0..9"},
   };
   for (const auto& [shape, solid, framed] : shapes) {
-    EXPECT_EQ(runsOf([&round = shape](RunSink& s) { scanRoundBox(round, s); }), solid);
-    EXPECT_EQ(runsOf([&round = shape](RunSink& s) { scanFrame(round, {1, 1}, s); }), framed);
+    EXPECT_EQ(runsOf([&round = shape](RunSink& s) { scanRoundBox(round, kAllRows, s); }), solid);
+    EXPECT_EQ(runsOf([&round = shape](RunSink& s) { scanFrame(round, {1, 1}, kAllRows, s); }), framed);
   }
-  EXPECT_EQ(runsOf([&](RunSink& s) { scanArcFrame(flat, {0, 180}, {1, 1}, s); }), "15..27 - 15..27");
+  EXPECT_EQ(runsOf([&](RunSink& s) { scanArcFrame(flat, {0, 180}, {1, 1}, kAllRows, s); }), "15..27 - 15..27");
 }
 
 // Rows in which a tangent that is rounded from the exact one would put the ray a pixel farther right.
@@ -117,7 +126,7 @@ TEST_F(QuickDraw, ArcsTakeTheirTangentsFromTheTable) {
   } rows[] = {{58, 299, 11, 3, "149..235"}, {73, 38, 145, 51, "19..36"}, {89, 290, 117, 57, "145..286"}};
   for (const auto& [degrees, width, height, y, run] : rows) {
     RegionBuilder wedge;
-    scanArc(Box(0, 0, height, width), {0, degrees}, wedge);
+    scanArc(Box(0, 0, height, width), {0, degrees}, kAllRows, wedge);
     const Region row = intersect(wedge.take(), Region(Box(y, 0, y + 1, width)));
     EXPECT_EQ(runsOf([&](RunSink& s) { row.emit(s); }), run) << degrees;
   }
@@ -137,8 +146,8 @@ TEST_F(QuickDraw, ScannersStayInTheirRectangleAndEnd) {
   for (const int width : {1, 2, 3}) {
     const Box thin(-32768, 0, 32767, width);
     Bounds sink(thin);
-    scanRoundBox(RoundBox::oval(thin), sink);
-    scanFrame(RoundBox::oval(thin), {1, 1}, sink);
+    scanRoundBox(RoundBox::oval(thin), kAllRows, sink);
+    scanFrame(RoundBox::oval(thin), {1, 1}, kAllRows, sink);
   }
   std::mt19937 random(7);
   const auto any = [&](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
@@ -148,17 +157,62 @@ TEST_F(QuickDraw, ScannersStayInTheirRectangleAndEnd) {
     const Box box(any(-far, far), any(-far, far), any(-far, far), any(-far, far));
     Bounds sink(box);
     const Point pen = {static_cast<std::int16_t>(any(-1, 9)), static_cast<std::int16_t>(any(-1, 9))};
-    scanRoundBox({box, any(-3, far), any(-3, far)}, sink);
-    scanFrame({box, any(-3, far), any(-3, far)}, pen, sink);
+    scanRoundBox({box, any(-3, far), any(-3, far)}, kAllRows, sink);
+    scanFrame({box, any(-3, far), any(-3, far)}, pen, kAllRows, sink);
     if (!box.empty()) {
-      scanArc(box, {any(-400, 400), any(-400, 400)}, sink);
-      scanArcFrame(box, {any(-400, 400), any(-400, 400)}, pen, sink);
+      scanArc(box, {any(-400, 400), any(-400, 400)}, kAllRows, sink);
+      scanArcFrame(box, {any(-400, 400), any(-400, 400)}, pen, kAllRows, sink);
     }
     const Point from = {static_cast<std::int16_t>(any(-far, far)), static_cast<std::int16_t>(any(-far, far))};
     const Point to = {static_cast<std::int16_t>(any(-far, far)), static_cast<std::int16_t>(any(-far, far))};
     Bounds swept(Box(std::min(from.v, to.v), std::min(from.h, to.h), std::max(from.v, to.v) + std::max<int>(pen.v, 0),
                      std::max(from.h, to.h) + std::max<int>(pen.h, 0)));
-    scanLine(from, to, pen, swept);
+    scanLine(from, to, pen, kAllRows, swept);
+  }
+}
+
+// Scanners begin at the clip's first row as if they had come to it row by row.
+TEST_F(QuickDraw, ScannersLookAtRowsOfTheClipAlone) {
+  struct Rows : RunSink {
+    explicit Rows(const Box& only) : clip(only) {}
+    void run(int y, int left, int right) override {
+      if (y >= clip.top && y < clip.bottom) runs.push_back({y, left, right});
+      ++count;
+    }
+    void box(const Box& box) override {
+      const Box shown = intersect(box, clip);
+      for (int y = shown.top; y < shown.bottom; ++y) runs.push_back({y, shown.left, shown.right});
+    }
+    Box clip;
+    std::vector<std::array<int, 3>> runs;
+    int count = 0;
+  };
+  std::mt19937 random(11);
+  const auto any = [&](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
+  const auto word = [&](int far) { return static_cast<std::int16_t>(any(-far, far)); };
+  for (int i = 0; i < 4000; ++i) {
+    const int far = i % 50 == 0 ? 32767 : 90, across = i % 7 == 0 ? 3 : far;
+    const Box box(any(-far, 0), any(-across, 0), any(1, far), any(1, across));
+    const RoundBox round = i % 2 == 0 ? RoundBox::oval(box) : RoundBox{box, any(0, across), any(0, far)};
+    const Point pen = {static_cast<std::int16_t>(any(1, 5)), static_cast<std::int16_t>(any(1, 5))};
+    const Wedge wedge = {any(-400, 400), any(-400, 400)};
+    const Point from = {word(far), word(far)}, to = {word(far), word(far)};
+    const int top = any(-far, far - 1);
+    const Box clip(top, -65536, any(top + 1, std::min(far, top + 40)), 65536);
+    const std::function<void(const Box&, RunSink&)> scans[] = {
+        [&](const Box& rows, RunSink& sink) { scanRoundBox(round, rows, sink); },
+        [&](const Box& rows, RunSink& sink) { scanFrame(round, pen, rows, sink); },
+        [&](const Box& rows, RunSink& sink) { scanArc(box, wedge, rows, sink); },
+        [&](const Box& rows, RunSink& sink) { scanArcFrame(box, wedge, pen, rows, sink); },
+        [&](const Box& rows, RunSink& sink) { scanLine(from, to, pen, rows, sink); },
+    };
+    for (const auto& scan : scans) {
+      Rows all(clip), shown(clip);
+      scan(kAllRows, all);
+      scan(clip, shown);
+      ASSERT_EQ(all.runs, shown.runs) << "shape " << i << ", scanner " << &scan - scans;
+      EXPECT_LE(shown.count, 4 * clip.height());
+    }
   }
 }
 

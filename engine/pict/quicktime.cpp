@@ -75,8 +75,8 @@ std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in, ColorTables& ta
   const Bytes data =
       in.take(std::min<std::size_t>(description->dataSize != 0 ? description->dataSize : in.left(), in.left()));
   std::string why;
-  image.reader = openCodec(
-      image.codec, {data, {description->width, description->height, description->depth, nullptr}, tables}, why);
+  image.reader = openCodec(image.codec,
+                           {data, {description->width, description->height, description->depth, nullptr}, tables}, why);
   image.to = matrix.map(description->width, description->height);
   return image;
 }

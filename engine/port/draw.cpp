@@ -41,20 +41,20 @@ void scan(const ShapeCommand& command, Point pen, const Box& clip, RunSink& sink
   const bool isFrame = command.verb == Verb::frame;
   switch (command.shape) {
     case Shape::arc:
-      if (isFrame) return scanArcFrame(Box(command.rect), command.wedge, pen, sink);
-      return scanArc(Box(command.rect), command.wedge, sink);
+      if (isFrame) return scanArcFrame(Box(command.rect), command.wedge, pen, clip, sink);
+      return scanArc(Box(command.rect), command.wedge, clip, sink);
     case Shape::polygon:
       if (!isFrame) return scanPolygon(command.points, clip, sink);
       for (std::size_t i = 1; i < command.points.size(); ++i)
-        scanLine(command.points[i - 1], command.points[i], pen, sink);
+        scanLine(command.points[i - 1], command.points[i], pen, clip, sink);
       return;
     case Shape::region:
       if (!isFrame) return command.region->emit(sink);
       if (pen.h <= 0 || pen.v <= 0) return;
       return subtract(*command.region, command.region->inset(pen.h, pen.v)).emit(sink);
     default:
-      if (isFrame) return scanFrame(roundBoxOf(command), pen, sink);
-      return scanRoundBox(roundBoxOf(command), sink);
+      if (isFrame) return scanFrame(roundBoxOf(command), pen, clip, sink);
+      return scanRoundBox(roundBoxOf(command), clip, sink);
   }
 }
 
@@ -65,7 +65,7 @@ void draw(Port& port, const LineCommand& line) {
   if (!isPatternMode(state.penMode)) return;
   const Region& clip = port.visible();
   Painter painter(port.map(), clip, state.penPattern, state.penMode, state.colors);
-  scanLine(line.from, line.to, state.penSize, painter);
+  scanLine(line.from, line.to, state.penSize, clip.bounds(), painter);
 }
 
 void draw(Port& port, const ShapeCommand& command) {

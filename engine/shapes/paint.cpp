@@ -167,12 +167,15 @@ void Painter::fillByPixel(int y, int left, int right) {
     const PixelMap& tile = pattern_.pixels->tile.map;
     const auto wrap = [](int value, int size) { return (value % size + size) % size; };
     const int row = wrap(y, tile.bounds.height());
-    std::vector<std::uint32_t> pixels(static_cast<std::size_t>(tile.bounds.width()));
-    tile.get(row, 0, pixels);
-    for (std::uint32_t& pixel : pixels) pixel = map_.pixelOf(tile.colorOf(pixel));
-    for (std::size_t i = 0; i < count; ++i) {
-      source_[i] = pixels[static_cast<std::size_t>(wrap(left + static_cast<int>(i), tile.bounds.width()))];
-    }
+    const auto width = static_cast<std::size_t>(tile.bounds.width());
+    const int first = wrap(left, tile.bounds.width());
+    // Once around the tile at most, in two parts; what follows is the same again.
+    const std::span<std::uint32_t> once(source_.data(), std::min(count, width));
+    const std::size_t before = std::min(once.size(), width - static_cast<std::size_t>(first));
+    tile.get(row, first, once.first(before));
+    tile.get(row, 0, once.subspan(before));
+    for (std::uint32_t& pixel : once) pixel = map_.pixelOf(tile.colorOf(pixel));
+    for (std::size_t i = once.size(); i < count; ++i) source_[i] = source_[i - width];
   } else {
     const std::uint8_t bits = pattern_.bits[static_cast<std::size_t>(y & 7)];
     for (std::size_t i = 0; i < count; ++i) {

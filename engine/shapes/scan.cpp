@@ -56,6 +56,27 @@ class OvalRows {
   int y() const { return y_; }
   bool done() const { return y_ >= box_.bottom; }
 
+  // Goes on at a row further down, where all rows between would have led.
+  void skipTo(int y) {
+    if (y <= y_) return;
+    const int rows = y - box_.top;
+    const int straight = std::clamp(rows - h_ / 2, 0, box_.height() - h_);
+    const int advances = rows - straight;
+    y_ = y;
+    if (w_ == 0 || advances == 0) return;
+    const int last = advances - 1;
+    const int widest = (h_ - 1) / 2;
+    auto steps = stepsFromBelow(targetOf(std::min(last, widest)));
+    if (last > widest) steps = std::min(steps, mostStepsWithin(targetOf(last)));
+    left_ += (Wide(steps_) - Wide(steps)) * kHalf;
+    right_ -= (Wide(steps_) - Wide(steps)) * kHalf;
+    steps_ = steps;
+    sum_ = squareOf(steps);
+    term_ = step_ / 2 * (2 * steps + 1);
+    odd_ = 1 - h_ + 2 * advances;
+    target_ = targetOf(advances);
+  }
+
   Run next() {
     const int y = y_++;
     const bool inCorners = y < box_.top + h_ / 2 || y >= box_.top + h_ / 2 + box_.height() - h_;
@@ -68,6 +89,30 @@ class OvalRows {
   }
 
  private:
+  // What the sum is measured against in a row of the corners.
+  Wide targetOf(Wide row) const { return 2 * Wide{h_} - 1 - 4 * row * (row + 1 - h_); }
+  std::uint64_t squareOf(std::uint64_t steps) const { return step_ / 2 * steps * steps; }
+  Wide sumAfter(std::uint64_t steps) const { return static_cast<Wide>(squareOf(steps) >> 32); }
+  // The most steps whose sum is no more than the target.
+  std::uint64_t mostStepsWithin(Wide target) const {
+    std::uint64_t low = 0, high = mostSteps_;
+    while (low < high) {
+      const std::uint64_t middle = (low + high + 1) / 2;
+      if (sumAfter(middle) <= target) {
+        low = middle;
+      } else {
+        high = middle - 1;
+      }
+    }
+    return low;
+  }
+  // As many steps as rows that get wider come to: of those with the same sum the first.
+  std::uint64_t stepsFromBelow(Wide target) const {
+    const std::uint64_t below = target > 0 ? mostStepsWithin(target - 1) : 0;
+    const bool meets = below < mostSteps_ && target > 0 && sumAfter(below + 1) == target;
+    return meets ? below + 1 : below;
+  }
+
   void advance() {
     while (static_cast<Wide>(sum_ >> 32) < target_ && steps_ < mostSteps_) {
       ++steps_;
@@ -113,6 +158,9 @@ void emitWithout(int y, Run run, Run hole, RunSink& sink) {
 class Hole {
  public:
   explicit Hole(const RoundBox& shape) : isEmpty_(shape.box.empty()), rows_(shape) {}
+  void skipTo(int y) {
+    if (!isEmpty_) rows_.skipTo(y);
+  }
   Run at(int y) { return !isEmpty_ && !rows_.done() && y == rows_.y() ? rows_.next() : Run{0, 0}; }
 
  private:
@@ -134,6 +182,7 @@ class Ray {
   }
 
   bool isIn(bool upper) const { return upper ? isUpper_ : isLower_; }
+  void skip(int rows) { x_ += slope_ * rows; }
   int next() {
     const Wide x = std::clamp(x_ >> 16, Wide{-0x100000}, Wide{0x100000});
     x_ += slope_;
@@ -156,6 +205,10 @@ class WedgeRows {
     std::array<Run, 2> runs;
     int count;
   };
+  void skip(int rows) {
+    first_.skip(rows);
+    last_.skip(rows);
+  }
   Runs cut(int y, Run run) {
     const bool upper = y < (box_.top + box_.bottom) >> 1;
     const int firstX = first_.next();
@@ -186,7 +239,17 @@ class WedgeRows {
   Ray first_, last_;
 };
 
-void scanWedge(const Box& box, const Wedge& wedge, const RoundBox& inside, RunSink& sink) {
+// Rows of a shape without those of another inside it.
+void scanBand(OvalRows rows, Hole hole, const Box& clip, RunSink& sink) {
+  rows.skipTo(clip.top);
+  hole.skipTo(clip.top);
+  while (!rows.done() && rows.y() < clip.bottom) {
+    const int y = rows.y();
+    emitWithout(y, rows.nextCut(), hole.at(y), sink);
+  }
+}
+
+void scanWedge(const Box& box, const Wedge& wedge, const RoundBox& inside, const Box& clip, RunSink& sink) {
   int start = wedge.start;
   int arc = wedge.arc;
   if (arc < 0) {
@@ -196,15 +259,12 @@ void scanWedge(const Box& box, const Wedge& wedge, const RoundBox& inside, RunSi
   if (box.empty() || arc == 0) return;
   Hole hole(inside);
   OvalRows rows(RoundBox::oval(box));
-  if (arc >= 360) {
-    while (!rows.done()) {
-      const int y = rows.y();
-      emitWithout(y, rows.nextCut(), hole.at(y), sink);
-    }
-    return;
-  }
+  if (arc >= 360) return scanBand(rows, hole, clip, sink);
   WedgeRows cutter(box, (start % 360 + 360) % 360, arc);
-  while (!rows.done()) {
+  cutter.skip(std::max(0, clip.top - box.top));
+  rows.skipTo(clip.top);
+  hole.skipTo(clip.top);
+  while (!rows.done() && rows.y() < clip.bottom) {
     const int y = rows.y();
     const WedgeRows::Runs cut = cutter.cut(y, rows.nextCut());
     const Run without = hole.at(y);
@@ -216,46 +276,39 @@ Wide slopeOf(Point from, Point to) { return (to.h - from.h) * kOne / (to.v - fro
 
 }  // namespace
 
-void scanRoundBox(const RoundBox& shape, RunSink& sink) {
+void scanRoundBox(const RoundBox& shape, const Box& clip, RunSink& sink) {
   if (shape.box.empty()) return;
   if (shape.ovalWidth <= 0) return sink.box(shape.box);
-  OvalRows rows(shape);
-  while (!rows.done()) {
-    const int y = rows.y();
-    emit(y, rows.nextCut(), sink);
-  }
+  scanBand(OvalRows(shape), Hole(RoundBox{}), clip, sink);
 }
 
-void scanFrame(const RoundBox& shape, Point pen, RunSink& sink) {
+void scanFrame(const RoundBox& shape, Point pen, const Box& clip, RunSink& sink) {
   if (shape.box.empty() || pen.h <= 0 || pen.v <= 0) return;
   const RoundBox inside = shape.inset(pen.h, pen.v);
-  if (inside.box.empty()) return scanRoundBox(shape, sink);
+  if (inside.box.empty()) return scanRoundBox(shape, clip, sink);
   if (shape.ovalWidth <= 0) {
     const Box& outer = shape.box;
     const Box& inner = inside.box;
     sink.box({outer.top, outer.left, inner.top, outer.right});
-    for (int y = inner.top; y < inner.bottom; ++y) {
+    for (int y = std::max(inner.top, clip.top); y < std::min(inner.bottom, clip.bottom); ++y) {
       sink.run(y, outer.left, inner.left);
       sink.run(y, inner.right, outer.right);
     }
     return sink.box({inner.bottom, outer.left, outer.bottom, outer.right});
   }
-  Hole hole(inside);
-  OvalRows rows(shape);
-  while (!rows.done()) {
-    const int y = rows.y();
-    emitWithout(y, rows.nextCut(), hole.at(y), sink);
-  }
+  scanBand(OvalRows(shape), Hole(inside), clip, sink);
 }
 
-void scanArc(const Box& box, const Wedge& wedge, RunSink& sink) { scanWedge(box, wedge, RoundBox{}, sink); }
+void scanArc(const Box& box, const Wedge& wedge, const Box& clip, RunSink& sink) {
+  scanWedge(box, wedge, RoundBox{}, clip, sink);
+}
 
-void scanArcFrame(const Box& box, const Wedge& wedge, Point pen, RunSink& sink) {
+void scanArcFrame(const Box& box, const Wedge& wedge, Point pen, const Box& clip, RunSink& sink) {
   if (pen.h <= 0 || pen.v <= 0) return;
-  scanWedge(box, wedge, RoundBox::oval(box.inset(pen.h, pen.v)), sink);
+  scanWedge(box, wedge, RoundBox::oval(box.inset(pen.h, pen.v)), clip, sink);
 }
 
-void scanLine(Point from, Point to, Point pen, RunSink& sink) {
+void scanLine(Point from, Point to, Point pen, const Box& clip, RunSink& sink) {
   if (pen.h <= 0 || pen.v <= 0) return;
   if (from.v > to.v) std::swap(from, to);
   const Box bounds(from.v, std::min(from.h, to.h), to.v + pen.v, std::max(from.h, to.h) + pen.h);
@@ -278,7 +331,10 @@ void scanLine(Point from, Point to, Point pen, RunSink& sink) {
     left += slope < -kOne ? kOne : 0;
     right += slope < -kOne ? 0 : slope;
   }
-  for (int y = bounds.top; y < bounds.bottom; ++y) {
+  const int top = std::max(bounds.top, clip.top);
+  left += slope * (top - bounds.top);
+  right += slope * (top - bounds.top);
+  for (int y = top; y < std::min(bounds.bottom, clip.bottom); ++y) {
     emit(y, {std::max(floorOf(left), bounds.left), std::min(floorOf(right), bounds.right)}, sink);
     left += slope;
     right += slope;

@@ -22,17 +22,19 @@ struct Wedge {
   int start = 0, arc = 360;
 };
 
-void scanRoundBox(const RoundBox& shape, RunSink& sink);
+// Only rows of the clip are looked at, by all of them.
+
+void scanRoundBox(const RoundBox& shape, const Box& clip, RunSink& sink);
 // The band between a shape and the shape inset by the pen; all of it where nothing is left inside.
-void scanFrame(const RoundBox& shape, Point pen, RunSink& sink);
+void scanFrame(const RoundBox& shape, Point pen, const Box& clip, RunSink& sink);
 // The wedge of an oval; with a pen, its band along the arc, without the radii.
-void scanArc(const Box& box, const Wedge& wedge, RunSink& sink);
-void scanArcFrame(const Box& box, const Wedge& wedge, Point pen, RunSink& sink);
+void scanArc(const Box& box, const Wedge& wedge, const Box& clip, RunSink& sink);
+void scanArcFrame(const Box& box, const Wedge& wedge, Point pen, const Box& clip, RunSink& sink);
 
 // A line swept by the pen that hangs below and right of it. Touches each pixel once.
-void scanLine(Point from, Point to, Point pen, RunSink& sink);
+void scanLine(Point from, Point to, Point pen, const Box& clip, RunSink& sink);
 
-// The inside of a polygon by the even-odd rule, closed if it is open. Only rows of the clip are looked at.
+// The inside of a polygon by the even-odd rule, closed if it is open.
 void scanPolygon(std::span<const Point> points, const Box& clip, RunSink& sink);
 
 }  // namespace qd

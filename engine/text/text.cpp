@@ -80,6 +80,11 @@ void scanText(Fonts& fonts, const TextState& style, Point at, std::string_view b
   const Typeface typeface(fonts, style);
   if (!typeface.font.fault().empty()) return fonts.lose(typeface.font);
   std::vector<GlyphRun> runs;
+  constexpr int kOutline = 4;  // what a hollow character needs of the pixels around it
+  const Box near = clip.inset(-kOutline, -kOutline);
+  const auto mayShow = [&near](const GlyphRun& run) {
+    return run.y >= near.top && run.y < near.bottom && run.right > near.left && run.left < near.right;
+  };
   int pen = at.h;
   const int reach = reachOf(typeface.size);
   const bool isNear = at.v + reach > clip.top && at.v - reach < clip.bottom;
@@ -89,7 +94,8 @@ void scanText(Fonts& fonts, const TextState& style, Point at, std::string_view b
     pen += advanceOf(typeface, style, static_cast<unsigned char>(byte));
     if (!isNear || here + reach <= clip.left) continue;
     for (const GlyphRun& run : typeface.font.runs(unicodeOf(static_cast<unsigned char>(byte)), typeface.size)) {
-      runs.push_back({at.v + run.y, here + run.left, here + run.right});
+      const GlyphRun placed = {at.v + run.y, here + run.left, here + run.right};
+      if (mayShow(placed)) runs.push_back(placed);
     }
   }
   if ((style.face & kUnderline) != 0) {
