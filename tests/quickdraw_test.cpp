@@ -1,8 +1,11 @@
 // QuickDraw's pixels and pictures, seen from inside and through its operations.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
+#include <functional>
 #include <random>
+#include <set>
 
 #include "engine/pict/bits.h"
 #include "engine/pict/lister.h"
@@ -187,6 +190,15 @@ TEST_F(QuickDraw, ScannersLookAtRowsOfTheClipAlone) {
     std::vector<std::array<int, 3>> runs;
     int count = 0;
   };
+  struct PixelSet : RunSink {
+    explicit PixelSet(const Box& only) : clip(only) {}
+    void run(int y, int left, int right) override {
+      if (y < clip.top || y >= clip.bottom) return;
+      for (int x = std::max(left, clip.left); x < std::min(right, clip.right); ++x) pixels.insert({y, x});
+    }
+    Box clip;
+    std::set<std::pair<int, int>> pixels;
+  };
   std::mt19937 random(11);
   const auto any = [&](int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); };
   const auto word = [&](int far) { return static_cast<std::int16_t>(any(-far, far)); };
@@ -206,6 +218,16 @@ TEST_F(QuickDraw, ScannersLookAtRowsOfTheClipAlone) {
         [&](const Box& rows, RunSink& sink) { scanArcFrame(box, wedge, pen, rows, sink); },
         [&](const Box& rows, RunSink& sink) { scanLine(from, to, pen, rows, sink); },
     };
+    // More edges than columns.
+    if (i % 20 == 0) {
+      std::vector<Point> points;
+      for (int k = 0; k < 200; ++k) points.push_back({word(40), word(40)});
+      const Box narrow(clip.top, -5, clip.bottom, 20);
+      PixelSet all(narrow), shown(narrow);
+      scanPolygon(points, kAllRows, all);
+      scanPolygon(points, narrow, shown);
+      ASSERT_EQ(all.pixels, shown.pixels);
+    }
     for (const auto& scan : scans) {
       Rows all(clip), shown(clip);
       scan(kAllRows, all);

@@ -162,20 +162,8 @@ void Painter::fillWords(std::uint8_t* row, const Tile& tile, const Words& words)
 void Painter::fillByPixel(int y, int left, int right) {
   const auto count = static_cast<std::size_t>(right - left);
   source_.resize(count);
-  there_.resize(count);
   if (pattern_.pixels != nullptr) {
-    const PixelMap& tile = pattern_.pixels->tile.map;
-    const auto wrap = [](int value, int size) { return (value % size + size) % size; };
-    const int row = wrap(y, tile.bounds.height());
-    const auto width = static_cast<std::size_t>(tile.bounds.width());
-    const int first = wrap(left, tile.bounds.width());
-    // Once around the tile at most, in two parts; what follows is the same again.
-    const std::span<std::uint32_t> once(source_.data(), std::min(count, width));
-    const std::size_t before = std::min(once.size(), width - static_cast<std::size_t>(first));
-    tile.get(row, first, once.first(before));
-    tile.get(row, 0, once.subspan(before));
-    for (std::uint32_t& pixel : once) pixel = map_.pixelOf(tile.colorOf(pixel));
-    for (std::size_t i = once.size(); i < count; ++i) source_[i] = source_[i - width];
+    expandTile(y, left, count);
   } else {
     const std::uint8_t bits = pattern_.bits[static_cast<std::size_t>(y & 7)];
     for (std::size_t i = 0; i < count; ++i) {
@@ -183,9 +171,34 @@ void Painter::fillByPixel(int y, int left, int right) {
       source_[i] = transfer_.patternPixel(isSet);
     }
   }
+  if (transfer_.isPlainCopy()) return map_.put(y, left, source_);
+  there_.resize(count);
   map_.get(y, left, there_);
   for (std::size_t i = 0; i < count; ++i) there_[i] = transfer_.apply(source_[i], there_[i]);
   map_.put(y, left, there_);
+}
+
+// The tile's pixels for a run, as the map's. They stay for a next run that takes the same.
+void Painter::expandTile(int y, int left, std::size_t count) {
+  const PixelMap& tile = pattern_.pixels->tile.map;
+  const auto wrap = [](int value, int size) { return (value % size + size) % size; };
+  const std::array<int, 3> run = {wrap(y, tile.bounds.height()), wrap(left, tile.bounds.width()),
+                                  static_cast<int>(count)};
+  if (run == expanded_) return;
+  expanded_ = run;
+  const auto [row, first, unused] = run;
+  // Once around the tile at most, in two parts; what follows is the same again.
+  const auto width = static_cast<std::size_t>(tile.bounds.width());
+  const std::span<std::uint32_t> once(source_.data(), std::min(count, width));
+  const std::size_t before = std::min(once.size(), width - static_cast<std::size_t>(first));
+  tile.get(row, first, once.first(before));
+  tile.get(row, 0, once.subspan(before));
+  if (!tile.isDirect() && tilePixels_.empty()) {
+    for (std::uint32_t index = 0; index < 1U << tile.depth; ++index)
+      tilePixels_.push_back(map_.pixelOf(tile.colorOf(index)));
+  }
+  for (std::uint32_t& pixel : once) pixel = tile.isDirect() ? map_.pixelOf(tile.colorOf(pixel)) : tilePixels_[pixel];
+  for (std::size_t i = once.size(); i < count; ++i) source_[i] = source_[i - width];
 }
 
 void whiten(const PixelMap& map) {

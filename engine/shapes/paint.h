@@ -1,6 +1,7 @@
 // Puts runs of a pattern down on a map.
 #pragma once
 
+#include <array>
 #include <vector>
 
 #include "engine/geometry/region.h"
@@ -56,6 +57,7 @@ class Painter : public RunSink {
   const Tile& tileOf(int y);
   void makeTile(Tile& tile, std::uint8_t bits) const;
   void fillByPixel(int y, int left, int right);
+  void expandTile(int y, int left, std::size_t count);
 
   const PixelMap& map_;
   const Region& clip_;
@@ -66,6 +68,8 @@ class Painter : public RunSink {
   unsigned ready_ = 0;   // tiles, by bits
   std::array<Tile, 8> tiles_;
   std::vector<std::uint32_t> source_, there_;
+  std::vector<std::uint32_t> tilePixels_;  // what the indices of a tile with colours become
+  std::array<int, 3> expanded_ = {};       // the tile's row, its first column and the pixels that source_ holds of it
 };
 
 // Makes all pixels of a new map white.

@@ -1,6 +1,7 @@
 #include "engine/shapes/scan.h"
 
 #include <array>
+#include <utility>
 
 namespace qd {
 namespace {
@@ -372,6 +373,7 @@ void scanPolygon(std::span<const Point> points, const Box& clip, RunSink& sink) 
   // Those that cross the row, from left to right.
   std::vector<Edge> active;
   active.reserve(edges.size());
+  std::vector<char> oddHere(static_cast<std::size_t>(std::max(0, clip.width())) + 1);
   std::size_t next = 0;
   int change = clip.top;  // the next row at which some edge begins or ends
   for (int y = clip.top; y < clip.bottom && (next < edges.size() || !active.empty()); ++y) {
@@ -380,6 +382,25 @@ void scanPolygon(std::span<const Point> points, const Box& clip, RunSink& sink) 
       for (; next < edges.size() && edges[next].top == y; ++next) active.push_back(edges[next]);
       change = next < edges.size() ? edges[next].top : clip.bottom;
       for (const Edge& edge : active) change = std::min(change, edge.bottom);
+    }
+    if (active.size() > oddHere.size()) {
+      // Rather than sort more edges than there are columns, tell where their number is odd.
+      for (Edge& edge : active) {
+        const auto column = static_cast<std::size_t>(std::clamp(floorOf(edge.x), clip.left, clip.right) - clip.left);
+        oddHere[column] ^= 1;
+        edge.x += edge.slope;
+      }
+      int left = 0;
+      bool isInside = false;
+      for (std::size_t column = 0; column < oddHere.size(); ++column) {
+        if (!std::exchange(oddHere[column], char{0})) continue;
+        const int x = clip.left + static_cast<int>(column);
+        if (isInside) emit(y, {left, x}, sink);
+        isInside = !isInside;
+        left = x;
+      }
+      if (isInside) emit(y, {left, clip.right}, sink);
+      continue;
     }
     // They are nearly in order: few change places between two rows.
     Edge* const begin = active.data();
