@@ -234,3 +234,72 @@ TEST(Library, TakesNoDamagedFont) {
   }
   std::filesystem::remove_all(folder);
 }
+
+namespace {
+
+using FileBytes = std::vector<std::uint8_t>;
+
+FileBytes joined(std::initializer_list<FileBytes> parts) {
+  FileBytes all;
+  for (const FileBytes& part : parts) all.insert(all.end(), part.begin(), part.end());
+  return all;
+}
+
+// Red, green and blue in a stored block. The chunks have no checksums, as some writers left them.
+FileBytes png(int width, int height, bool isInterlaced, const FileBytes& rows) {
+  const auto chunk = [](FileBytes data, const char* name) {
+    const std::string letters(name);
+    return joined(
+        {{0, 0, 0, static_cast<std::uint8_t>(data.size())}, {letters.begin(), letters.end()}, data, {0, 0, 0, 0}});
+  };
+  const auto low = [](int value) { return static_cast<std::uint8_t>(value); };
+  const std::uint8_t size = low(static_cast<int>(rows.size()));
+  return joined(
+      {{0x89, 'P', 'N', 'G', 13, 10, 26, 10},
+       chunk({0, 0, low(width >> 8), low(width), 0, 0, low(height >> 8), low(height), 8, 2, 0, 0, isInterlaced},
+             "IHDR"),
+       chunk(joined({{0x78, 1, 1, size, 0, static_cast<std::uint8_t>(~size), 0xFF}, rows, {0, 0, 0, 0}}), "IDAT"),
+       chunk({}, "IEND")});
+}
+
+// A block of grey: its mean differs by nothing from grey, and there is no more to it. Each table has one code, of a
+// bit.
+FileBytes jpeg(FileBytes counts, FileBytes symbols) {
+  counts.resize(16);
+  const auto table = [&](std::uint8_t which) {
+    const std::size_t length = 19 + symbols.size();
+    return joined({{0xFF, 0xC4, static_cast<std::uint8_t>(length >> 8), static_cast<std::uint8_t>(length), which},
+                   counts,
+                   symbols});
+  };
+  return joined({{0xFF, 0xD8, 0xFF, 0xDB, 0, 67, 0},
+                 FileBytes(64, 1),
+                 {0xFF, 0xC0, 0, 11, 8, 0, 8, 0, 8, 1, 1, 0x11, 0},
+                 table(0),
+                 table(0x10),
+                 {0xFF, 0xDA, 0, 8, 1, 1, 0, 0, 63, 0, 0x3F, 0xFF, 0xD9}});
+}
+
+}  // namespace
+
+// By the system's libraries and, at 32 bits, by the small decoder after its check.
+TEST(Library, DecodesImagesAndRefusesWhatTheyCannotBe) {
+  qd::System system(FONTS);
+  const auto decoded = [&system](const FileBytes& file) {
+    std::string why;
+    auto world = qd::GWorld::ofImage(system, file, why);
+    if (!world) return why;
+    std::vector<std::uint8_t> first(static_cast<std::size_t>(world->width()) * 3);
+    world->rgb(0, first);
+    return std::to_string(world->width()) + "x" + std::to_string(world->height()) + " of " + std::to_string(first[0]) +
+           "," + std::to_string(first[1]) + "," + std::to_string(first[2]);
+  };
+  EXPECT_EQ(decoded(jpeg({1}, {0})), "8x8 of 128,128,128");
+  // More codes than there are, which a decoder wrote past its table, and codes that no bits are left for.
+  EXPECT_EQ(decoded(jpeg({255, 255}, FileBytes(510))), "its data make no sense");
+  EXPECT_EQ(decoded(jpeg({3}, {0, 1, 2})).find("8x8"), std::string::npos);
+  EXPECT_EQ(decoded(FileBytes(40)), "its format is none that is known");
+  EXPECT_EQ(decoded(png(2, 1, false, {0, 9, 8, 7, 6, 5, 4})), "2x1 of 9,8,7");
+  // Interlaced rows must all be in memory before the first is known.
+  EXPECT_NE(decoded(png(30000, 30000, true, {0, 9, 8, 7})).find("too many to be decoded at once"), std::string::npos);
+}
