@@ -62,7 +62,7 @@ def outline(shape, left, top, right, bottom, start=0, arc=360):
 
 
 def listing(macpict, pict):
-    """The frame, and of each opcode its line, offset, name, numbers, and the colour or text behind them."""
+    """The frame, and of each opcode its line, offset, name, numbers, and the colour or text after them."""
     numbers = lambda text: [int(n) for n in re.findall(r"-?\d+", text)]
     run = subprocess.run([macpict, "list", pict], check=True, capture_output=True, text=True)
     head, *lines = run.stdout.splitlines()

@@ -12,7 +12,7 @@ struct RecorderTest : PluginTest {
   }
   std::int32_t handleOf(const Object& recorder) { return number(host().get(recorder, "PicHandle")); }
   std::string name(std::int32_t handle) { return spy::reference(reinterpret_cast<const void*>(handle)); }
-  // The flag behind the three fields.
+  // The flag after the three fields.
   static int isOpen(const Object& recorder) {
     return reinterpret_cast<const unsigned char*>(recorder.get())[runtime::kDataOffset + 12];
   }

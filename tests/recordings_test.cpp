@@ -11,7 +11,7 @@
 namespace {
 
 struct Recordings : PluginTest {
-  // The opcodes behind the head and the first clip.
+  // The opcodes after the head and the first clip.
   std::string record(const std::function<void(const Object&)>& draw) {
     const Object recorder = this->recorder(100, 80);
     draw(recorder);

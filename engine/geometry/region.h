@@ -56,7 +56,7 @@ class Region {
   Region mapped(const Mapping& mapping) const;
 
   // A region as QuickDraw keeps it: size in bytes, bounding box, and for what is no rectangle rows of y and the points
-  // at which the row differs from the one above, each ended by 0x7FFF. A parse takes the words behind the box, and
+  // at which the row differs from the one above, each ended by 0x7FFF. A parse takes the words after the box, and
   // fails on what is out of order or absurdly large.
   std::vector<std::int16_t> inversionPoints() const;
   static std::optional<Region> fromInversionPoints(const Box& bounds, std::span<const std::int16_t> points);

@@ -25,7 +25,7 @@ constexpr std::size_t kMostEntries = 256;
 // A size that counts itself and a rectangle: the least that a region or a polygon has.
 constexpr std::size_t kLeastSize = 10;
 
-// What lies behind the size and the bounds of a region or a polygon.
+// What comes after the size and the bounds of a region or a polygon.
 Bytes takeSized(ByteReader& in, Rect& bounds, std::size_t unit) {
   const std::size_t size = in.u16();
   bounds = in.rect();

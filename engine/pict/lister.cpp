@@ -155,7 +155,7 @@ bool listPicture(Bytes picture, const std::function<void(const std::string&)>& l
   if (end.error) {
     line(describe(*end.error));
   } else if (end.left != 0) {
-    line(format("%zu bytes behind the end", end.left));
+    line(format("%zu bytes after the end", end.left));
   }
   return !end.error;
 }

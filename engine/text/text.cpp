@@ -80,8 +80,8 @@ void scanText(Fonts& fonts, const TextState& style, Point at, std::string_view b
   const Typeface typeface(fonts, style);
   if (!typeface.font.fault().empty()) return fonts.lose(typeface.font);
   std::vector<GlyphRun> runs;
-  constexpr int kOutline = 4;  // what a hollow character needs of the pixels around it
-  const Box near = clip.inset(-kOutline, -kOutline);
+  constexpr int kAround = 4;  // what a hollow character needs of the pixels around it
+  const Box near = clip.inset(-kAround, -kAround);
   const auto mayShow = [&near](const GlyphRun& run) {
     return run.y >= near.top && run.y < near.bottom && run.right > near.left && run.left < near.right;
   };

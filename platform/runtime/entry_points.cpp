@@ -38,7 +38,7 @@ struct Door<method> {
 
 std::int32_t LenB(REALstringStruct* string) { return static_cast<std::int32_t>(bytesOf(string).size()); }
 
-// The frame of a picture stands behind the word of its size, big-endian.
+// The frame of a picture stands after the word of its size, big-endian.
 Rect frameOf(PicHandle pict) {
   constexpr std::int32_t kFrameEnd = 10;
   const auto handle = reinterpret_cast<Handle>(pict);

@@ -1,3 +1,4 @@
+// What ends a program of host code, or keeps a plug-in from being loaded.
 #pragma once
 
 #include <stdexcept>

@@ -86,7 +86,7 @@ struct ExceptionObject : Payload {
   std::int32_t number = 0;
 };
 
-// Data of a class lies behind the record.
+// Data of a class lies after the record.
 constexpr std::uint32_t kDataOffset = 16;
 
 class Heap {

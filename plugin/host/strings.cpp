@@ -173,7 +173,7 @@ void rbText::convert(Form form, std::uint32_t encoding) {
   terminate(form);
 }
 
-// Makes sure of a terminator behind the text: the host's own, for which its buffers have a readable byte, or a copy's.
+// Makes sure of a terminator after the text: the host's own, for which its buffers have a readable byte, or a copy's.
 void rbText::terminate(Form form) {
   const std::int32_t length = lengths[form];
   if (bytes[form] == nullptr || length < 0) return clear(form);

@@ -106,7 +106,7 @@ struct Listing {
 };
 struct ListingEnd {
   std::optional<PictureError> error;  // where the picture is broken
-  std::size_t left;                   // bytes behind its end
+  std::size_t left;                   // bytes after its end
 };
 // Calls `opcode` for each up to the end or to what is broken.
 ListingEnd listOpcodes(Bytes picture, const std::function<void(const Listing&)>& opcode);
