@@ -41,15 +41,10 @@ void Session::requireQuickDraw() {
   std::string why = "there is no folder of frameworks";
   FSRef folder;
   if (FSFindFolder(kOnAppropriateDisk, kFrameworksFolderType, 1, &folder) == 0) {
-    const CFURLRef folderURL = CFURLCreateFromFSRef(kCFAllocatorSystemDefault, &folder);
-    const CFURLRef url = CFURLCreateCopyAppendingPathComponent(kCFAllocatorSystemDefault, folderURL, kName.ref(), 0);
-    CFRelease(folderURL);
-    const CFBundleRef bundle = CFBundleCreate(kCFAllocatorSystemDefault, url);
-    CFRelease(url);
-    const bool isLoaded = CFBundleLoadExecutable(bundle) != 0;
-    const std::string refusal = loadErrorOf(bundle);
-    CFRelease(bundle);
-    if (isLoaded) return;
+    const OwnedBundle bundle = bundleIn(folder, kName.ref());
+    auto* const ref = static_cast<CFBundleRef>(bundle.get());
+    if (CFBundleLoadExecutable(ref) != 0) return;
+    const std::string refusal = loadErrorOf(ref);
     why = refusal.empty() ? "it isn't in the folder of frameworks" : refusal;
   }
   throw runtime::Error("QuickDraw's framework can't be loaded, so that nothing would be drawn: " + why + ".");

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "contract/system.h"
-#include "platform/frameworks/bundle.h"
 #include "platform/guarded.h"
 #include "platform/memory/memory.h"
 #include "platform/quickdraw/operations.h"
@@ -125,8 +124,6 @@ Host::~Host() {
   runningHost = nullptr;
 }
 
-void Host::Unload::operator()(void* bundle) const { CFRelease(bundle); }
-
 void Host::load(const std::filesystem::path& path, Resolver resolver) {
   static constinit const ConstantString kEntryPoint("REALPluginMain");
   const std::filesystem::path whole = std::filesystem::absolute(path);
@@ -137,15 +134,11 @@ void Host::load(const std::filesystem::path& path, Resolver resolver) {
   // The frameworks' folder is as good a place to start from as any: an absolute component replaces it.
   if (FSFindFolder(kOnAppropriateDisk, kFrameworksFolderType, 1, &root) != 0)
     throw Error("The platform's frameworks can't be found.");
-  const CFURLRef folder = CFURLCreateFromFSRef(kCFAllocatorSystemDefault, &root);
   const std::string text = whole.string();
   ConstantString name("");
   name.characters = text.c_str();
   name.length = static_cast<std::uint32_t>(text.size());
-  const CFURLRef url = CFURLCreateCopyAppendingPathComponent(kCFAllocatorSystemDefault, folder, name.ref(), 1);
-  CFRelease(folder);
-  std::unique_ptr<void, Unload> bundle(CFBundleCreate(kCFAllocatorSystemDefault, url));
-  CFRelease(url);
+  OwnedBundle bundle = bundleIn(root, name.ref());
   auto* const ref = static_cast<CFBundleRef>(bundle.get());
   if (CFBundleLoadExecutable(ref) == 0) {
     throw Error("The plug-in \"" + path.string() + "\" can't be loaded: " + loadErrorOf(ref) + ".");

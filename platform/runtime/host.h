@@ -13,6 +13,7 @@
 #include <variant>
 #include <vector>
 
+#include "platform/frameworks/bundle.h"
 #include "platform/runtime/error.h"
 #include "platform/runtime/heap.h"
 #include "platform/runtime/registry.h"
@@ -139,10 +140,7 @@ class Host {
   mutable Heap heap_;  // a host that makes values is the same host
   Object raised_;
   std::exception_ptr refused_;
-  struct Unload {
-    void operator()(void* bundle) const;
-  };
-  std::vector<std::unique_ptr<void, Unload>> bundles_;
+  std::vector<OwnedBundle> bundles_;
 };
 
 template <class Kind>
