@@ -21,7 +21,7 @@ struct EntryPoints {
 #include "contract/entry_points.def"
 
   PictureObject* pictureOf(REALpictureStruct* picture) const { return heap.as<PictureObject>(picture); }
-  REALpictureStruct* newPicture(PictureObject picture);
+  REALpictureStruct* newPicture(PictureObject picture, const Rect& frame, std::int32_t takeOver);
 };
 
 // What a plug-in calls. It answers nothing when no host runs, and when there is no memory.
@@ -168,19 +168,18 @@ void EntryPoints::REALDrawPicturePrimitive(REALpictureStruct* picture, const Rec
   CopyBits(GetPortBitMapForCopyBits(object->world), GetPortBitMapForCopyBits(port), &bounds, frame, 0, nullptr);
 }
 // What the host takes over is its own from here on, and goes with the picture if there is no memory for the object.
-REALpictureStruct* EntryPoints::newPicture(PictureObject picture) {
+REALpictureStruct* EntryPoints::newPicture(PictureObject picture, const Rect& frame, std::int32_t takeOver) {
+  picture.owns = takeOver != 0;
+  picture.width = frame.right - frame.left;
+  picture.height = frame.bottom - frame.top;
   return reinterpret_cast<REALpictureStruct*>(heap.newObject(std::make_unique<PictureObject>(std::move(picture))));
 }
 REALpictureStruct* EntryPoints::REALBuildPictureFromPicHandle(PicHandle pict, std::int32_t takeOver) {
   if (pict == nullptr) return nullptr;
-  const Rect frame = frameOf(pict);
   PictureObject picture;
   picture.kind = kPictureKindPICT;
   picture.pict = pict;
-  picture.owns = takeOver != 0;
-  picture.width = frame.right - frame.left;
-  picture.height = frame.bottom - frame.top;
-  return newPicture(std::move(picture));
+  return newPicture(std::move(picture), frameOf(pict), takeOver);
 }
 REALpictureStruct* EntryPoints::REALBuildPictureFromGWorld(GWorldPtr world, std::int32_t takeOver) {
   if (world == nullptr) return nullptr;
@@ -189,10 +188,7 @@ REALpictureStruct* EntryPoints::REALBuildPictureFromGWorld(GWorldPtr world, std:
   PictureObject picture;
   picture.kind = kPictureKindGWorld;
   picture.world = world;
-  picture.owns = takeOver != 0;
-  picture.width = bounds.right - bounds.left;
-  picture.height = bounds.bottom - bounds.top;
-  return newPicture(std::move(picture));
+  return newPicture(std::move(picture), bounds, takeOver);
 }
 
 void EntryPoints::REALSelectGraphics(REALgraphicsStruct* graphics) {
