@@ -51,7 +51,7 @@ Status listInFull(const Options& options) {
   return kDone;
 }
 
-Status listOne(const Options& options) {
+Status list(const Options& options) {
   if (options.isFull) return listInFull(options);
   const std::string picture = readPicture(options.file);
   if (options.isJson) return listAsJson(options, asBytes(picture));
@@ -66,15 +66,11 @@ Status listOne(const Options& options) {
   return kDone;
 }
 
-Status list(const Options& options) {
-  return workOn(options.file, [&] { return listOne(options); });
-}
-
 }  // namespace
 
 void addList(CLI::App& app, Command& chosen) {
-  const auto [command, options] =
-      addCommand<Options>(app, chosen, "list", "Print a line for each opcode of a picture", list);
+  const auto [command, options] = addCommand<Options>(app, chosen, "list", "Print a line for each opcode of a picture",
+                                                      workingOn(&Options::file, list));
   command->add_option("IN.pict", options.file, "The picture")->required()->type_name("");
   CLI::Option* json = command->add_flag("--json", options.isJson, "As JSON, rectangles as left, top, right, bottom");
   command->add_flag("--full", options.isFull, "Every operand and every byte, as macpict assemble takes it")

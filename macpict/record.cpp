@@ -24,7 +24,7 @@ qd::GWorld readImage(const std::string& path) {
   return std::move(*image);
 }
 
-Status recordOne(const Options& options) {
+Status record(const Options& options) {
   qd::GWorld world = readImage(options.in);
   const int width = world.width();
   const int height = world.height();
@@ -40,21 +40,17 @@ Status recordOne(const Options& options) {
   qd::Recorder recorder(fonts(), qd::PictureParams(width, height), sink);
   recorder.image(world, whole, whole);
   if (!recorder.close()) throw Failure(what + " can't be made: there is no memory for it.");
-  writePicture(options.out, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  writePicture(options.out, asText(bytes));
   std::fprintf(isStandardOutput(options.out) ? stderr : stdout, "%s: %dx%d, %zu bytes\n", options.out.c_str(), width,
                height, bytes.size());
   return kDone;
 }
 
-Status record(const Options& options) {
-  return workOn(options.in, [&] { return recordOne(options); });
-}
-
 }  // namespace
 
 void addRecord(CLI::App& app, Command& chosen) {
-  const auto [command, options] =
-      addCommand<Options>(app, chosen, "record", "Make a PICT file of a PNG or JPEG file", record);
+  const auto [command, options] = addCommand<Options>(app, chosen, "record", "Make a PICT file of a PNG or JPEG file",
+                                                      workingOn(&Options::in, record));
   command->add_option("IN.png", options.in, "The image")->required()->type_name("");
   command->add_option("OUT.pict", options.out, "The picture to write")->required()->type_name("");
   addPictureKind(*command, options.kind);

@@ -7,6 +7,8 @@
 #include <string>
 #include <utility>
 
+#include "tools/failure.h"
+
 enum Status { kDone = 0, kFailed = 1, kWrongUsage = 2 };
 
 // What the command line chose, run after it was read.
@@ -21,6 +23,12 @@ std::pair<CLI::App*, Options&> addCommand(CLI::App& app, Command& chosen, const 
   command->callback(
       [&chosen, options, run = std::decay_t<Run>(run)] { chosen = [options, run] { return run(*options); }; });
   return {command, *options};
+}
+
+// The run of a command that works on one file: what goes wrong is told with its name.
+template <class Options>
+auto workingOn(std::string Options::*file, Status (*run)(const Options&)) {
+  return [file, run](const Options& options) { return workOn(options.*file, [&] { return run(options); }); };
 }
 
 // How a picture is made whose kind is for a person to say.

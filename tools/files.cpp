@@ -87,6 +87,7 @@ class Input {
 }  // namespace
 
 qd::Bytes asBytes(std::string_view text) { return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}; }
+std::string_view asText(qd::Bytes bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
 
 std::string readFile(const fs::path& path) {
   return Input(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY), "\"" + path.string() + "\"").read();

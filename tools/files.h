@@ -8,6 +8,7 @@
 #include "qdraw/qdraw.h"
 
 qd::Bytes asBytes(std::string_view text);
+std::string_view asText(qd::Bytes bytes);
 
 // All of them throw a Failure, also for a file that is too large, or of which no end is in sight.
 std::string readFile(const std::filesystem::path& path);
