@@ -15,7 +15,7 @@ class JpegWalk {
   JpegWalk(Bytes data, std::string& why) : data_(data), in_(data), why_(why) {}
 
   bool isGood() {
-    why_ = "its data make no sense";
+    why_ = kSenseless;
     if (marker() != kBegin) return false;
     for (int at = marker(); at != kEnd; at = marker()) {
       if (!segment(at)) return false;
@@ -198,7 +198,7 @@ bool checkJpeg(Bytes data, std::string& why) { return JpegWalk(data, why).isGood
 
 // Chunks in the order of the file (ISO/IEC 15948).
 bool checkPng(Bytes data, std::string& why) {
-  why = "its data make no sense";
+  why = kSenseless;
   ByteReader in(data);
   in.take(8);
   if (in.u32() != 13 || in.u32() != name("IHDR")) return false;

@@ -1,12 +1,8 @@
 // JPEG and PNG by a small decoder of one header, after a check.
 #include <stb/stb_image.h>
 
-#include <algorithm>
-#include <array>
-
 #include "engine/images/check.h"
 #include "engine/images/decoders.h"
-#include "engine/pict/bytes.h"
 
 namespace qd {
 namespace {
@@ -22,11 +18,7 @@ class WholeImage final : public ImageReader {
   bool isDecoded() const { return rgb_ != nullptr; }
 
   bool next(std::span<std::uint32_t> row) override {
-    const std::uint8_t* from = at_;
-    for (std::uint32_t& pixel : row) {
-      pixel = static_cast<std::uint32_t>(from[0] << 16 | from[1] << 8 | from[2]);
-      from += 3;
-    }
+    unpackTriplets(at_, row);
     at_ += static_cast<std::size_t>(format_.width) * 3;
     return true;
   }

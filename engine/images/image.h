@@ -47,6 +47,12 @@ class ImageReader {
 // Null, and in words why, for what isn't decoded.
 using OpenImage = std::unique_ptr<ImageReader> (*)(const ImageSource& source, std::string& why);
 
+// Why, for what can't be told more closely.
+inline constexpr const char* kSenseless = "its data make no sense";
+
+// Pixels of red, green, blue, a byte each.
+void unpackTriplets(const std::uint8_t* from, std::span<std::uint32_t> row);
+
 // ---- limits
 
 // Pictures count pixels in 16 bits with a sign.

@@ -15,8 +15,6 @@
 namespace qd {
 namespace {
 
-constexpr const char* kDamaged = "its data make no sense";
-
 class JpegReader final : public ImageReader {
  public:
   ~JpegReader() override { jpeg_destroy_decompress(&library_); }
@@ -78,7 +76,7 @@ class JpegReader final : public ImageReader {
       if (std::ranges::find(kDamages, library->err->msg_code) != std::end(kDamages)) of(library).isDamaged_ = true;
     };
     library_.client_data = this;
-    if (setjmp(way_out_) != 0) return kDamaged;
+    if (setjmp(way_out_) != 0) return kSenseless;
     jpeg_create_decompress(&library_);
     jpeg_mem_src(&library_, data.data(), static_cast<unsigned long>(data.size()));
     jpeg_read_header(&library_, 1);

@@ -19,7 +19,7 @@ class PngReader final : public ImageReader {
 
   bool open(std::string& why) {
     if (!readHead()) {
-      why = "its data make no sense";
+      why = kSenseless;
       return false;
     }
     const std::int64_t width = png_get_image_width(library_, head_);

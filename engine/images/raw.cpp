@@ -16,14 +16,7 @@ class RawReader final : public ImageReader {
   bool next(std::span<std::uint32_t> row) override {
     const std::uint8_t* from = at_;
     at_ += rowBytes_;
-    if (depth_ != 24) {
-      unpackPixels(depth_, from, 0, row);
-      return true;
-    }
-    for (std::uint32_t& pixel : row) {
-      pixel = static_cast<std::uint32_t>(from[0] << 16 | from[1] << 8 | from[2]);
-      from += 3;
-    }
+    depth_ == 24 ? unpackTriplets(from, row) : unpackPixels(depth_, from, 0, row);
     return true;
   }
 

@@ -186,7 +186,7 @@ void Painter::expandTile(int y, int left, std::size_t count) {
                                   static_cast<int>(count)};
   if (run == expanded_) return;
   expanded_ = run;
-  const auto [row, first, unused] = run;
+  const int row = run[0], first = run[1];
   // Once around the tile at most, in two parts; what follows is the same again.
   const auto width = static_cast<std::size_t>(tile.bounds.width());
   const std::span<std::uint32_t> once(source_.data(), std::min(count, width));
