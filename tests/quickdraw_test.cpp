@@ -220,8 +220,8 @@ TEST_F(QuickDraw, ScannersLookAtRowsOfTheClipAlone) {
     };
     // More edges than columns.
     if (i % 20 == 0) {
-      std::vector<Point> points;
-      for (int k = 0; k < 200; ++k) points.push_back({word(40), word(40)});
+      std::vector<Point> points(200);
+      for (Point& point : points) point = {word(40), word(40)};
       const Box narrow(clip.top, -5, clip.bottom, 20);
       PixelSet all(narrow), shown(narrow);
       scanPolygon(points, kAllRows, all);

@@ -247,7 +247,7 @@ FileBytes joined(std::initializer_list<FileBytes> parts) {
 
 // Red, green and blue in a stored block. The chunks have no checksums, as some writers left them.
 FileBytes png(int width, int height, bool isInterlaced, const FileBytes& rows) {
-  const auto chunk = [](FileBytes data, const char* name) {
+  const auto chunk = [](const FileBytes& data, const char* name) {
     const std::string letters(name);
     return joined(
         {{0, 0, 0, static_cast<std::uint8_t>(data.size())}, {letters.begin(), letters.end()}, data, {0, 0, 0, 0}});
