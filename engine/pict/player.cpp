@@ -1,6 +1,7 @@
 #include "engine/pict/player.h"
 
 #include <map>
+#include <numeric>
 #include <utility>
 
 #include "engine/images/shown.h"
@@ -52,10 +53,6 @@ class Player {
   void take(const op::HeaderOp&) {}
   void take(const op::OpEndPic&) {}
   // What no drawing goes by.
-  Outcome take(const op::PnLocHFrac&) { return Outcome::skipped; }
-  Outcome take(const op::ChExtra&) { return Outcome::skipped; }
-  Outcome take(const op::LineJustify&) { return Outcome::skipped; }
-  Outcome take(const op::GlyphState&) { return Outcome::skipped; }
   template <class Op>
   requires(Op::kKind == Kind::reserved || Op::kKind == Kind::comment) Outcome take(const Op&) {
     return Outcome::skipped;
@@ -95,6 +92,13 @@ class Player {
   void take(const op::TxMode& op) { setText(text_.mode, op.mode); }
   void take(const op::TxSize& op) { setText(text_.size, op.size); }
   void take(const op::SpExtra& op) { setText(text_.extra, op.extra); }
+  void take(const op::ChExtra& op) { setText(text_.charExtra, op.extra); }
+  void take(const op::PnLocHFrac& op) { setText(text_.fraction, op.fraction); }
+  void take(const op::GlyphState& op) { setText(text_.hasExactWidths, op.fraction != 0); }
+  void take(const op::LineJustify& op) {
+    text_.spacing = op.spacing;
+    setText(text_.slack, op.extra);
+  }
   void take(const op::TxRatio& op) {
     text_.numerator = op.numerator;
     setText(text_.denominator, op.denominator);
@@ -161,24 +165,30 @@ class Player {
     port_.state.penSize = {clamp16(mapping_.height(penSize_.v)), clamp16(mapping_.width(penSize_.h))};
   }
 
-  // Text is scaled by its size; what the width is scaled beyond that goes into its ratio.
+  // Text is scaled by its ratio, so that it stays as wide as it was when it was recorded, in proportion.
   void setText() {
     TextState& text = port_.state.text;
     text = text_;
     if (const auto name = fontNames_.find(text_.font); name != fontNames_.end()) text.fontName = name->second;
     if (mapping_.isOffset()) return;
-    constexpr int kDefaultSize = 12;
-    constexpr int kUnit = 4096;
-    text.size = clamp16(mapping_.height(text_.size > 0 ? text_.size : kDefaultSize));
-    text.extra =
-        static_cast<Fixed>(std::int64_t{text_.extra} * mapping_.to().width() / std::max(1, mapping_.from().width()));
-    const double across = double(mapping_.to().width()) * mapping_.from().height();
-    const double down = double(mapping_.to().height()) * mapping_.from().width();
-    if (across == down || down == 0) return;
-    const double ratio =
-        text_.denominator.h > 0 && text_.numerator.h > 0 ? double(text_.numerator.h) / text_.denominator.h : 1;
-    text.numerator.h = clamp16(static_cast<int>(std::min(ratio * across / down, 7.0) * kUnit));
-    text.denominator.h = kUnit;
+    scaleRatio(text.numerator.h, text.denominator.h, mapping_.to().width(), mapping_.from().width());
+    scaleRatio(text.numerator.v, text.denominator.v, mapping_.to().height(), mapping_.from().height());
+  }
+
+  static void scaleRatio(std::int16_t& numerator, std::int16_t& denominator, int to, int from) {
+    if (numerator <= 0 || denominator <= 0) numerator = denominator = 1;
+    if (to <= 0 || from <= 0) return;
+    std::int64_t over = std::int64_t{numerator} * to;
+    std::int64_t under = std::int64_t{denominator} * from;
+    const std::int64_t common = std::gcd(over, under);
+    over /= common;
+    under /= common;
+    while (std::max(over, under) > 0x7FFF) {
+      over = (over + 1) / 2;
+      under = (under + 1) / 2;
+    }
+    numerator = static_cast<std::int16_t>(over);
+    denominator = static_cast<std::int16_t>(under);
   }
 
   static Point moved(Point p, int dh, int dv) { return {clamp16(p.v + dv), clamp16(p.h + dh)}; }

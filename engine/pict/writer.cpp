@@ -148,6 +148,13 @@ void PictureWriter::addState(unsigned command, const PortState& state, Point ova
   row(kText, text.mode, wasText.mode, [this](std::int16_t mode) { add(op::TxMode{mode}); });
   row(kText, text.size, wasText.size, [this](std::int16_t size) { add(op::TxSize{size}); });
   row(kText, text.extra, wasText.extra, [this](Fixed extra) { add(op::SpExtra{extra}); });
+  row(kText, text.charExtra, wasText.charExtra, [this](std::int16_t extra) { add(op::ChExtra{extra}); });
+  row(kText, text.fraction, wasText.fraction, [this](std::uint16_t fraction) { add(op::PnLocHFrac{fraction}); });
+  row(kText, text.hasExactWidths, wasText.hasExactWidths,
+      [this](bool isExact) { add(op::GlyphState{.fraction = static_cast<std::uint8_t>(isExact ? 1 : 0)}); });
+  row(kText, std::tie(text.spacing, text.slack), std::tie(wasText.spacing, wasText.slack), [&](const auto&) {
+    add(op::LineJustify{text.spacing, text.slack});
+  });
   row(kText, std::tie(text.numerator, text.denominator), std::tie(wasText.numerator, wasText.denominator),
       [&](const auto&) {
         add(op::TxRatio{text.numerator, text.denominator});

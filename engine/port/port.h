@@ -17,8 +17,13 @@ struct TextState {
   std::string fontName;  // as a picture gave it; empty where only the number is known
   std::uint8_t face = 0;
   std::int16_t mode = srcOr;
-  std::int16_t size = 0;  // 0: the default
-  Fixed extra = 0;        // added to each space
+  std::int16_t size = 0;            // 0: the default
+  Fixed extra = 0;                  // added to each space
+  std::int16_t charExtra = 0;       // added to each other character, in 4096ths of the size
+  std::uint16_t fraction = 0x8000;  // where the pen stands between two pixels, in 65536ths
+  Fixed spacing = 0;                // added to each character of a justified line
+  Fixed slack = 0;                  // divided among the spaces of such a line
+  bool hasExactWidths = false;      // characters are as wide as their outlines, in fractions of pixels
   Point numerator = {1, 1}, denominator = {1, 1};
 
   bool operator==(const TextState&) const = default;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <fstream>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -257,6 +258,23 @@ const char* faultOfFont(std::span<const std::uint8_t> bytes) {
   if (tables[kGlyf].size() == 0 || !Glyphs(tables[kGlyf], tables[kLoca], placeFormat == 1, glyphs).areSound())
     return "an outline in it makes no sense";
   return nullptr;
+}
+
+bool readFont(const std::filesystem::path& path, std::vector<std::uint8_t>& bytes) {
+  constexpr std::uintmax_t kMostBytes = 64 << 20;
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) return false;
+  const std::uintmax_t size = std::filesystem::file_size(path, error);
+  std::ifstream in(path, std::ios::binary);
+  if (error || size > kMostBytes || !in) return false;
+  bytes.resize(static_cast<std::size_t>(size));
+  in.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  bytes.resize(static_cast<std::size_t>(in.gcount()));
+  return true;
+}
+
+std::string sentenceOfFault(const std::filesystem::path& path, const char* fault) {
+  return "the font file \"" + path.string() + "\" can't be used: " + fault;
 }
 
 }  // namespace qd

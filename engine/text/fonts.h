@@ -1,9 +1,6 @@
-// The fonts that text is drawn in: a sans-serif, a serif and a monospaced family with the widths of Helvetica, Times
-// and Courier.
+// The fonts that text is drawn in, from their files.
 #pragma once
 
-#include <array>
-#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -11,74 +8,75 @@
 #include <utility>
 #include <vector>
 
+#include "engine/text/encodings.h"
+#include "engine/text/outlines.h"
+#include "engine/text/strikes.h"
+#include "engine/text/substitutes.h"
+
 namespace qd {
 
-enum class Family { sans, serif, mono };
-
-// The nearest family to one of the system's, by the name that a picture gives it or else by its number.
-Family familyOf(int number, const std::string& name);
-
-// Pixels per em, across and down; they differ in text that is stretched.
-struct FontSize {
-  int h, v;
-  bool operator<(const FontSize& other) const { return h != other.h ? h < other.h : v < other.v; }
-};
-
-// No character goes further than this from where it stands: one that would isn't drawn.
-constexpr int reachOf(FontSize size) { return 2 * (size.h > size.v ? size.h : size.v) + 8; }
-
-// A part of a row of a character, from the pen's position on the baseline.
-struct GlyphRun {
-  int y, left, right;
-};
-
-// One face of a family. One whose file is missing or damaged has no characters, each of them of no width.
+// One face of a family: strikes at the sizes of the screen, outlines for all others.
 class Font {
  public:
-  explicit Font(const std::filesystem::path& file);
-  Font(const Font&) = delete;
-  Font& operator=(const Font&) = delete;
-  ~Font();
+  // What its outlines don't have comes from the spare ones. Both outlive it.
+  Font(const std::filesystem::path& strikes, const Outlines& outlines, const Outlines& spare, Encoding encoding)
+      : strikes_(strikes), outlines_(outlines), spare_(spare), encoding_(encoding) {}
 
-  // Why it has no characters, as a sentence without its full stop; empty if it has.
-  const std::string& fault() const { return fault_; }
-
-  double advance(char32_t character, int h) const;
-  struct Extent {
-    int ascent, descent;
+  // What keeps a size from being drawn as it should, and whether nothing is.
+  struct Fault {
+    std::string sentence;  // without its full stop; empty if all is well
+    bool isNothingDrawn = false;
   };
-  Extent extent(int v) const;
-  // Remembered from one use to the next.
-  const std::vector<GlyphRun>& runs(char32_t character, FontSize size) const;
+  Fault faultAt(FontSize size) const;
+
+  // Bytes are characters of the font's encoding; some aren't seen and have no width.
+  bool isSeen(unsigned char byte) const { return unicodeOf(encoding_, byte) != 0; }
+  int advance(unsigned char byte, int pixels) const;
+  // As its outline says: not whole pixels.
+  double exactAdvance(unsigned char byte, int pixels) const;
+  Extent extent(int pixels) const;
+  Box bounds(unsigned char byte, FontSize size) const;
+  void draw(unsigned char byte, FontSize size, Pen at, Ink& ink) const;
 
  private:
-  struct Outlines;
-  std::vector<GlyphRun> rasterize(char32_t character, FontSize size) const;
+  // Which has it, or the box that stands for it.
+  const Outlines& outlinesOf(char32_t character) const;
+  const Strike* strikeOf(FontSize size) const { return size.h == size.v ? strikes_.get(size.v) : nullptr; }
 
-  std::string fault_;
-  std::unique_ptr<Outlines> outlines_;
-  mutable std::map<std::pair<FontSize, char32_t>, std::vector<GlyphRun>> remembered_;
+  Strikes strikes_;
+  const Outlines& outlines_;
+  const Outlines& spare_;
+  Encoding encoding_;
 };
 
-// The faces in a folder, each read when it is first asked for. For one thread at a time, as its fonts are.
+// A font in a style. Fonts of signs have no faces for styles: they are made so from the plain one.
+struct Face {
+  const Font& font;
+  bool isSmeared, isSlanted;
+};
+
+// The files in a folder, each read when it is first asked for. For one thread at a time, as its fonts are.
 class Fonts {
  public:
   explicit Fonts(std::filesystem::path folder) : folder_(std::move(folder)) {}
-  const Font& get(Family family, bool isBold, bool isItalic);
+  Face get(Family family, bool isBold, bool isItalic);
 
-  // Texts that were not drawn, since their faces have no characters, and what is wrong with those faces, once each.
+  // Texts that were not drawn, and what is wrong with the fonts of those and others, once each.
   struct Lost {
     int texts = 0;
     std::vector<std::string> faults;
   };
-  void lose(const Font& font);
+  void tell(const Font::Fault& fault);
   // Those since they were last taken.
   Lost takeLost() { return std::exchange(lost_, {}); }
 
  private:
+  const Outlines& outlines(const std::string& name);
+
   std::filesystem::path folder_;
   Lost lost_;
-  std::array<std::unique_ptr<Font>, 12> faces_;
+  std::map<std::string, Outlines> outlines_;  // by the file's name, as the fonts are
+  std::map<std::string, Font> fonts_;
 };
 
 }  // namespace qd

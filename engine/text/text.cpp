@@ -1,14 +1,12 @@
 #include "engine/text/text.h"
 
+#include <algorithm>
 #include <cmath>
-#include <tuple>
-
-#include "engine/text/mac_roman.h"
 
 namespace qd {
 namespace {
 
-enum Face : std::uint8_t {
+enum StyleBit : std::uint8_t {
   kBold = 1,
   kItalic = 2,
   kUnderline = 4,
@@ -19,97 +17,159 @@ enum Face : std::uint8_t {
 };
 
 constexpr int kDefaultSize = 12;
-constexpr int kMostSize = 2048;  // beyond it the outlines are drawn at this size
+constexpr int kMostSize = 2048;  // beyond it characters are drawn at this size
 
-FontSize sizeOf(const TextState& style) {
-  const int size = style.size > 0 ? style.size : kDefaultSize;
-  const auto scaled = [size](int numerator, int denominator) {
-    if (numerator <= 0 || denominator <= 0) return std::min(size, kMostSize);
-    return std::clamp((size * numerator + denominator / 2) / denominator, 1, kMostSize);
-  };
-  return {scaled(style.numerator.h, style.denominator.h), scaled(style.numerator.v, style.denominator.v)};
+int scaled(int size, int numerator, int denominator) {
+  if (numerator <= 0 || denominator <= 0) return size;
+  return std::clamp((size * numerator + denominator / 2) / denominator, 1, kMostSize);
 }
 
+// A style with the fonts that it means.
 struct Typeface {
-  const Font& font;
-  FontSize size;
-  Typeface(Fonts& fonts, const TextState& style)
-      : font(fonts.get(familyOf(style.font, style.fontName), (style.face & kBold) != 0, (style.face & kItalic) != 0)),
-        size(sizeOf(style)) {}
+  const TextState& style;
+  Substitute substitute;
+  Face face;
+  FontSize nominal, drawn;
+
+  Typeface(Fonts& fonts, const TextState& text)
+      : style(text),
+        substitute(substituteOf(text.font, text.fontName)),
+        face(fonts.get(substitute.family, substitute.isBold || has(kBold), substitute.isItalic || has(kItalic))) {
+    if (substitute.isBold && has(kBold)) face.isSmeared = true;  // there is no heavier face
+    nominal.v = std::min(text.size > 0 ? int{text.size} : kDefaultSize, kMostSize);
+    nominal.h = std::max(1, nominal.v * substitute.width / 100);
+    drawn = {scaled(nominal.h, text.numerator.h, text.denominator.h),
+             scaled(nominal.v, text.numerator.v, text.denominator.v)};
+  }
+  bool has(StyleBit bit) const { return (style.face & bit) != 0; }
+  bool isHollow() const { return has(kOutline) || has(kShadow); }
+  // How far hollow characters spread: to the left and above by 1, to the right and below by this.
+  int depth() const { return (has(kOutline) ? 1 : 0) + (has(kShadow) ? 2 : 0); }
+  bool isSeen(unsigned char byte) const {
+    return face.font.isSeen(byte) && (byte < kFirstMark || byte > kLastMark || substitute.hasMarks);
+  }
 };
 
-char32_t unicodeOf(unsigned char byte) { return byte < 0x80 ? byte : kMacRomanUpper[byte - 0x80]; }
-
-int advanceOf(const Typeface& typeface, const TextState& style, unsigned char byte) {
-  int advance = static_cast<int>(std::lround(typeface.font.advance(unicodeOf(byte), typeface.size.h)));
-  if ((style.face & kCondense) != 0) --advance;
-  if ((style.face & kExtend) != 0) ++advance;
-  if (byte == ' ') advance += (style.extra + 0x8000) >> 16;
-  return std::max(advance, 0);
-}
-
-Region merged(std::vector<GlyphRun> runs) {
-  std::sort(runs.begin(), runs.end(),
-            [](const GlyphRun& a, const GlyphRun& b) { return std::tie(a.y, a.left) < std::tie(b.y, b.left); });
-  RegionBuilder builder;
-  for (const GlyphRun& run : runs) builder.run(run.y, run.left, run.right);
-  return builder.take();
-}
-
-// Hollow characters: what surrounds them by a pixel; a shadow falls to the right and below.
-Region hollow(const Region& text, bool hasShadow) {
-  Region wide = text;
-  for (const auto& [h, v] : {std::pair(-1, 0), {1, 0}, {0, -1}, {0, 1}}) wide = unite(wide, text.offset(h, v));
-  if (hasShadow) {
-    wide = unite(wide, wide.offset(1, 1));
-    wide = unite(wide, wide.offset(1, 1));
+// Where the characters of a text stand. Widths are whole pixels; what is added to them is not, and sums are cut to
+// pixels only where a character is drawn.
+class Line {
+ public:
+  Line(const Typeface& typeface, std::string_view bytes) : typeface_(typeface) {
+    const TextState& style = typeface.style;
+    const auto spaces = std::count(bytes.begin(), bytes.end(), ' ');
+    extraOfSpace_ = style.extra + style.spacing + (spaces > 0 ? style.slack / spaces : 0);
+    extraOfOthers_ = std::int64_t{style.charExtra} * typeface.nominal.v * (kOne / 4096) + style.spacing;
+    styles_ = kOne * (typeface.depth() + (typeface.face.isSmeared ? 1 : 0) - (typeface.has(kCondense) ? 1 : 0) +
+                      (typeface.has(kExtend) ? 1 : 0));
+    if (style.numerator.h > 0 && style.denominator.h > 0) {
+      numerator_ = style.numerator.h;
+      denominator_ = style.denominator.h;
+    }
   }
-  return subtract(wide, text);
-}
+
+  // Pixels from the text's place to that of the next character.
+  int at() const {
+    constexpr std::int64_t kFar = 1 << 28;
+    const std::int64_t pixels = (sum_ * numerator_ / denominator_ + typeface_.style.fraction) >> 16;
+    return static_cast<int>(std::min(pixels, kFar));
+  }
+  void pass(unsigned char byte) {
+    if (!typeface_.isSeen(byte)) return;
+    const Font& font = typeface_.face.font;
+    const int pixels = typeface_.nominal.h;
+    const std::int64_t width = typeface_.style.hasExactWidths ? std::llround(font.exactAdvance(byte, pixels) * kOne)
+                                                              : font.advance(byte, pixels) * kOne;
+    sum_ += std::max<std::int64_t>(width + styles_ + (byte == ' ' ? extraOfSpace_ : extraOfOthers_), 0);
+  }
+  void pass(std::string_view bytes) {
+    for (const char byte : bytes) pass(static_cast<unsigned char>(byte));
+  }
+
+ private:
+  static constexpr std::int64_t kOne = 0x10000;
+  const Typeface& typeface_;
+  std::int64_t extraOfSpace_ = 0, extraOfOthers_ = 0, styles_ = 0;
+  std::int64_t numerator_ = 1, denominator_ = 1;
+  std::int64_t sum_ = 0;
+};
+
+// The second row below the baseline, thicker in large sizes; a character that comes down to it leaves a gap.
+struct Underline {
+  Box box;
+
+  Underline(const Typeface& typeface, Point at, int width)
+      : box(at.v + 1, at.h, at.v + 1 + std::max(1, typeface.drawn.v / 24), at.h + width) {}
+  Box around() const { return box.inset(-1, -1); }
+  void draw(Ink& ink) const {
+    const Ink text = ink;
+    const Box shown = intersect(box, ink.box());
+    for (int x = shown.left; x < shown.right; ++x) {
+      bool isFree = true;
+      for (int y = around().top; y < around().bottom && isFree; ++y)
+        isFree = !text.has(y, x - 1) && !text.has(y, x) && !text.has(y, x + 1);
+      for (int y = shown.top; y < shown.bottom && isFree; ++y) ink.add(y, x);
+    }
+  }
+};
 
 }  // namespace
 
 int textWidth(Fonts& fonts, const TextState& style, std::string_view bytes) {
   const Typeface typeface(fonts, style);
-  std::int64_t width = 0;
-  for (const char byte : bytes) width += advanceOf(typeface, style, static_cast<unsigned char>(byte));
-  return static_cast<int>(width);
+  Line line(typeface, bytes);
+  line.pass(bytes);
+  return line.at();
 }
 
 void scanText(Fonts& fonts, const TextState& style, Point at, std::string_view bytes, const Box& clip, RunSink& sink) {
   const Typeface typeface(fonts, style);
-  if (!typeface.font.fault().empty()) return fonts.lose(typeface.font);
-  std::vector<GlyphRun> runs;
-  constexpr int kAround = 4;  // what a hollow character needs of the pixels around it
-  const Box near = clip.inset(-kAround, -kAround);
-  const auto mayShow = [&near](const GlyphRun& run) {
-    return run.y >= near.top && run.y < near.bottom && run.right > near.left && run.left < near.right;
+  const auto& [font, isSmeared, isSlanted] = typeface.face;
+  const Font::Fault fault = font.faultAt(typeface.drawn);
+  fonts.tell(fault);
+  if (fault.isNothingDrawn) return;
+
+  // What is outside the clip and yet seen in it, after styles have moved it.
+  const int around = 4 + (isSlanted ? typeface.drawn.v : 0);
+  const Box near = clip.inset(-around, -around);
+  struct Placed {
+    unsigned char byte;
+    Pen pen;
   };
-  int pen = at.h;
-  const int reach = reachOf(typeface.size);
-  const bool isNear = at.v + reach > clip.top && at.v - reach < clip.bottom;
-  for (const char byte : bytes) {
-    if (pen - reach >= clip.right) break;
-    const int here = pen;
-    pen += advanceOf(typeface, style, static_cast<unsigned char>(byte));
-    if (!isNear || here + reach <= clip.left) continue;
-    for (const GlyphRun& run : typeface.font.runs(unicodeOf(static_cast<unsigned char>(byte)), typeface.size)) {
-      const GlyphRun placed = {at.v + run.y, here + run.left, here + run.right};
-      if (mayShow(placed)) runs.push_back(placed);
-    }
+  std::vector<Placed> placed;
+  Box box;
+  const auto isNear = [&near](const Box& what) { return !intersect(what, near).empty(); };
+  Line line(typeface, bytes);
+  for (const char character : bytes) {
+    const auto byte = static_cast<unsigned char>(character);
+    const Pen pen = {at.h + line.at(), at.v};
+    line.pass(byte);
+    if (!typeface.isSeen(byte)) continue;
+    const Box bounds = font.bounds(byte, typeface.drawn).offset(pen.h, pen.v);
+    if (!isNear(bounds)) continue;
+    placed.push_back({byte, pen});
+    box = unite(box, bounds);
   }
-  if ((style.face & kUnderline) != 0) {
-    const int thickness = std::max(1, typeface.size.v / 24);
-    for (int y = 0; y < thickness; ++y) runs.push_back({at.v + 1 + y, at.h, at.h + textWidth(fonts, style, bytes)});
+  const Underline underline(typeface, at, line.at());
+  const bool isUnderlined = typeface.has(kUnderline) && isNear(underline.box);
+  if (isUnderlined) box = unite(box, underline.around());
+  if (box.empty()) return;
+
+  Ink ink(intersect(box.inset(-around, -around), near));
+  for (const Placed& character : placed) font.draw(character.byte, typeface.drawn, character.pen, ink);
+  if (isSlanted) ink.slant(at.v);
+  if (isSmeared) ink.spread(Box(0, 0, 0, 1));
+  if (isUnderlined) underline.draw(ink);
+  if (typeface.isHollow()) {
+    const Ink letters = ink;
+    ink.spread(Box(1, 1, typeface.depth(), typeface.depth()));
+    ink.remove(letters);
   }
-  const Region text = merged(std::move(runs));
-  const bool isHollow = (style.face & (kOutline | kShadow)) != 0;
-  (isHollow ? hollow(text, (style.face & kShadow) != 0) : text).emit(sink);
+  ink.emit(sink);
 }
 
 Box textBox(Fonts& fonts, const TextState& style, Point at, std::string_view bytes) {
   const Typeface typeface(fonts, style);
-  const auto [ascent, descent] = typeface.font.extent(typeface.size.v);
+  const auto [ascent, descent] = typeface.face.font.extent(typeface.drawn.v);
   return {at.v - ascent, at.h, at.v + descent, at.h + textWidth(fonts, style, bytes)};
 }
 

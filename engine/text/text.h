@@ -1,4 +1,4 @@
-// Text as pixels.
+// Text as pixels: how wide it is, and which pixels its characters take in the font, the size and the styles of a port.
 #pragma once
 
 #include <string_view>
@@ -8,11 +8,10 @@
 
 namespace qd {
 
-// How far the pen moves. Each character's width is a whole number of pixels.
+// How far the pen moves. Characters are as wide as at the size itself; a ratio scales the line as a whole.
 int textWidth(Fonts& fonts, const TextState& style, std::string_view bytes);
 
-// The runs of all characters together, with the line below them if the face has one; no pixel comes twice. Characters
-// that can't reach the clip are left out.
+// The runs of all characters together; no pixel comes twice. Only what the clip shows of them is drawn.
 void scanText(Fonts& fonts, const TextState& style, Point at, std::string_view bytes, const Box& clip, RunSink& sink);
 
 // From ascent to descent, as wide as the text.

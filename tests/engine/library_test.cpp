@@ -168,8 +168,8 @@ class FontBytes {
   // The row of a table in the directory, and where the table begins.
   std::size_t row(const char* name) const { return bytes.find(name, 12); }
   std::size_t table(const char* name) const { return get(row(name) + 8, 4); }
-  // Where an outline begins; the places are told in units of two bytes.
-  std::size_t outline(std::size_t number) const { return table("glyf") + 2 * get(table("loca") + 2 * number, 2); }
+  // Where an outline begins; the places are told in words of 32 bits.
+  std::size_t outline(std::size_t number) const { return table("glyf") + get(table("loca") + 4 * number, 4); }
   // The first that is made of others.
   std::size_t made() const {
     std::size_t number = 0;
@@ -218,6 +218,7 @@ TEST(Library, TakesNoDamagedFont) {
     Picture picture;
     qd::VectorSink sink(picture);
     qd::Recorder recorder(system, qd::PictureParams(80, 60), sink);
+    recorder.font(21, 30);
     recorder.text({20, 2}, "text");
     recorder.text({40, 2}, "\x8A\xDE");
     recorder.close();

@@ -1,0 +1,22 @@
+// Which of our fonts stands in for one of the system's.
+#pragma once
+
+#include <string_view>
+
+namespace qd {
+
+// A sans-serif, a serif and a monospaced family with the widths of Helvetica, Times and Courier, and two fonts of
+// signs.
+enum class Family { sans, serif, mono, symbol, dingbats };
+
+struct Substitute {
+  Family family = Family::sans;
+  bool isBold = false, isItalic = false;  // already in its plain style
+  bool hasMarks = false;                  // those of menus, which the system font has
+  int width = 100;                        // percent
+};
+
+// By the name that a picture gives a font, or if that is empty by its number.
+Substitute substituteOf(int number, std::string_view name);
+
+}  // namespace qd
