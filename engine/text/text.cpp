@@ -54,7 +54,8 @@ struct Typeface {
 // pixels only where a character is drawn.
 class Line {
  public:
-  Line(const Typeface& typeface, std::string_view bytes) : typeface_(typeface) {
+  Line(const Typeface& typeface, std::string_view bytes)
+      : typeface_(typeface), isExact_(typeface.style.hasExactWidths) {
     const TextState& style = typeface.style;
     const auto spaces = std::count(bytes.begin(), bytes.end(), ' ');
     extraOfSpace_ = style.extra + style.spacing + (spaces > 0 ? style.slack / spaces : 0);
@@ -68,18 +69,18 @@ class Line {
   }
 
   // Pixels from the text's place to that of the next character.
-  int at() const {
-    constexpr std::int64_t kFar = 1 << 28;
-    const std::int64_t pixels = (sum_ * numerator_ / denominator_ + typeface_.style.fraction) >> 16;
-    return static_cast<int>(std::min(pixels, kFar));
-  }
+  int at() const { return pixelsOf(sum_); }
+  // To where the pen goes after the last.
+  int end() const { return pixelsOf(isExact_ ? exactSum_ : sum_); }
   void pass(unsigned char byte) {
     if (!typeface_.isSeen(byte)) return;
     const Font& font = typeface_.face.font;
     const int pixels = typeface_.nominal.h;
-    const std::int64_t width = typeface_.style.hasExactWidths ? std::llround(font.exactAdvance(byte, pixels) * kOne)
-                                                              : font.advance(byte, pixels) * kOne;
-    sum_ += std::max<std::int64_t>(width + styles_ + (byte == ' ' ? extraOfSpace_ : extraOfOthers_), 0);
+    const std::int64_t extra = styles_ + (byte == ' ' ? extraOfSpace_ : extraOfOthers_);
+    sum_ += std::max<std::int64_t>(font.advance(byte, pixels) * kOne + extra, 0);
+    if (!isExact_) return;
+    exactSum_ += std::max<std::int64_t>(std::llround(font.exactAdvance(byte, pixels) * kOne) + extra, 0);
+    if (byte == ' ') sum_ = exactSum_;
   }
   void pass(std::string_view bytes) {
     for (const char byte : bytes) pass(static_cast<unsigned char>(byte));
@@ -87,10 +88,19 @@ class Line {
 
  private:
   static constexpr std::int64_t kOne = 0x10000;
+
+  int pixelsOf(std::int64_t sum) const {
+    constexpr std::int64_t kFar = 1 << 28;
+    return static_cast<int>(std::min((sum * numerator_ / denominator_ + typeface_.style.fraction) >> 16, kFar));
+  }
+
   const Typeface& typeface_;
   std::int64_t extraOfSpace_ = 0, extraOfOthers_ = 0, styles_ = 0;
   std::int64_t numerator_ = 1, denominator_ = 1;
-  std::int64_t sum_ = 0;
+  // Where widths are exact, those of a word's characters are not: it begins where it should, and its letters stand
+  // apart as their pixels want it.
+  bool isExact_;
+  std::int64_t sum_ = 0, exactSum_ = 0;
 };
 
 // The second row below the baseline, thicker in large sizes; a character that comes down to it leaves a gap.
@@ -118,7 +128,7 @@ int textWidth(Fonts& fonts, const TextState& style, std::string_view bytes) {
   const Typeface typeface(fonts, style);
   Line line(typeface, bytes);
   line.pass(bytes);
-  return line.at();
+  return line.end();
 }
 
 void scanText(Fonts& fonts, const TextState& style, Point at, std::string_view bytes, const Box& clip, RunSink& sink) {
@@ -149,7 +159,7 @@ void scanText(Fonts& fonts, const TextState& style, Point at, std::string_view b
     placed.push_back({byte, pen});
     box = unite(box, bounds);
   }
-  const Underline underline(typeface, at, line.at());
+  const Underline underline(typeface, at, line.end());
   const bool isUnderlined = typeface.has(kUnderline) && isNear(underline.box);
   if (isUnderlined) box = unite(box, underline.around());
   if (box.empty()) return;

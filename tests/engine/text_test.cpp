@@ -181,16 +181,17 @@ TEST(Text, PicturesMoveCharactersApart) {
   };
   const Case cases[] = {
       {"SpExtra 2.5", 5},             // two spaces
-      {"ChExtra 1024", 9},            // a quarter of 12 for each of three letters
-      {"LineJustify 1.0 0", 5},       // five characters before the last
+      {"ChExtra 1024", 15},           // a quarter of 12 for each of five letters
+      {"LineJustify 1.0 0", 7},       // seven characters before the last
       {"LineJustify 0 7.0", 7},       // between the spaces
-      {"TxFace 32", -5},              // condensed
-      {"TxFace 64", 5},               // extended
+      {"TxFace 32", -7},              // condensed
+      {"TxFace 64", 7},               // extended
       {"PnLocHFrac 32767", 0},        // half a pixel less, which no width makes up
-      {"TxRatio (3, 1) (1, 1)", 34},  // three times as wide
+      {"GlyphState 0 0 1 0", -1},     // widths of outlines
+      {"TxRatio (3, 1) (1, 1)", 46},  // three times as wide, the last letter, too
   };
   const auto lastOf = [](const std::string& said) {
-    return spanOf(Page(160, 20).font(21, 12).line(said).text(2, 14, "i i il").rows()).right;
+    return spanOf(Page(160, 20).font(21, 12).line(said).text(2, 14, "iii ii l").rows()).right;
   };
   const int plain = lastOf("TxFace 0");
   for (const auto& [said, moved] : cases) EXPECT_EQ(lastOf(said) - plain, moved) << said;
