@@ -64,7 +64,7 @@ class Page {
   std::string text_;
 };
 
-// Columns from the first with ink to the last, in rows from one to another.
+// Columns from the first with ink to the last.
 struct Span {
   int left, right;
 };
@@ -78,7 +78,7 @@ Span spanOf(const Rows& rows) {
   return span;
 }
 
-// One after another, each on a page of its own.
+// In a square.
 bool hasInk(const Rows& rows, int left, int top, int size) {
   for (int y = top; y < top + size; ++y) {
     if (rows[static_cast<std::size_t>(y)]
@@ -99,19 +99,21 @@ TEST(Text, EveryCharacterIsSeenAtEverySizeInEveryFace) {
   for (const auto& [number, faces, unseen] : fonts) {
     for (int face = 0; face < faces; ++face) {
       for (const int size : kSizes) {
-        const int cell = 2 * size + 4;
-        Page page(16 * cell, 16 * cell);
-        page.font(number, size, face);
-        for (int byte = 0; byte < 256; ++byte) {
-          page.text(byte % 16 * cell + size / 2 + 1, byte / 16 * cell + size + size / 2 + 1,
-                    std::string(1, static_cast<char>(byte)));
-        }
-        const Rows rows = page.rows();
-        for (int byte = 0; byte < 256; ++byte) {
-          const bool isUnseen =
-              byte < 0x20 || byte == 0x7F || unseen.find(static_cast<char>(byte)) != std::string::npos;
-          EXPECT_EQ(hasInk(rows, byte % 16 * cell, byte / 16 * cell, cell), !isUnseen)
-              << "font " << number << " face " << face << " size " << size << " character " << byte;
+        for (const int across : {1, 2}) {  // stretched text comes from outlines
+          const int cell = 2 * size * across + 4;
+          Page page(16 * cell, 16 * cell);
+          page.font(number, size, face).line("TxRatio (" + std::to_string(across) + ", 1) (1, 1)");
+          for (int byte = 0; byte < 256; ++byte) {
+            page.text(byte % 16 * cell + cell / 4, byte / 16 * cell + cell * 3 / 4,
+                      std::string(1, static_cast<char>(byte)));
+          }
+          const Rows rows = page.rows();
+          for (int byte = 0; byte < 256; ++byte) {
+            const bool isUnseen =
+                byte < 0x20 || byte == 0x7F || unseen.find(static_cast<char>(byte)) != std::string::npos;
+            EXPECT_EQ(hasInk(rows, byte % 16 * cell, byte / 16 * cell, cell), !isUnseen)
+                << "font " << number << " face " << face << " size " << size << " times " << across << " byte " << byte;
+          }
         }
       }
     }
