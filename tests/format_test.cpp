@@ -260,6 +260,15 @@ TEST(Format, StateIsWrittenOnceAndComesBack) {
       {"TxMode 2\n", [](PortState& s) { s.text.mode = 2; }, text, texts},
       {"TxSize 9\n", [](PortState& s) { s.text.size = 9; }, text, texts},
       {"SpExtra 1.5\n", [](PortState& s) { s.text.extra = 0x18000; }, text, texts},
+      {"ChExtra -5\n", [](PortState& s) { s.text.charExtra = -5; }, text, texts},
+      {"PnLocHFrac 7\n", [](PortState& s) { s.text.fraction = 7; }, text, texts},
+      {"GlyphState 4 bytes\n", [](PortState& s) { s.text.hasExactWidths = true; }, text, texts},
+      {"LineJustify 8 bytes\n",
+       [](PortState& s) {
+         s.text.spacing = 0x8000;
+         s.text.slack = -0x20000;
+       },
+       text, texts},
       {"TxRatio (3, 2) (5, 4)\n",
        [](PortState& s) {
          s.text.numerator = {2, 3};
@@ -300,12 +309,14 @@ TEST(Format, StateIsWrittenOnceAndComesBack) {
       listed(picture),
       "OpColor #000100020003\nHiliteColor #000100020003\nRGBFgCol #000100020003\nRGBBkCol #000100020003\n"
       "Clip (2, 1, 20, 30)\nPnSize (3, 2)\nPnMode 10\nPnPat 0102030405060708\nShortLineFrom 3 0\n"
-      "FontName 6 bytes\nTxFont 7\nTxFace 3\nTxMode 2\nTxSize 9\nSpExtra 1.5\nTxRatio (3, 2) (5, 4)\nDHText 0 \"a\"\n"
+      "FontName 6 bytes\nTxFont 7\nTxFace 3\nTxMode 2\nTxSize 9\nSpExtra 1.5\n"
+      "ChExtra -5\nPnLocHFrac 7\nGlyphState 4 bytes\nLineJustify 8 bytes\nTxRatio (3, 2) (5, 4)\nDHText 0 \"a\"\n"
       "OvSize (6, 4)\nFrameRRect (1, 2, 9, 9)\nBkPat 0102030405060708\nEraseRect (1, 2, 9, 9)\n"
       "FillPixPat a colour\nFillSameRect\nHiliteMode\nInvertSameRect\n"
       "OpColor #000000000000\nDefHilite\nRGBFgCol #000000000000\nRGBBkCol #FFFFFFFFFFFF\nClip (0, 0, 40, 32)\n"
       "PnSize (1, 1)\nPnMode 8\nPnPat FFFFFFFFFFFFFFFF\nShortLine (0, 0) 3 0\n"
-      "TxFont 0\nTxFace 0\nTxMode 1\nTxSize 0\nSpExtra 0\nTxRatio (1, 1) (1, 1)\nDHText 0 \"a\"\n"
+      "TxFont 0\nTxFace 0\nTxMode 1\nTxSize 0\nSpExtra 0\n"
+      "ChExtra 0\nPnLocHFrac 32768\nGlyphState 4 bytes\nLineJustify 8 bytes\nTxRatio (1, 1) (1, 1)\nDHText 0 \"a\"\n"
       "FrameSameRRect\nBkPat 0000000000000000\nEraseSameRect\nFillPat "
       "FFFFFFFFFFFFFFFF\nFillSameRect\nInvertSameRect\n");
   EXPECT_EQ(again(picture), picture);

@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -134,45 +136,112 @@ TEST(Text, ReadsLikePrint) {
 }
 
 // A style is what the definition makes of the plain letter.
-TEST(Text, StylesAreMadeOfThePlainLetter) {
-  enum { kUnderline = 4, kOutline = 8, kShadow = 16 };
-  constexpr int kSide = 40, kBaseline = 28;
-  const auto draw = [](int face, char letter) {
-    return Page(kSide, kSide).font(20, 24, face).text(8, kBaseline, std::string(1, letter)).rows();
-  };
-  const auto has = [](const Rows& rows, int y, int x) {
-    return y >= 0 && x >= 0 && y < kSide && x < kSide &&
-           rows[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)] == '#';
-  };
-  // Whether there is ink in a rectangle, its last row and column included.
-  const auto hasNear = [&has](const Rows& rows, int top, int left, int bottom, int right) {
-    for (int y = top; y <= bottom; ++y) {
-      for (int x = left; x <= right; ++x) {
-        if (has(rows, y, x)) return true;
-      }
+constexpr int kSide = 80, kBaseline = 58;
+bool has(const Rows& rows, int y, int x) {
+  return y >= 0 && x >= 0 && y < kSide && x < kSide &&
+         rows[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)] == '#';
+}
+// Whether there is ink in a rectangle, its last row and column included.
+bool hasNear(const Rows& rows, int top, int left, int bottom, int right) {
+  for (int y = top; y <= bottom; ++y) {
+    for (int x = left; x <= right; ++x) {
+      if (has(rows, y, x)) return true;
     }
-    return false;
+  }
+  return false;
+}
+
+TEST(Text, StylesAreMadeOfThePlainLetter) {
+  enum { kBold = 1, kItalic = 2, kUnderline = 4, kOutline = 8, kShadow = 16 };
+  struct Style {
+    const char* what;
+    int font, size, face;
+    std::function<bool(const Rows& plain, int y, int x)> hasInk;
+  };
+  const auto spread = [](int depth) {
+    return [depth](const Rows& plain, int y, int x) {
+      return hasNear(plain, y - depth, x - depth, y + 1, x + 1) && !has(plain, y, x);
+    };
+  };
+  const auto bold = [](const Rows& plain, int y, int x) { return hasNear(plain, y, x - 1, y, x); };
+  const Style styles[] = {
+      {"outline", 20, 24, kOutline, spread(1)},
+      {"shadow", 20, 24, kShadow, spread(2)},
+      {"both", 20, 24, kOutline | kShadow, spread(3)},
+      {"bolder", 0, 24, kBold, bold},
+      {"bold signs", 23, 24, kBold, bold},
+      {"slanted signs", 23, 24, kItalic,
+       [](const Rows& plain, int y, int x) { return has(plain, y, x - ((kBaseline - 1 - y) >> 1)); }},
+  };
+  const auto draw = [](int font, int size, int face, char letter) {
+    return Page(kSide, kSide).font(font, size, face).text(8, kBaseline, std::string(1, letter)).rows();
   };
   for (const char letter : {'g', 'Q', 'j', 'A'}) {
-    const Rows plain = draw(0, letter);
-    for (const auto& [face, depth] : {std::pair<int, int>(kOutline, 1), {kShadow, 2}, {kOutline | kShadow, 3}}) {
-      const Rows styled = draw(face, letter);
+    for (const Style& style : styles) {
+      const Rows plain = draw(style.font, style.size, 0, letter);
+      const Rows styled = draw(style.font, style.size, style.face, letter);
       for (int y = 0; y < kSide; ++y) {
-        for (int x = 0; x < kSide; ++x) {
-          const bool isAround = hasNear(plain, y - depth, x - depth, y + 1, x + 1) && !has(plain, y, x);
-          ASSERT_EQ(has(styled, y, x), isAround) << letter << " face " << face << " at " << x << ", " << y;
+        for (int x = 0; x < kSide; ++x)
+          ASSERT_EQ(has(styled, y, x), style.hasInk(plain, y, x))
+              << style.what << " " << letter << " " << x << " " << y;
+      }
+    }
+    // As wide as a space, which no letter here is narrower than.
+    for (const auto& [size, width, thickness] : {std::tuple(24, 6, 1), {48, 12, 2}}) {
+      const Rows plain = draw(20, size, 0, letter);
+      const Rows styled = draw(20, size, kUnderline, letter);
+      for (int y = kBaseline; y < kBaseline + 4; ++y) {
+        for (int x = 8; x < 8 + width; ++x) {
+          const bool isLine = y > kBaseline && y <= kBaseline + thickness &&
+                              !hasNear(plain, kBaseline, x - 1, kBaseline + thickness + 1, x + 1);
+          EXPECT_EQ(has(styled, y, x), isLine || has(plain, y, x)) << size << " " << letter << " " << x << " " << y;
         }
       }
     }
-    const Rows styled = draw(kUnderline, letter);
-    const Span underline = spanOf({draw(kUnderline, ' ')[kBaseline + 1]});
-    const int width = underline.right - underline.left + 1;  // of a space
-    EXPECT_EQ(width, 6);
-    for (int x = 8; x < 8 + width; ++x) {
-      const bool isFree = !hasNear(plain, kBaseline, x - 1, kBaseline + 2, x + 1);
-      EXPECT_EQ(has(styled, kBaseline + 1, x), isFree || has(plain, kBaseline + 1, x)) << letter << " at " << x;
+  }
+}
+
+// A clip cuts pixels off and changes none.
+TEST(Text, AClipShowsAPartOfTheWhole) {
+  for (const auto& [font, size, face] : {std::tuple(20, 12, 0), {21, 40, 28}, {0, 18, 25}, {23, 24, 3}, {22, 30, 4}}) {
+    const auto draw = [font = font, size = size, face = face](const std::string& clip) {
+      return Page(kSide, kSide).line(clip).font(font, size, face).text(-5, kBaseline, "gAjqy").rows();
+    };
+    const Rows whole = draw("Clip (0, 0, 80, 80)");
+    for (const auto& [left, top, right, bottom] :
+         {std::tuple(20, 30, 40, 57), {0, 57, 80, 60}, {7, 0, 8, 80}, {33, 59, 34, 60}, {0, 40, 12, 70}}) {
+      const Rows part = draw("Clip (" + std::to_string(left) + ", " + std::to_string(top) + ", " +
+                             std::to_string(right) + ", " + std::to_string(bottom) + ")");
+      for (int y = 0; y < kSide; ++y) {
+        for (int x = 0; x < kSide; ++x) {
+          const bool isInside = x >= left && x < right && y >= top && y < bottom;
+          ASSERT_EQ(has(part, y, x), isInside && has(whole, y, x)) << font << " " << face << " " << x << " " << y;
+        }
+      }
     }
   }
+}
+
+// By name before number, by a word in it, with the styles that the name says.
+TEST(Text, FontsAreFoundByNameAndNumber) {
+  const std::pair<std::string, std::string> alike[] = {
+      {"TxFont 16", "TxFont 20"},
+      {"TxFont 4000", "TxFont 21"},
+      {"TxFont -1", "TxFont 21"},
+      {"FontName 22 \"COURIER New\"\nTxFont 22", "TxFont 22"},
+      {"FontName 900 \"Times Bold\"\nTxFont 900", "TxFont 20\nTxFace 1"},
+      {"FontName 900 \"Garamond Oblique\"\nTxFont 900", "TxFont 20\nTxFace 2"},
+      {"FontName 20 \"Stone Sans\"\nTxFont 20", "TxFont 21"},
+      {"FontName 900 \"Symbol\"\nTxFont 900", "TxFont 23"},
+      {"FontName 900 \"Charcoal\"\nTxFont 900", "TxFont 0"},
+      {"TxFont 0", "TxFont 21\nTxFace 1"},
+  };
+  const auto draw = [](const std::string& said) {
+    return Page(kSide, kSide).line("TxSize 14").line(said).text(2, kBaseline, "Rag ji").rows();
+  };
+  for (const auto& [said, other] : alike) EXPECT_EQ(draw(said), draw(other)) << said;
+  EXPECT_NE(draw("TxFont 20"), draw("TxFont 21"));
+  EXPECT_LT(spanOf(draw("TxFont 15")).right, spanOf(draw("TxFont 21")).right);
 }
 
 // How far the last letter of a line stands from where it stands without what a picture says of its text.
@@ -182,12 +251,14 @@ TEST(Text, PicturesMoveCharactersApart) {
     int moved;
   };
   const Case cases[] = {
-      {"SpExtra 2.5", 5},             // two spaces
-      {"ChExtra 1024", 15},           // a quarter of 12 for each of five letters
-      {"LineJustify 1.0 0", 7},       // seven characters before the last
-      {"LineJustify 0 7.0", 7},       // between the spaces
-      {"TxFace 32", -7},              // condensed
-      {"TxFace 64", 7},               // extended
+      {"SpExtra 2.5", 5},        // two spaces
+      {"ChExtra 1024", 15},      // a quarter of 12 for each of five letters
+      {"LineJustify 1.0 0", 7},  // seven characters before the last
+      {"LineJustify 0 7.0", 7},  // between the spaces
+      {"TxFace 32", -7},         // condensed
+      {"TxFace 64", 7},          // extended
+      {"ChExtra 100", 1},        // 1.46
+      {"ChExtra 100\nPnLocHFrac 65535", 2},
       {"PnLocHFrac 32767", 0},        // half a pixel less, which no width makes up
       {"GlyphState 0 0 1 0", -1},     // widths of outlines
       {"TxRatio (3, 1) (1, 1)", 46},  // three times as wide, the last letter, too
