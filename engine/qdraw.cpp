@@ -98,10 +98,9 @@ void GWorld::copy(const GWorld& source, const Rect& from, const Rect& to) {
 Playback GWorld::play(Bytes picture, const Rect& target) {
   Fonts& fonts = port_->resources().fonts;
   fonts.takeLost();  // by another playback that memory ended
-  port_->drawn = 0;
   Playback playback = qd::play(*port_, picture, target);
   const Fonts::Lost lost = fonts.takeLost();
-  playback.drawn = static_cast<int>(port_->drawn) - lost.texts;
+  playback.drawn -= lost.texts;
   playback.played -= lost.texts;
   playback.undrawn += lost.texts;
   playback.remarks.insert(playback.remarks.end(), lost.faults.begin(), lost.faults.end());

@@ -63,8 +63,7 @@ std::string sectionOf(const Example& example, const fs::path& folder) {
 
 // A sample is played at its size, or smaller where it is very large.
 std::string sampleOf(Session& session, const fs::path& file, const fs::path& folder) {
-  constexpr int kMost = 2048;
-  const runtime::Object canvas = session.played("The picture \"" + file.string() + "\"", readPicture(file), kMost);
+  const runtime::Object canvas = session.played("The picture \"" + file.string() + "\"", readPicture(file), kMostShown);
   const fs::path png = folder / ("sample-" + file.stem().string() + ".png");
   writePNG(png, session.imageOf(canvas));
   return figure(png, file.filename().string());

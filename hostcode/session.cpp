@@ -5,7 +5,6 @@
 #include <cstdlib>
 
 #include "contract/system.h"
-#include "engine/pict/lister.h"
 #include "platform/frameworks/bundle.h"
 #include "platform/quickdraw/operations.h"
 #include "tools/failure.h"
@@ -114,15 +113,10 @@ void Session::save(const Value& value, const fs::path& path) {
 }
 
 Object Session::played(const std::string& name, const std::string& pict, int most) {
-  const auto header = qd::pictureHeader(qd::bytesOf(pict));
-  if (!header || header->source.empty()) throw runtime::Error(name + " has an empty frame, or is no PICT.");
-  const double scale = std::min({1.0, double(most) / header->source.width(), double(most) / header->source.height()});
-  const int width = std::max(1, static_cast<int>(header->source.width() * scale));
-  const int height = std::max(1, static_cast<int>(header->source.height() * scale));
+  const auto [width, height] = playSize(name, asBytes(pict), 1, most);
   Object canvas = picture(width, height);
   play(recorderWith(pict), canvas, 0, 0, width, height);
-  if (const auto error = qd::lastPlayback().error)
-    throw runtime::Error(name + " is broken " + qd::describe(*error) + ".");
+  if (const std::string fault = faultOf(qd::lastPlayback()); !fault.empty()) throw Failure(name + " " + fault + ".");
   return canvas;
 }
 

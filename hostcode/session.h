@@ -6,6 +6,7 @@
 #include "hostcode/options.h"
 #include "platform/language/evaluator.h"
 #include "platform/runtime/host.h"
+#include "tools/playing.h"
 #include "tools/png.h"
 
 // A file or folder of those that come with the program.
@@ -27,7 +28,7 @@ class Session {
   void play(const runtime::Object& recorder, const runtime::Object& picture, int x, int y, int width, int height);
   // Plays a PICT into a picture of its size, or a smaller one of at most so many pixels a side. Throws, with the name
   // in the sentence, for what is empty or broken.
-  runtime::Object played(const std::string& name, const std::string& pict, int most = 32767);
+  runtime::Object played(const std::string& name, const std::string& pict, int most = kMostSide);
   // Copies one picture onto another.
   void copy(const runtime::Object& from, const runtime::Object& to, int x, int y);
   struct Size {

@@ -6,6 +6,7 @@
 #include "tools/failure.h"
 #include "tools/files.h"
 #include "tools/output.h"
+#include "tools/playing.h"
 #include "tools/png.h"
 
 namespace fs = std::filesystem;
@@ -13,7 +14,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr int kCellWidth = 180, kCellHeight = 160, kLabelHeight = 16, kColumns = 6, kGap = 4;
-constexpr std::int64_t kMostPixels = 4096 * 4096;  // larger pictures are rendered smaller
 
 // Of so many pixels.
 constexpr std::size_t bytesOf(int pixels) { return static_cast<std::size_t>(pixels) * 3; }
@@ -82,10 +82,11 @@ Image imageOf(const qd::GWorld& world) {
 
 Image label(const std::string& text) {
   constexpr int kWidth = kCellWidth - 2 * kGap;
+  constexpr int kGeneva = 3;
   std::vector<std::uint8_t> picture;
   qd::VectorSink sink(picture);
   qd::Recorder recorder(fonts(), qd::PictureParams(kWidth, kLabelHeight), sink);
-  recorder.font(0, 10);
+  recorder.font(kGeneva, 10);
   recorder.text({11, 1}, text);
   recorder.close();
   qd::GWorld world = makeWorld("A label", kWidth, kLabelHeight);
@@ -99,14 +100,7 @@ struct Sum {
 
 // Renders one picture, counts what became of it, and gives it small. What is wrong is thrown, or said.
 Image renderOne(const std::string& bytes, Sum& sum, std::string& report) {
-  const auto info = qd::pictureInfo(asBytes(bytes));
-  if (!info || info->width() <= 0 || info->height() <= 0) throw Failure("its frame is empty");
-  int width = info->width();
-  int height = info->height();
-  while (std::int64_t{width} * height > kMostPixels) {
-    width = std::max(1, width / 2);
-    height = std::max(1, height / 2);
-  }
+  const auto [width, height] = playSize("it", asBytes(bytes), 1, kMostShown);
   qd::GWorld world = makeWorld("it", width, height);
   const qd::Playback playback = world.play(asBytes(bytes));
   sum.played += playback.played;
@@ -115,8 +109,7 @@ Image renderOne(const std::string& bytes, Sum& sum, std::string& report) {
   report = std::to_string(width) + "x" + std::to_string(height) + ", " + std::to_string(playback.played) + " played, " +
            std::to_string(playback.skipped) + " skipped, " + std::to_string(playback.undrawn) + " not drawn";
   for (const std::string& remark : playback.remarks) report += "; " + remark;
-  if (playback.error) throw Failure("it is broken " + qd::describe(*playback.error));
-  if (playback.drawn == 0 && playback.undrawn > 0) throw Failure("nothing in it can be drawn: " + report);
+  if (const std::string fault = faultOf(playback); !fault.empty()) throw Failure("it " + fault + ": " + report);
   constexpr int kRoomHeight = kCellHeight - kLabelHeight - 2 * kGap;
   const double scale = std::min({1.0, double(kCellWidth - 2 * kGap) / width, double(kRoomHeight) / height});
   return shrunk(imageOf(world), std::max(1, static_cast<int>(width * scale)),

@@ -1,8 +1,6 @@
 // macpict render: plays pictures into pixels.
 #include <unistd.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <map>
 #include <optional>
@@ -11,17 +9,12 @@
 #include "tools/failure.h"
 #include "tools/files.h"
 #include "tools/output.h"
+#include "tools/playing.h"
 #include "tools/png.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr int kMostPixels = 32767;
-
-struct Size {
-  int width, height;
-};
 
 struct Options {
   std::vector<std::string> files;
@@ -32,51 +25,33 @@ struct Options {
 };
 
 // Nothing if the text is no size.
-std::optional<Size> parseSize(const std::string& text) {
-  Size size{};
+std::optional<PlaySize> parseSize(const std::string& text) {
+  PlaySize size{};
   char rest = 0;
   if (std::sscanf(text.c_str(), "%dx%d%c", &size.width, &size.height, &rest) != 2) return std::nullopt;
-  const auto fits = [](int side) { return side > 0 && side <= kMostPixels; };
+  const auto fits = [](int side) { return side > 0 && side <= kMostSide; };
   if (!fits(size.width) || !fits(size.height)) return std::nullopt;
   return size;
-}
-
-// The size of a picture on the page, in pixels at 72 dpi.
-Size sizeOnPage(const qd::PictureInfo& info, double scale) {
-  const auto at72 = [scale](int units, qd::Fixed resolution) {
-    const double pixels = std::round(units * scale * 0x480000 / resolution);
-    return static_cast<int>(std::clamp(pixels, 1.0, double{kMostPixels}));
-  };
-  return {at72(info.width(), info.hRes), at72(info.height(), info.vRes)};
 }
 
 // Throws what keeps a picture from being rendered. A broken one is told and still written, if it is to be kept going.
 Status renderOne(const fs::path& in, const fs::path& out, const Options& options) {
   const std::string name = "The picture \"" + in.string() + "\"";
   const std::string picture = readPicture(in);
-  const auto info = qd::pictureInfo(asBytes(picture));
-  if (!info || info->width() <= 0 || info->height() <= 0)
-    throw Failure(name + " has an empty frame: there is nothing to render.");
-  const Size size = parseSize(options.size).value_or(sizeOnPage(*info, options.scale));
+  const auto asked = parseSize(options.size);
+  const PlaySize size = asked ? *asked : playSize(name, asBytes(picture), options.scale);
   qd::GWorld world = makeWorld(name, size.width, size.height, options.kind);
   const qd::Playback playback = world.play(asBytes(picture));
   for (const std::string& remark : playback.remarks) complain(in.string() + ": " + remark);
-  if (playback.error) {
-    const std::string broken = name + " is broken " + qd::describe(*playback.error) + ".";
-    if (!options.keepGoing) throw Failure(broken + " --keep-going would show what was drawn till then.");
-    complain(broken);
-  }
-  const bool isBlank = playback.drawn == 0 && playback.undrawn > 0;
-  if (isBlank) {
-    const std::string blank = "Nothing in the picture \"" + in.string() + "\" can be drawn.";
-    if (!options.keepGoing) throw Failure(blank + " --keep-going would write it as it is.");
-    complain(blank);
+  const std::string fault = faultOf(playback);
+  if (!fault.empty()) {
+    if (!options.keepGoing) throw Failure(name + " " + fault + ". --keep-going would write what was drawn.");
+    complain(name + " " + fault + ".");
   }
   writePNG(out, size.width, size.height, [&world](int y, std::span<std::uint8_t> row) { world.rgb(y, row); });
   std::fprintf(isStandardOutput(out) ? stderr : stdout, "%s: %dx%d, %d opcodes played, %d skipped, %d not drawn\n",
                out.c_str(), size.width, size.height, playback.played, playback.skipped, playback.undrawn);
-  const bool isMissed = isBlank || (options.isStrict && playback.undrawn > 0);
-  return playback.error || isMissed ? kFailed : kDone;
+  return !fault.empty() || (options.isStrict && playback.undrawn > 0) ? kFailed : kDone;
 }
 
 Status renderNamed(const std::string& in, const fs::path& out, const Options& options) {

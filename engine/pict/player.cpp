@@ -319,12 +319,14 @@ Playback play(Port& port, Bytes picture, const Rect& target) {
     playback.error = reader.error();
     return playback;
   }
+  const unsigned before = port.drawn;
   const StateSaver saver(port);
   Player player(port, reader.header(), target, playback.remarks);
   Opcode opcode;
   while (reader.next(opcode)) {
     const auto outcome =
         withinMemory([&] { return player.play(opcode); }, [] { return Player::Outcome::withoutMemory; });
+    playback.drawn = static_cast<int>(port.drawn - before);
     switch (outcome) {
       case Player::Outcome::played:
         ++playback.played;
