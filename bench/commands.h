@@ -2,7 +2,7 @@
 #pragma once
 
 #include "bench/bench.h"
-#include "platform/quickdraw/operations.h"
+#include "qdraw/qdraw.h"
 
 namespace bench {
 
@@ -13,7 +13,7 @@ constexpr int kHeight = 480;
 struct Command {
   enum Kind { rect, oval, roundRect, line, polygon } kind;
   std::int16_t x, y, width, height;
-  RGBColor color;
+  qd::RGBColor color;
 };
 
 inline std::vector<Command> commands(int count) {
@@ -31,30 +31,40 @@ inline std::vector<Command> commands(int count) {
   return all;
 }
 
-inline void draw(const Command& c) {
-  const Rect area = MakeRect(c.x, c.y, c.width, c.height);
-  RGBForeColor(&c.color);
+inline void draw(qd::Recorder& recorder, const Command& c) {
+  const qd::Rect area = qd::MakeRect(c.x, c.y, c.width, c.height);
+  recorder.foreColor(c.color);
   switch (c.kind) {
     case Command::rect:
-      return PaintRect(&area);
+      return recorder.rect(qd::Verb::paint, area);
     case Command::oval:
-      return PaintOval(&area);
+      return recorder.oval(qd::Verb::paint, area);
     case Command::roundRect:
-      return PaintRoundRect(&area, 8, 8);
+      return recorder.roundRect(qd::Verb::paint, area, {8, 8});
     case Command::line:
-      MoveTo(area.left, area.top);
-      return LineTo(area.right, area.bottom);
+      return recorder.line({area.top, area.left}, {area.bottom, area.right});
     case Command::polygon: {
-      const PolyHandle triangle = OpenPoly();
-      MoveTo(area.left, area.bottom);
-      LineTo(area.right, area.bottom);
-      LineTo(area.left, area.top);
-      LineTo(area.left, area.bottom);
-      ClosePoly();
-      PaintPoly(triangle);
-      return KillPoly(triangle);
+      const qd::Point triangle[] = {
+          {area.bottom, area.left}, {area.bottom, area.right}, {area.top, area.left}, {area.bottom, area.left}};
+      return recorder.polygon(qd::Verb::paint, triangle);
     }
   }
+}
+
+// Nothing here has text.
+inline qd::System& system() {
+  static qd::System all("");
+  return all;
+}
+
+template <class Draw>
+std::vector<std::uint8_t> recorded(int width, int height, const Draw& draw) {
+  std::vector<std::uint8_t> picture;
+  qd::VectorSink sink(picture);
+  qd::Recorder recorder(system(), qd::PictureParams(width, height), sink);
+  draw(recorder);
+  if (!recorder.close()) fail("There is no memory for the picture.");
+  return picture;
 }
 
 }  // namespace bench

@@ -9,9 +9,8 @@
 #include <numbers>
 #include <optional>
 
-#include "bench/bench.h"
-#include "engine/pixels/transfer.h"
-#include "platform/quickdraw/world.h"
+#include "bench/world.h"
+#include "engine/pixels/copy.h"
 
 namespace {
 
@@ -29,7 +28,7 @@ const pixman_indexed_t& palette() {
     palette.color = 1;
     const auto colors = qd::ColorTables().standard(8);
     for (std::uint32_t i = 0; i < 256; ++i) {
-      const RGBColor c = colors->color(i);
+      const qd::RGBColor c = colors->color(i);
       palette.rgba[i] = 0xFF000000U | static_cast<std::uint32_t>(c.red >> 8) << 16 |
                         static_cast<std::uint32_t>(c.green >> 8) << 8 | static_cast<std::uint32_t>(c.blue >> 8);
     }
@@ -46,7 +45,7 @@ const pixman_indexed_t& palette() {
 // pixman has the standard colours.
 struct Sheet {
   int width, height, depth;
-  qd::World world;
+  bench::World world;
   pixman_image_t* pixman;
   cairo_surface_t* cairo;
   cairo_t* pen;
@@ -183,7 +182,7 @@ std::string compare(const Sheet& sheet, const std::string& what, bool withPixman
 
 struct Drawing {
   std::string name;
-  std::function<void()> ours;
+  std::function<void(qd::Port&)> ours;
   std::function<void(cairo_t*)> cairo;
   std::optional<pixman_rectangle16_t> pixman;  // it fills rectangles and knows no other shape
   long allowed;                                // pixels along edges, which cairo rounds in its own way
@@ -200,8 +199,8 @@ void roundRect(cairo_t* pen, double x, double y, double w, double h, double r) {
   cairo_fill(pen);
 }
 
-std::vector<Point> star(int corners, int radius) {
-  std::vector<Point> points;
+std::vector<qd::Point> star(int corners, int radius) {
+  std::vector<qd::Point> points;
   for (int i = 0; i < corners; ++i) {
     const double turn = 2 * std::numbers::pi * i / corners;
     const double reach = i % 2 == 0 ? radius : radius / 2.0;
@@ -211,11 +210,10 @@ std::vector<Point> star(int corners, int radius) {
   return points;
 }
 
-Drawing line(const char* name, Point to) {
+Drawing line(const char* name, qd::Point to) {
   return {std::string("line ") + name,
-          [to] {
-            MoveTo(10, 10);
-            LineTo(to.h, to.v);
+          [to](qd::Port& port) {
+            draw(port, qd::LineCommand{{10, 10}, to});
           },
           [to](cairo_t* pen) {
             cairo_move_to(pen, 10.5, 10.5);
@@ -230,17 +228,17 @@ std::vector<Drawing> drawings() {
   std::vector<Drawing> all;
   for (const int size : {4, 64, 1024}) {
     const auto at = static_cast<std::int16_t>(size == 1024 ? 0 : 13);
-    const Rect area = MakeRect(at, at, size, size);
+    const qd::Rect area = qd::MakeRect(at, at, size, size);
     const auto side = static_cast<std::uint16_t>(size);
     const std::string by = " " + std::to_string(size) + "x" + std::to_string(size);
-    all.push_back({"rectangle" + by, [area] { PaintRect(&area); },
+    all.push_back({"rectangle" + by, [area](qd::Port& port) { draw(port, qd::ShapeCommand{.rect = area}); },
                    [at, size](cairo_t* pen) {
                      cairo_rectangle(pen, at, at, size, size);
                      cairo_fill(pen);
                    },
                    pixman_rectangle16_t{at, at, side, side}, 0});
     all.push_back({"oval" + by,
-                   [area] { PaintOval(&area); },
+                   [area](qd::Port& port) { draw(port, qd::ShapeCommand{.shape = qd::Shape::oval, .rect = area}); },
                    [at, size](cairo_t* pen) {
                      cairo_arc(pen, at + size / 2.0, at + size / 2.0, size / 2.0, 0, 2 * std::numbers::pi);
                      cairo_fill(pen);
@@ -248,13 +246,15 @@ std::vector<Drawing> drawings() {
                    {},
                    4L * size});
     const int corner = std::max(size / 4, 2);
-    all.push_back({"round rectangle" + by,
-                   [area, corner] {
-                     PaintRoundRect(&area, static_cast<std::int16_t>(corner), static_cast<std::int16_t>(corner));
-                   },
-                   [at, size, corner](cairo_t* pen) { roundRect(pen, at, at, size, size, corner / 2.0); },
-                   {},
-                   4L * size});
+    all.push_back(
+        {"round rectangle" + by,
+         [area, corner](qd::Port& port) {
+           const auto side = static_cast<std::int16_t>(corner);
+           draw(port, qd::ShapeCommand{.shape = qd::Shape::roundRect, .rect = area, .ovalSize = {side, side}});
+         },
+         [at, size, corner](cairo_t* pen) { roundRect(pen, at, at, size, size, corner / 2.0); },
+         {},
+         4L * size});
   }
   all.push_back(line("across", {10, 1000}));
   all.push_back(line("down", {1000, 10}));
@@ -262,26 +262,23 @@ std::vector<Drawing> drawings() {
   all.push_back(line("steep", {1000, 377}));
   all.push_back(line("short", {17, 29}));
   for (const auto& [corners, radius] : {std::pair{10, 40}, std::pair{10, 500}, std::pair{100, 500}}) {
-    const std::vector<Point> points = star(corners, radius);
-    const PolyHandle polygon = OpenPoly();
-    MoveTo(points.back().h, points.back().v);
-    for (const Point& p : points) LineTo(p.h, p.v);
-    ClosePoly();
-    all.push_back({"star of " + std::to_string(corners) + " points, " + std::to_string(2 * radius) + " px",
-                   [polygon] { PaintPoly(polygon); },
-                   [points](cairo_t* pen) {
-                     for (const Point& p : points) cairo_line_to(pen, p.h, p.v);
-                     cairo_close_path(pen);
-                     cairo_fill(pen);
-                   },
-                   {},
-                   static_cast<long>(corners) * radius});
+    std::vector<qd::Point> points = star(corners, radius);
+    points.push_back(points.front());
+    all.push_back(
+        {"star of " + std::to_string(corners) + " points, " + std::to_string(2 * radius) + " px",
+         [points](qd::Port& port) { draw(port, qd::ShapeCommand{.shape = qd::Shape::polygon, .points = points}); },
+         [points](cairo_t* pen) {
+           for (const qd::Point& p : points) cairo_line_to(pen, p.h, p.v);
+           cairo_close_path(pen);
+           cairo_fill(pen);
+         },
+         {},
+         static_cast<long>(corners) * radius});
   }
   return all;
 }
 
 void draw(Table& table) {
-  const qd::World desk(8, 8, 1);  // polygons are made on some port
   for (const Drawing& drawing : drawings()) {
     for (const int depth : {8, 16, 32}) {
       Sheet sheet(kSize, kSize, depth);
@@ -289,18 +286,19 @@ void draw(Table& table) {
       const auto withPixman = [&] {
         pixman_image_fill_rectangles(PIXMAN_OP_SRC, sheet.pixman, &black, 1, &*drawing.pixman);
       };
-      drawing.ours();
+      const auto ours = [&] { drawing.ours(sheet.world.port()); };
+      ours();
       drawing.cairo(sheet.pen);
       if (drawing.pixman) withPixman();
       const std::string what = drawing.name + " at " + std::to_string(depth);
       const std::string told = compare(sheet, what, drawing.pixman.has_value(), true, drawing.allowed);
 
-      std::vector<Side> sides = {{"ours", drawing.ours}, {"cairo", [&] { drawing.cairo(sheet.pen); }}};
+      std::vector<Side> sides = {{"ours", ours}, {"cairo", [&] { drawing.cairo(sheet.pen); }}};
       if (drawing.pixman) sides.emplace_back("pixman", withPixman);
       race(table, what + told, sides, bench::atLeast(1));
       if (!drawing.pixman || drawing.pixman->width != kSize) continue;
       const std::size_t bytes = sheet.world.rowBytes() * kSize;
-      race(table, what, {{"ours", drawing.ours}, {"memset", [&] { std::memset(sheet.world.row(0), 0, bytes); }}},
+      race(table, what, {{"ours", ours}, {"memset", [&] { std::memset(sheet.world.row(0), 0, bytes); }}},
            bench::atLeast(0.9));
     }
   }
@@ -359,14 +357,15 @@ void copyOne(Table& table, const Copy& copy) {
     mask->fillWithNoise();
   }
   Sheet to(copy.toWidth, copy.toHeight, copy.toDepth, copy.toDepth == 8);
-  ForeColor(blackColor);
-  BackColor(whiteColor);
+  const qd::PixelMap& source = from.world.map();
+  const qd::PixelMap& target = to.world.map();
+  const qd::Region clip(target.bounds);
+  const qd::TransferColors colors;
 
   const auto ours = [&] {
-    if (mask)
-      return CopyMask(from.world.bits(), mask->world.bits(), to.world.bits(), &from.world.bounds(),
-                      &mask->world.bounds(), &to.world.bounds());
-    CopyBits(from.world.bits(), to.world.bits(), &from.world.bounds(), &to.world.bounds(), qd::srcCopy, nullptr);
+    if (!mask) return copyBits(source, target, source.bounds, target.bounds, qd::srcCopy, clip, colors);
+    const qd::PixelMap& through = mask->world.map();
+    copyMask(source, through, target, source.bounds, through.bounds, target.bounds, clip, colors);
   };
 
   const bool isStretched = copy.fromWidth != copy.toWidth;

@@ -8,18 +8,15 @@
 
 #include "bench/bench.h"
 #include "bench/commands.h"
-#include "engine/pict/player.h"
-#include "platform/memory/memory.h"
-#include "platform/quickdraw/world.h"
 
 namespace {
 
 using bench::Command;
 using bench::commands;
-using bench::draw;
 using bench::kHeight;
 using bench::kWidth;
 using bench::Table;
+using Picture = std::vector<std::uint8_t>;
 
 void drawCairo(cairo_t* pen, const Command& c) {
   constexpr double kQuarter = std::numbers::pi / 2;
@@ -54,13 +51,10 @@ void drawCairo(cairo_t* pen, const Command& c) {
   }
 }
 
-PicHandle record(const qd::World& world, const std::vector<Command>& drawing) {
-  world.select();
-  const OpenCPicParams params = PictureParams(kWidth, kHeight);
-  const PicHandle picture = OpenCPicture(&params);
-  for (const Command& c : drawing) draw(c);
-  ClosePicture();
-  return picture;
+Picture record(const std::vector<Command>& drawing) {
+  return bench::recorded(kWidth, kHeight, [&](qd::Recorder& recorder) {
+    for (const Command& c : drawing) draw(recorder, c);
+  });
 }
 
 cairo_surface_t* recordCairo(const std::vector<Command>& drawing) {
@@ -74,10 +68,8 @@ cairo_surface_t* recordCairo(const std::vector<Command>& drawing) {
   return recording;
 }
 
-void play(const qd::World& world, PicHandle picture) {
-  world.select();
-  DrawPicture(picture, &world.bounds());
-  if (qd::lastPlayback().error) bench::fail("A picture that we recorded is broken.");
+void play(qd::GWorld& world, const Picture& picture) {
+  if (world.play(picture).error) bench::fail("A picture that we recorded is broken.");
 }
 
 void playCairo(cairo_t* pen, cairo_surface_t* recording) {
@@ -85,20 +77,18 @@ void playCairo(cairo_t* pen, cairo_surface_t* recording) {
   cairo_paint(pen);
 }
 
-// To a file and back, into a handle of its own.
-PicHandle throughFile(PicHandle picture, std::FILE* file) {
-  const auto handle = reinterpret_cast<Handle>(picture);
-  const auto size = static_cast<std::size_t>(GetHandleSize(handle));
+// To a file and back, into bytes of its own.
+Picture throughFile(const Picture& picture, std::FILE* file) {
   std::rewind(file);
-  const Handle again = NewHandle(static_cast<std::int32_t>(size));
-  if (std::fwrite(*handle, 1, size, file) != size || std::fflush(file) != 0 || std::fseek(file, 0, SEEK_SET) != 0 ||
-      again == nullptr || std::fread(*again, 1, size, file) != size)
+  Picture again(picture.size());
+  if (std::fwrite(picture.data(), 1, picture.size(), file) != picture.size() || std::fflush(file) != 0 ||
+      std::fseek(file, 0, SEEK_SET) != 0 || std::fread(again.data(), 1, again.size(), file) != again.size())
     bench::fail("The picture can't be written and read.");
-  return reinterpret_cast<PicHandle>(again);
+  return again;
 }
 
 struct Stage {
-  qd::World world{kWidth, kHeight, 32};
+  qd::GWorld world = std::move(*qd::GWorld::make(bench::system(), kWidth, kHeight));
   cairo_surface_t* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, kWidth, kHeight);
   cairo_t* pen = cairo_create(surface);
   std::FILE* file = std::tmpfile();
@@ -118,17 +108,15 @@ struct Stage {
 };
 
 // The share of pixels that come out otherwise. Edges of curves and lines are rounded otherwise, so some do.
-double differing(const Stage& stage, const std::vector<Command>& drawing) {
-  const PicHandle picture = record(stage.world, drawing);
-  play(stage.world, picture);
-  KillPicture(picture);
+double differing(Stage& stage, const std::vector<Command>& drawing) {
+  play(stage.world, record(drawing));
   cairo_surface_t* const recording = recordCairo(drawing);
   playCairo(stage.pen, recording);
   cairo_surface_destroy(recording);
   cairo_surface_flush(stage.surface);
   long different = 0;
   for (int y = 0; y < kHeight; ++y) {
-    const std::uint8_t* const ours = stage.world.row(y);
+    const std::uint8_t* const ours = stage.world.row(y).data();
     const std::uint8_t* const theirs =
         cairo_image_surface_get_data(stage.surface) + y * cairo_image_surface_get_stride(stage.surface);
     for (int x = 0; x < kWidth; ++x) {
@@ -155,29 +143,20 @@ struct Cost {
   double recorded, whole;  // seconds a command
 };
 
-Cost measure(Table& table, const Stage& stage, int count) {
+Cost measure(Table& table, Stage& stage, int count) {
   const std::vector<Command> drawing = commands(count);
   const int rounds = count > 10000 ? 5 : bench::kRounds;
   const std::string by = std::to_string(count) + " commands";
 
-  const PicHandle kept = record(stage.world, drawing);
-  const double bytes = GetHandleSize(reinterpret_cast<Handle>(kept)) / static_cast<double>(count);
-  KillPicture(kept);
+  const double bytes = static_cast<double>(record(drawing).size()) / count;
   const double heap = heapPerCommand(drawing);
   table.row(by + ": bytes a command", bench::format("%.1f", bytes), bench::format("%.1f", heap), heap / bytes,
             bench::atLeast(1));
 
-  const auto recordedOnly = bench::takeTurns({{"ours", [&] { KillPicture(record(stage.world, drawing)); }},
+  const auto recordedOnly = bench::takeTurns({{"ours", [&] { bench::keep(record(drawing).data()); }},
                                               {"cairo", [&] { cairo_surface_destroy(recordCairo(drawing)); }}},
                                              rounds);
-  const auto whole = bench::takeTurns({{"ours",
-                                        [&] {
-                                          const PicHandle picture = record(stage.world, drawing);
-                                          const PicHandle again = throughFile(picture, stage.file);
-                                          KillPicture(picture);
-                                          play(stage.world, again);
-                                          KillPicture(again);
-                                        }},
+  const auto whole = bench::takeTurns({{"ours", [&] { play(stage.world, throughFile(record(drawing), stage.file)); }},
                                        {"cairo",
                                         [&] {
                                           cairo_surface_t* const recording = recordCairo(drawing);
@@ -196,7 +175,7 @@ Cost measure(Table& table, const Stage& stage, int count) {
 }  // namespace
 
 int main() {
-  const Stage stage;
+  Stage stage;
   const double share = differing(stage, commands(1000));
   // Along the edges of a thousand small shapes, where curves and slanted lines are rounded in another way.
   if (share > 0.03) bench::fail("cairo draws " + bench::format("%.0f", share * 100) + "% other pixels than we do.");

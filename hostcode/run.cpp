@@ -30,7 +30,7 @@ namespace {
 
 using Attributes = std::vector<std::pair<std::string, std::string>>;
 
-std::string textOf(const Attributes& attributes) {
+std::string wordsOf(const Attributes& attributes) {
   std::string text;
   for (const auto& [name, value] : attributes) {
     text += (text.empty() ? "   [" : ", ") + name + (value.empty() ? "" : " = " + value);
@@ -41,8 +41,8 @@ std::string textOf(const Attributes& attributes) {
 void printMethods(const std::vector<runtime::Method>& methods) {
   for (const runtime::Method& method : methods) {
     const bool isProperty = method.setter != nullptr;
-    std::printf("  %s%s%s\n", runtime::textOf(method.declaration).c_str(), isProperty ? "   (can be set)" : "",
-                textOf(method.attributes).c_str());
+    std::printf("  %s%s%s\n", runtime::spelled(method.declaration).c_str(), isProperty ? "   (can be set)" : "",
+                wordsOf(method.attributes).c_str());
   }
 }
 
@@ -51,7 +51,7 @@ void printMethods(const std::vector<runtime::Method>& methods) {
 Status printClasses(const ClassesOptions& options) {
   Session session(options.hostVersion);
   for (const auto& [name, info] : session.host().classes()) {
-    std::printf("%s%s\n", name.c_str(), textOf(info.attributes).c_str());
+    std::printf("%s%s\n", name.c_str(), wordsOf(info.attributes).c_str());
     for (const runtime::Property& property : info.properties) {
       std::printf("  %s as integer%s\n", property.name.c_str(), property.canSet ? "   (can be set)" : "");
     }

@@ -17,7 +17,7 @@ using runtime::Value;
 
 namespace {
 
-std::string textOf(const Value& value) {
+std::string contentOf(const Value& value) {
   if (const auto* string = std::get_if<String>(&value)) return std::string(runtime::bytesOf(string->get()));
   const auto* object = std::get_if<Object>(&value);
   const auto* block = object != nullptr ? runtime::as<runtime::MemoryBlock>(object->get()) : nullptr;
@@ -93,7 +93,7 @@ Image Session::imageOf(const Object& picture) {
   return image;
 }
 
-std::string Session::exported(const Object& picture) { return textOf(host_.get(picture, "PicHandleDataTVK")); }
+std::string Session::exported(const Object& picture) { return contentOf(host_.get(picture, "PicHandleDataTVK")); }
 
 void Session::save(const Value& value, const fs::path& path) {
   const auto* object = std::get_if<Object>(&value);
@@ -101,14 +101,14 @@ void Session::save(const Value& value, const fs::path& path) {
   const bool isBytes = !isPicture && (object != nullptr || std::holds_alternative<String>(value));
   if (!isPicture && !isBytes) throw runtime::Error("Save takes a picture, a string or a memory block.");
   const std::string ending = path.extension().string();
-  if (ending == ".pict" || ending == ".pct") return writePicture(path, isPicture ? exported(*object) : textOf(value));
+  if (ending == ".pict" || ending == ".pct") return writePicture(path, isPicture ? exported(*object) : contentOf(value));
   if (ending != ".png") {
     if (isPicture) throw runtime::Error("A picture is saved as .png, .pict or .pct, not as \"" + ending + "\".");
-    return writeFile(path, textOf(value));
+    return writeFile(path, contentOf(value));
   }
   if (isPicture && runtime::as<runtime::PictureObject>(object->get())->world != nullptr)
     return writePNG(path, imageOf(*object));
-  const std::string bytes = isPicture ? exported(*object) : textOf(value);
+  const std::string bytes = isPicture ? exported(*object) : contentOf(value);
   writePNG(path, imageOf(played("What is to be shown", bytes)));
 }
 

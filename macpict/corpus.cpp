@@ -16,11 +16,11 @@ namespace {
 constexpr int kCellWidth = 180, kCellHeight = 160, kLabelHeight = 16, kColumns = 6, kGap = 4;
 
 // Of so many pixels.
-constexpr std::size_t bytesOf(int pixels) { return static_cast<std::size_t>(pixels) * 3; }
+constexpr std::size_t byteCount(int pixels) { return static_cast<std::size_t>(pixels) * 3; }
 
 // Shrinks by taking the mean of what falls into a pixel.
 Image shrunk(const Image& image, int width, int height) {
-  Image small{width, height, std::string(bytesOf(width) * static_cast<std::size_t>(height), '\0')};
+  Image small{width, height, std::string(byteCount(width) * static_cast<std::size_t>(height), '\0')};
   const auto edge = [](int at, int from, int to) { return static_cast<int>(std::int64_t{at} * from / to); };
   for (int y = 0; y < height; ++y) {
     const int top = edge(y, image.height, height);
@@ -39,7 +39,7 @@ Image shrunk(const Image& image, int width, int height) {
                           static_cast<std::size_t>(c)]);
           }
         }
-        small.rgb[static_cast<std::size_t>(y) * bytesOf(width) + bytesOf(x) + static_cast<std::size_t>(c)] =
+        small.rgb[static_cast<std::size_t>(y) * byteCount(width) + byteCount(x) + static_cast<std::size_t>(c)] =
             static_cast<char>(sum / ((bottom - top) * (right - left)));
       }
     }
@@ -52,15 +52,15 @@ class Sheet {
   explicit Sheet(std::size_t count) {
     const int rows = static_cast<int>((count + kColumns - 1) / kColumns);
     image_ = {kColumns * kCellWidth, rows * kCellHeight, {}};
-    image_.rgb.assign(bytesOf(image_.width) * static_cast<std::size_t>(image_.height), '\xD0');
+    image_.rgb.assign(byteCount(image_.width) * static_cast<std::size_t>(image_.height), '\xD0');
   }
   void place(std::size_t index, const Image& picture, int dy) {
     const int left = static_cast<int>(index) % kColumns * kCellWidth + kGap;
     const int top = static_cast<int>(index) / kColumns * kCellHeight + kGap + dy;
     for (int y = 0; y < picture.height; ++y) {
-      image_.rgb.replace(static_cast<std::size_t>(top + y) * bytesOf(image_.width) + bytesOf(left),
-                         bytesOf(picture.width), picture.rgb, static_cast<std::size_t>(y) * bytesOf(picture.width),
-                         bytesOf(picture.width));
+      image_.rgb.replace(static_cast<std::size_t>(top + y) * byteCount(image_.width) + byteCount(left),
+                         byteCount(picture.width), picture.rgb, static_cast<std::size_t>(y) * byteCount(picture.width),
+                         byteCount(picture.width));
     }
   }
   const Image& image() const { return image_; }

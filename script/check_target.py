@@ -8,16 +8,25 @@ import tempfile
 
 import mac_bundle
 
-# What the host reads from the bundle's data, in bytes: words of 4, by rows.
-RECORDS = {"graphicseClass": 29 * 4, "pictureClass": 29 * 4, "PICTClass": 29 * 4,
-           "graphicsMethods": 10 * 24, "pictureMethods": 6 * 24, "globalMethodsTVK": 2 * 24,
-           "PICTMethods": 48 * 24, "PICTProperties": 3 * 48}
+# What the host reads from the bundle's data: a class is 29 words of 4 bytes, a method's row takes 24 bytes and a property's
+# 48. A table has as many rows as its source.
+CLASSES = ("graphicseClass", "pictureClass", "PICTClass")
+TABLES = {"graphicsMethods": 24, "pictureMethods": 24, "globalMethodsTVK": 24, "PICTMethods": 24, "PICTProperties": 48}
 failures = []
 
 
 def expect(holds, sentence):
     if not holds:
         failures.append(sentence)
+
+
+def rows(table):
+    """How many rows the plug-in's source gives a table."""
+    for source in pathlib.Path("plugin").rglob("*.cpp"):
+        found = re.search(table + r"\[\w*\] = \{\n(.*?)\n\};", source.read_text(encoding="utf-8"), re.DOTALL)
+        if found:
+            return len(re.findall(r"^ {4}[{A-Z]", found[1], re.MULTILINE))
+    raise SystemExit(f"check-target: no source has the table {table}")
 
 
 def tool(*words):
@@ -68,7 +77,8 @@ def check_symbols(bundle, bound):
 
     data = [(int(address, 16), name) for address, name in
             re.findall(r"^(\S+) \(__DATA,__data\) .* (\S+)$", symbols, re.MULTILINE)]
-    for record, size in RECORDS.items():
+    sizes = {record: 29 * 4 for record in CLASSES} | {table: rows(table) * size for table, size in TABLES.items()}
+    for record, size in sizes.items():
         here = next((i for i, (_, name) in enumerate(data) if name == "_" + record), None)
         if here is None:
             failures.append(f"{record} is not in writable data")

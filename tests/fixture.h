@@ -33,7 +33,7 @@ class PluginTest : public ::testing::Test {
   Host& start(std::optional<double> version = 2014.0) {
     stop();
     host_.emplace(version);
-    for (const std::string& name : spy::absent) host_->take(name);
+    for (const std::string& name : spy::absent) host_->withdraw(name);
     // The platform's own folder, whatever stands in for the search later.
     const auto search = std::exchange(spy::system::FSFindFolder::instead, nullptr);
     host_->load(bundle(), &spy::resolve);

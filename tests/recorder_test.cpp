@@ -245,7 +245,7 @@ TEST_F(RecorderTest, TransferLocksWhatItReadsAndGivesBack) {
 }
 
 TEST_F(RecorderTest, AnExceptionFallsBackOnTheRuntimes) {
-  host().take("OutOfMemoryException");
+  host().withdraw("OutOfMemoryException");
   const Object recorder = this->recorder();
   spy::host::REALNewMemoryBlock::instead = [](std::int32_t) -> REALmemoryBlockStruct* { return nullptr; };
   EXPECT_THROW(host().get(recorder, "PicHandleDataMemory"), runtime::Exception);

@@ -42,7 +42,7 @@ void Painter::box(const Box& box) {
     for (int y = visible.top; y < visible.bottom; ++y, row += map_.rowBytes) fillWords(row, tileOf(y), words);
     return;
   }
-  std::size_t bytes = bytesOf(visible.width());
+  std::size_t bytes = byteCount(visible.width());
   int rows = visible.height();
   if (bytes == static_cast<std::size_t>(map_.rowBytes)) {  // the rows touch
     bytes *= static_cast<std::size_t>(rows);
@@ -109,7 +109,7 @@ void Painter::fill(int y, int left, int right) {
   if (isPixelByPixel_) return fillByPixel(y, left, right);
   const Tile& tile = tileOf(y);
   if (!storesBytes(tile)) return fillWords(map_.row(y), tile, wordsOf(left, right));
-  storeBytes(map_.at(y, left), bytesOf(right - left), 1, tile);
+  storeBytes(map_.at(y, left), byteCount(right - left), 1, tile);
 }
 
 // Pieces of so many pixels as fit; the first and the last overlap what lies between them.

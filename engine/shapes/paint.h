@@ -52,7 +52,7 @@ class Painter : public RunSink {
   static void fillWords(std::uint8_t* row, const Tile& tile, const Words& words);
   // Where a pixel is whole bytes and one is put down everywhere, there are no bits to mask.
   bool storesBytes(const Tile& tile) const { return tile.storesOnePixel && map_.depth >= 8; }
-  std::size_t bytesOf(int pixels) const { return static_cast<std::size_t>(pixels) * map_.pixelBytes(); }
+  std::size_t byteCount(int pixels) const { return static_cast<std::size_t>(pixels) * map_.pixelBytes(); }
   void storeBytes(std::uint8_t* at, std::size_t bytes, int rows, const Tile& tile) const;
   const Tile& tileOf(int y);
   void makeTile(Tile& tile, std::uint8_t bits) const;

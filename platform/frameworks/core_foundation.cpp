@@ -58,7 +58,7 @@ URL* urlOf(CFURLRef ref) { return reinterpret_cast<URL*>(const_cast<__CFURL*>(re
 Bundle* bundleOf(CFBundleRef ref) { return reinterpret_cast<Bundle*>(ref); }
 CFURLRef newURL(fs::path path) { return reinterpret_cast<CFURLRef>(new URL(std::move(path))); }
 
-std::string textOf(CFStringRef ref) {
+std::string charactersOf(CFStringRef ref) {
   const auto* string = reinterpret_cast<const ConstantString*>(ref);
   const bool isConstant =
       string != nullptr && string->isa == __CFConstantStringClassReference && string->flags == 0x7C8;
@@ -106,7 +106,7 @@ CFURLRef CFURLCreateFromFSRef(CFAllocatorRef, const FSRef* folder) {
 
 CFURLRef CFURLCreateCopyAppendingPathComponent(CFAllocatorRef, CFURLRef url, CFStringRef component, Boolean) {
   return guarded([=] {
-    const std::string name = textOf(component);
+    const std::string name = charactersOf(component);
     return url != nullptr && !name.empty() ? newURL(urlOf(url)->path / name) : nullptr;
   });
 }
@@ -144,7 +144,7 @@ std::string loadErrorOf(CFBundleRef ref) {
 void* CFBundleGetFunctionPointerForName(CFBundleRef ref, CFStringRef name) {
   const Bundle* bundle = bundleOf(ref);
   if (bundle == nullptr || bundle->executable == nullptr) return nullptr;
-  return guarded([=] { return bundle->executable->find(textOf(name)); });
+  return guarded([=] { return bundle->executable->find(charactersOf(name)); });
 }
 
 void CFRelease(CFTypeRef ref) {

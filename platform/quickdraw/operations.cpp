@@ -88,17 +88,17 @@ struct Worlds {
 
   GrafPort* add(OwnedPixels pixels) {
     auto port = std::make_unique<GrafPort>(std::move(pixels), resources);
-    GrafPort* const made = port.get();
-    const PixelMap* const map = &made->port.map();
+    GrafPort* const world = port.get();
+    const PixelMap* const map = &world->port.map();
     try {
       maps.emplace(map, map);
-      maps.emplace(&made->mapMaster, map);
-      alive.emplace(made, std::move(port));
+      maps.emplace(&world->mapMaster, map);
+      alive.emplace(world, std::move(port));
     } catch (const std::bad_alloc&) {
-      forget(*made);
+      forget(*world);
       throw;
     }
-    return made;
+    return world;
   }
 
   void forget(const GrafPort& port) {
@@ -214,7 +214,7 @@ Point fromPen(std::int16_t dh, std::int16_t dv) {
   return {Low16(pen.v + dv), Low16(pen.h + dh)};
 }
 
-std::string_view textOf(const void* bytes, std::int16_t first, std::int16_t count) {
+std::string_view partOf(const void* bytes, std::int16_t first, std::int16_t count) {
   if (bytes == nullptr || count <= 0) return {};
   return {static_cast<const char*>(bytes) + first, static_cast<std::size_t>(count)};
 }
@@ -588,7 +588,7 @@ void TextMode(std::int16_t mode) { current().state.text.mode = mode; }
 
 void DrawText(const void* bytes, std::int16_t first, std::int16_t count) {
   Port& port = current();
-  const std::string_view text = textOf(bytes, first, count);
+  const std::string_view text = partOf(bytes, first, count);
   if (text.empty()) return;
   draw(TextCommand{port.state.pen, text});
   port.state.pen.h = Low16(port.state.pen.h + TextWidth(bytes, first, count));
@@ -596,7 +596,7 @@ void DrawText(const void* bytes, std::int16_t first, std::int16_t count) {
 
 std::int16_t TextWidth(const void* bytes, std::int16_t first, std::int16_t count) {
   return guarded(
-      [=] { return Low16(textWidth(worlds().resources.fonts, current().state.text, textOf(bytes, first, count))); });
+      [=] { return Low16(textWidth(worlds().resources.fonts, current().state.text, partOf(bytes, first, count))); });
 }
 
 namespace qd {

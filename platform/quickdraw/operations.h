@@ -1,4 +1,4 @@
-// The 68 operations, and what other parts of the platform need of QuickDraw besides.
+// QuickDraw's operations, and what other parts of the platform need of QuickDraw besides.
 #pragma once
 
 #include "contract/handles.h"

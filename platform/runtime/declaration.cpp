@@ -71,7 +71,7 @@ const char* nameOf(Type type) {
   return "nothing";
 }
 
-std::string textOf(const Declaration& declaration) {
+std::string spelled(const Declaration& declaration) {
   std::string text = declaration.name;
   for (const Declaration::Parameter& parameter : declaration.parameters) {
     const bool isArray = parameter.type == Type::integerArray;

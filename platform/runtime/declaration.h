@@ -24,7 +24,7 @@ struct Declaration {
 std::optional<Declaration> parseDeclaration(std::string_view text);
 
 // The declaration as host code has it.
-std::string textOf(const Declaration& declaration);
+std::string spelled(const Declaration& declaration);
 const char* nameOf(Type type);
 bool sameName(std::string_view a, std::string_view b);  // the language doesn't tell cases apart
 

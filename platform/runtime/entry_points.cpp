@@ -113,8 +113,8 @@ unsigned char EntryPoints::PluginGetStringData(REALstringStruct* string, std::ui
     out->data = copy;
     return 1;
   }
-  REALstringStruct* const kept = source.release();
-  std::memcpy(&out->none[0], &kept, sizeof kept);
+  REALstringStruct* const shared = source.release();
+  std::memcpy(&out->none[0], &shared, sizeof shared);
   return 1;
 }
 void EntryPoints::PluginDisposeStringData(REALstringData* record) {

@@ -116,7 +116,7 @@ Host* Host::running() { return runningHost; }
 Host::Host(std::optional<double> version) : version_(version) {
   if (runningHost != nullptr) throw Error("A host is running already; there can be one at a time.");
   runningHost = this;
-  if (!version_) take("REALGetRBVersion");
+  if (!version_) withdraw("REALGetRBVersion");
 }
 
 Host::~Host() {
@@ -344,9 +344,9 @@ Object Host::graphicsOf(const Object& picture) const {
     auto graphics = std::make_unique<Graphics>();
     graphics->port = object->world;
     graphics->picture = picture.get();
-    REALobjectStruct* const made = heap_.newObject(std::move(graphics));
+    REALobjectStruct* const handle = heap_.newObject(std::move(graphics));
     heap_.lock(picture.get());
-    return Object(made);
+    return Object(handle);
   });
 }
 

@@ -85,8 +85,8 @@ class Host {
   void load(const std::filesystem::path& bundle, Resolver resolver = &Host::resolve);
 
   // Takes an entry point or a class of the host's own away, and gives it back.
-  void take(const std::string& name) { taken_.insert(name); }
-  void give(const std::string& name) { taken_.erase(name); }
+  void withdraw(const std::string& name) { withdrawn_.insert(name); }
+  void restore(const std::string& name) { withdrawn_.erase(name); }
   // Whether arrays show their elements in their record.
   bool arraysShowStorage = true;
 
@@ -114,7 +114,7 @@ class Host {
   // ---- what the entry points need
   static Host* running();  // null if there is none
   static void* resolve(const char* name) noexcept;
-  bool has(std::string_view name) const { return !taken_.contains(name); }
+  bool has(std::string_view name) const { return !withdrawn_.contains(name); }
   double version() const { return version_.value_or(0.0); }
   void tell(std::int32_t recordVersion) { registry_.tell(recordVersion); }
   // Nothing is thrown through a plug-in: what is wrong with a record waits till somebody asks.
@@ -135,7 +135,7 @@ class Host {
   void adding(Add add);
 
   std::optional<double> version_;
-  std::set<std::string, std::less<>> taken_;
+  std::set<std::string, std::less<>> withdrawn_;
   Registry registry_;
   mutable Heap heap_;  // a host that makes values is the same host
   Object raised_;
