@@ -24,7 +24,7 @@ struct FieldExample {
 // An opcode's name, and the number after it if it is reserved.
 std::uint16_t takeNumber(TextReader& in) {
   const std::string_view name = in.peek();
-  if (in.take(op::Reserved0x0017::kName)) {
+  if (in.take(op::kReservedName)) {
     const auto number = static_cast<std::uint16_t>(in.integer(0, 0xFFFF));
     if (in.good() && opcodeRow(number).kind != Kind::reserved) {
       in.failBefore("that number isn't reserved; " + opcodeName(number) + " would work");

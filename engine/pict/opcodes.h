@@ -14,6 +14,8 @@ enum class Kind { plain, sized, family, same, bits, comment, reserved };
 
 // The number of an opcode is kNumber, of a run of reserved ones a field, and in a family it goes by the verb.
 namespace op {
+inline constexpr const char* kReservedName = "Reserved";
+
 #define FIELD(type, name) field::type::Value name = {};
 #define STRUCT(first, last, Name, text, kind, own, ...) \
   struct Name {                                         \
@@ -31,7 +33,7 @@ namespace op {
 #define FAMILY(first, Name, shape, ...) STRUCT(first, first + 4, Name, #Name, family, VERBS(shape), __VA_ARGS__)
 #define SAME(first, Name, shape, ...) STRUCT(first, first + 4, Name, #Name, same, VERBS(shape), __VA_ARGS__)
 #define RESERVED(first, last, ...) \
-  STRUCT(first, last, Reserved##first, "Reserved", reserved, std::uint16_t number = first;, __VA_ARGS__)
+  STRUCT(first, last, Reserved##first, kReservedName, reserved, std::uint16_t number = first;, __VA_ARGS__)
 #include "engine/pict/opcodes.def"
 #undef STRUCT
 #undef VERBS
