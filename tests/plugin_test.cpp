@@ -1,6 +1,9 @@
 // Loading: versions, records, and what a host without a name gets.
 #include <map>
 
+#include "plugin/graphics/graphics.h"
+#include "plugin/picture/picture.h"
+#include "plugin/recorder/recorder.h"
 #include "tests/fixture.h"
 
 namespace {
@@ -53,11 +56,11 @@ TEST_F(Loading, ChoosesTheRecordVersionByTheHosts) {
     for (const auto& [name, record] : records_)
       EXPECT_EQ(record->version, static_cast<std::uint32_t>(recordVersion)) << name;
     EXPECT_EQ(records_["MacPictTVK"]->dataSize, 32U);
-    EXPECT_EQ(host_->classes().at("graphics").methods.size(), 10U);
-    EXPECT_EQ(host_->classes().at("Picture").methods.size(), 6U);
-    EXPECT_EQ(host_->classes().at("MacPictTVK").methods.size(), 48U);
-    EXPECT_EQ(host_->classes().at("MacPictTVK").properties.size(), 3U);
-    EXPECT_EQ(host_->globalMethods().size(), 2U);
+    EXPECT_EQ(host_->classes().at("graphics").methods.size(), kGraphicsMethodCount);
+    EXPECT_EQ(host_->classes().at("Picture").methods.size(), kPictureMethodCount);
+    EXPECT_EQ(host_->classes().at("MacPictTVK").methods.size(), kPICTMethodCount);
+    EXPECT_EQ(host_->classes().at("MacPictTVK").properties.size(), kPICTPropertyCount);
+    EXPECT_EQ(host_->globalMethods().size(), kGlobalMethodCount);
     unload();
   }
 }
