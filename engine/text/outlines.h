@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "engine/text/ink.h"
+#include "engine/shapes/ink.h"
 
 namespace qd {
 

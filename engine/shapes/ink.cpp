@@ -1,4 +1,4 @@
-#include "engine/text/ink.h"
+#include "engine/shapes/ink.h"
 
 #include <algorithm>
 
