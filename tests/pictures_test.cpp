@@ -340,6 +340,122 @@ TEST_F(Pictures, TheFirstBrokenOperandEndsThem) {
   }
 }
 
+// A shape that is drawn again by its short opcode comes out as one that is told again.
+TEST_F(Pictures, WhatRepeatsIsDrawnAsIfToldAgain) {
+  const auto shape = [](Pict& pict, int family, int verb) {
+    pict.op(family + verb);
+    if (family == op::Poly::kNumber)
+      return pict.words({10 + 4 * 5, 1, 1, 10, 14, 1, 1, 10, 14, 1, 14, 10, 1, 1, 1}), void();
+    pict.words({10 + 2 * 13, 2, 1, 9, 13, 2, 1, 6, 9, 13, 0x7FFF, 9, 1, 6, 9, 13, 0x7FFF, 0x7FFF});
+  };
+  const auto state = [](Pict& pict, int number, std::initializer_list<int> words) { pict.op(number).words(words); };
+  const std::function<void(Pict&)> changes[] = {
+      [](Pict&) {},
+      [&](Pict& p) {
+        state(p, op::PnSize::kNumber, {2, 3});
+      },
+      [&](Pict& p) {
+        state(p, op::Clip::kNumber, {10, 3, 2, 9, 11});
+      },
+      [&](Pict& p) {
+        state(p, op::Origin::kNumber, {1, -2});
+      },
+      [&](Pict& p) { state(p, op::PnMode::kNumber, {10}); },
+      [&](Pict& p) { state(p, op::PnMode::kNumber, {40}); },
+      [&](Pict& p) { p.pattern(op::PnPat::kNumber, 0xA5); },
+  };
+  for (const int family : {op::Poly::kNumber, op::Rgn::kNumber}) {
+    const int same = family == op::Poly::kNumber ? op::SamePoly::kNumber : op::SameRgn::kNumber;
+    for (const auto& change : changes) {
+      std::string pixels[2];
+      for (const bool isSame : {false, true}) {
+        Pict pict;
+        pict.op(op::OpColor::kNumber).words({0x8000, 0x8000, 0x8000}).op(op::RGBFgCol::kNumber).words({0x6600, 0, 0});
+        shape(pict, family, 0);
+        for (const int verb : {1, 0, 0, 3, 1, 4, 0}) {
+          isSame ? void(pict.op(same + verb)) : shape(pict, family, verb);
+          if (verb == 3) change(pict);
+        }
+        Canvas canvas(32, 16, 12);
+        EXPECT_FALSE(pict.play(MakeRect(0, 0, 16, 12)).error);
+        pixels[isSame ? 1 : 0] = canvas.pixels();
+      }
+      EXPECT_EQ(pixels[0], pixels[1]) << family << " " << &change - changes;
+    }
+  }
+}
+
+// A thousand opcodes of a few bytes cost no more than the pixels that they show, whatever they mean beyond these.
+TEST_F(Pictures, WorkIsBoundedByWhatIsSeen) {
+  constexpr int kTimes = 1000, kPixels = kWidth * kHeight;
+  const auto far = [](Pict& pict, int number, std::initializer_list<int> more = {}) {
+    pict.op(number).words({-30000, -30000, 30000, 30000}).words(more);
+  };
+  const auto repeat = [](Pict& pict, int number, std::initializer_list<int> more = {}) {
+    for (int i = 0; i < kTimes; ++i) pict.op(number).words(more);
+  };
+  struct Case {
+    const char* what;
+    std::function<void(Pict&)> add;
+  };
+  const Case cases[] = {
+      {"ovals",
+       [&](Pict& p) {
+         far(p, op::Oval::kNumber + 1);
+         repeat(p, op::SameOval::kNumber + 1);
+       }},
+      {"arcs",
+       [&](Pict& p) {
+         far(p, op::Arc::kNumber + 1, {10, 300});
+         repeat(p, op::SameArc::kNumber + 1, {10, 300});
+       }},
+      {"regions",
+       [&](Pict& p) {
+         p.op(op::Rgn::kNumber + 1)
+             .words({36, -30000, 1, 30000, 9, -30000, 1, 3, 7, 9, 0x7FFF, 30000, 1, 3, 7, 9, 0x7FFF, 0x7FFF});
+         repeat(p, op::SameRgn::kNumber + 1);
+       }},
+      {"frames of polygons",
+       [&](Pict& p) {
+         p.op(op::Poly::kNumber).words({10 + 4 * 100, -30000, 0, 30000, 9});
+         for (int i = 0; i < 100; ++i) p.words({i % 2 == 0 ? -30000 : 30000, i % 10});
+         repeat(p, op::SamePoly::kNumber);
+       }},
+      {"lines",
+       [&](Pict& p) {
+         repeat(p, op::Line::kNumber, {-30000, 0, 30000, 9});
+       }},
+      {"large text",
+       [&](Pict& p) {
+         p.op(op::TxSize::kNumber).words({2048}).op(op::LongText::kNumber).words({1000, -300}).bytes({1, 'M'});
+         for (int i = 0; i < kTimes; ++i) p.op(op::DHText::kNumber).bytes({0, 1, 'M'});
+       }},
+      {"wide patterns",
+       [&](Pict& p) {
+         constexpr int kWide = 8000;
+         p.op(op::FillPixPat::kNumber).words({1, 0, 0, 0, 0});
+         p.words({0x8000 | kWide / 8, 0, 0, 1, kWide, 0, 0, 0, 0, 0x48, 0, 0x48, 0, 0, 1, 1, 1, 0, 0, 0, 0, 0, 0});
+         p.words({0, 0, 0, 1, 0, 0xFFFF, 0xFFFF, 0xFFFF, 1, 0x1111, 0x2222, 0x3333});
+         p.words({16});
+         for (int i = 0; i < 7; ++i) p.bytes({1 - 128, 0x55});
+         p.bytes({1 - 104, 0x55});
+         far(p, op::Rect::kNumber + 4);
+         repeat(p, op::SameRect::kNumber + 4);
+       }},
+  };
+  for (const auto& [what, add] : cases) {
+    Pict pict;
+    add(pict);
+    Canvas canvas(32, kWidth, kHeight);
+    const Playback& playback = pict.play(MakeRect(0, 0, kWidth, kHeight));
+    EXPECT_FALSE(playback.error) << what << " " << describe(*playback.error);
+    EXPECT_GE(playback.drawn, kTimes) << what;
+    EXPECT_LE(playback.work.runs, std::uint64_t{kTimes + 1} * kPixels) << what;
+    EXPECT_LE(playback.work.pixels, std::uint64_t{kTimes + 1} * (kPixels + 500)) << what;
+    EXPECT_GE(playback.work.runs + playback.work.pixels, std::uint64_t{kTimes}) << what;
+  }
+}
+
 TEST_F(Pictures, TextKeepsItsNameSizeAndRatio) {
   const auto widest = [](std::initializer_list<int> ratio, int size) {
     Pict text;

@@ -131,7 +131,7 @@ TEST_F(QuickDraw, ArcsTakeTheirTangentsFromTheTable) {
     RegionBuilder wedge;
     scanArc(Box(0, 0, height, width), {0, degrees}, kAllRows, wedge);
     const Region row = intersect(wedge.take(), Region(Box(y, 0, y + 1, width)));
-    EXPECT_EQ(runsOf([&](RunSink& s) { row.emit(s); }), run) << degrees;
+    EXPECT_EQ(runsOf([&](RunSink& s) { row.emit(s, row.bounds()); }), run) << degrees;
   }
 }
 

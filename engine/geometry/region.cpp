@@ -24,15 +24,22 @@ std::span<const int> Region::row(int y) const {
   return runsOf(*band);
 }
 
-void Region::emit(RunSink& sink) const {
-  for (const Band& band : bands_) {
-    const auto edges = runsOf(band);
+void Region::emit(RunSink& sink, const Box& clip) const {
+  auto band = std::partition_point(bands_.begin(), bands_.end(), [&](const Band& b) { return b.bottom <= clip.top; });
+  for (; band != bands_.end() && band->top < clip.bottom; ++band) {
+    const auto edges = runsOf(*band);
+    const int top = std::max(band->top, clip.top);
+    const int bottom = std::min(band->bottom, clip.bottom);
     if (edges.size() == 2) {
-      sink.box({band.top, edges[0], band.bottom, edges[1]});
+      sink.box({top, edges[0], bottom, edges[1]});
       continue;
     }
-    for (int y = band.top; y < band.bottom; ++y) {
-      for (std::size_t i = 0; i < edges.size(); i += 2) sink.run(y, edges[i], edges[i + 1]);
+    // The first run that isn't left of the clip.
+    const auto begin = std::upper_bound(edges.begin(), edges.end(), clip.left) - edges.begin();
+    const auto first = static_cast<std::size_t>(begin) / 2 * 2;
+    for (int y = top; y < bottom; ++y) {
+      for (std::size_t i = first; i < edges.size() && edges[i] < clip.right; i += 2)
+        sink.run(y, edges[i], edges[i + 1]);
     }
   }
 }

@@ -48,7 +48,8 @@ class Region {
       if (from < to) use(from, to);
     }
   }
-  void emit(RunSink& sink) const;
+  // Its runs, but for those that lie outside of the clip as a whole.
+  void emit(RunSink& sink, const Box& clip) const;
 
   Region offset(int h, int v) const;
   // Moves the boundary inward by h and v; a negative distance isn't taken.

@@ -10,6 +10,7 @@
 #include "engine/pict/opcodes.h"
 #include "engine/pict/quicktime.h"
 #include "engine/pixels/colors.h"
+#include "engine/shapes/ink.h"
 
 namespace qd {
 namespace {
@@ -75,11 +76,15 @@ class Player {
   void take(const op::DefHilite&) { state().colors.highlight = TransferColors{}.highlight; }
   void take(const op::HiliteMode&) { state().highlights = true; }
   void take(const op::Clip& op) { setClip(op.region); }
-  void take(const op::Origin& op) { mapping_.moveOrigin(op.dh, op.dv); }
+  void take(const op::Origin& op) {
+    mapping_.moveOrigin(op.dh, op.dv);
+    repeated_.reset();
+  }
   void take(const op::OvSize& op) { ovalSize_ = op.size; }
   void take(const op::PnSize& op) {
     penSize_ = op.size;
     setPenSize();
+    repeated_.reset();
   }
 
   template <class Value>
@@ -120,6 +125,10 @@ class Player {
     if constexpr (requires { op.rect; }) rect_ = op.rect;
     if constexpr (requires { op.polygon; }) op.polygon.getPoints(polygon_);
     if constexpr (requires { op.region; }) region_ = std::move(op.region);
+    if constexpr (
+        requires { op.polygon; } || requires { op.region; })
+      repeated_.reset();
+    if (Op::kKind == Kind::same && repeat(Op::kShape, op.verb)) return;
     Wedge wedge;
     if constexpr (requires { op.arc; }) wedge = {op.start, op.arc};
     drawShape(op.kShape, op.verb, wedge);
@@ -129,6 +138,7 @@ class Player {
   requires(Op::kKind == Kind::bits) Outcome take(const Op& op) {
     const auto pixels = pixelsOf(op.map, op.rows);
     if (!pixels) return Outcome::broken;
+    countBytes(pixels->map);
     std::optional<Region> mask;
     if constexpr (requires { op.mask; }) mask = op.mask.mapped(mapping_);
     perform(port_,
@@ -158,6 +168,7 @@ class Player {
     const Box& box = region.bounds();
     const bool isOpen =
         region.isRect() && box.left <= -kFar && box.top <= -kFar && box.right >= kFar && box.bottom >= kFar;
+    repeated_.reset();
     state().clip = isOpen ? callersClip_ : intersect(callersClip_, region.mapped(mapping_));
   }
 
@@ -205,6 +216,11 @@ class Player {
   }
 
   void drawShape(Shape shape, Verb verb, const Wedge& wedge) {
+    withShape(shape, verb, wedge, [this](const ShapeCommand& command) { perform(port_, command); });
+  }
+
+  template <class Use>
+  void withShape(Shape shape, Verb verb, const Wedge& wedge, const Use& use) {
     ShapeCommand command{.shape = shape, .verb = verb, .wedge = wedge};
     std::vector<Point> points;
     Region region;
@@ -222,7 +238,49 @@ class Player {
         command.rect = toRect(mapping_.box(Box(rect_)));
         command.ovalSize = {clamp16(mapping_.height(ovalSize_.v)), clamp16(mapping_.width(ovalSize_.h))};
     }
-    perform(port_, command);
+    use(command);
+  }
+
+  // A polygon or a region of thousands of points can be drawn again by two bytes. What of it shows is found out once,
+  // and drawn as a region. False for what has to be drawn as it is.
+  bool repeat(Shape shape, Verb verb) {
+    if (port_.recording != nullptr || (shape != Shape::polygon && shape != Shape::region)) return false;
+    const bool isFrame = verb == Verb::frame;
+    const bool isOfLines = isFrame && shape == Shape::polygon;
+    const int mode = port_.state.penMode;
+    if (isOfLines && (mode < patCopy || mode > patCopy + 7)) return false;
+    // Where lines meet, both invert.
+    const bool isToggled = isOfLines && (mode & 3) == (patXor & 3);
+    if (!repeated_ || repeated_->shape != shape || repeated_->isFrame != isFrame || repeated_->isToggled != isToggled) {
+      repeated_.emplace(Repeated{shape, isFrame, isToggled, {}});
+      withShape(shape, verb, {}, [&](const ShapeCommand& command) { repeated_->area = shownOf(command, isToggled); });
+    }
+    // What is framed is painted: both take the pen.
+    perform(port_,
+            ShapeCommand{.shape = Shape::region, .verb = isFrame ? Verb::paint : verb, .region = &repeated_->area});
+    return true;
+  }
+
+  Region shownOf(const ShapeCommand& command, bool isToggled) {
+    struct Collector : RunSink {
+      Collector(Ink& to, bool toggles) : ink(to), isToggled(toggles) {}
+      void run(int y, int left, int right) override {
+        isToggled ? ink.toggle(y, left, right) : ink.add(y, left, right);
+      }
+      Ink& ink;
+      bool isToggled;
+    };
+    const Box clip = port_.visible().bounds();
+    const Point pen = port_.state.penSize;
+    Box box = command.region != nullptr ? command.region->bounds() : Box(boundsOf(command.points));
+    box.right += std::max<int>(pen.h, 1);
+    box.bottom += std::max<int>(pen.v, 1);
+    Ink ink(intersect(box, clip));
+    Collector collector(ink, isToggled);
+    scan(command, pen, clip, collector);
+    RegionBuilder builder;
+    ink.emit(builder);
+    return builder.take();
   }
 
   Outcome drawQuickTimeImage(ByteReader& in) {
@@ -238,11 +296,16 @@ class Player {
     }
     if (image->reader->isDamaged()) remark(name + "is damaged; what could be read of it is shown");
     if (!part->to.empty()) {
+      countBytes(part->pixels.map);
       perform(port_, BitsCommand{&part->pixels.map, toRect(part->from), toRect(part->to), image->mode,
                                  image->mask ? &mask : nullptr});
     }
     shown_ = image->to;
     return Outcome::played;
+  }
+
+  void countBytes(const PixelMap& map) {
+    port_.work.bytes += static_cast<std::uint64_t>(map.rowBytes) * static_cast<std::uint64_t>(map.bounds.height());
   }
 
   void remark(const std::string& text) {
@@ -293,6 +356,13 @@ class Player {
   Rect rect_ = {};
   std::vector<Point> polygon_;
   Region region_;
+  // The polygon or the region as it was drawn last, if nothing has changed for it since.
+  struct Repeated {
+    Shape shape;
+    bool isFrame, isToggled;
+    Region area;
+  };
+  std::optional<Repeated> repeated_;
   TextState text_;
   std::map<std::int16_t, std::string> fontNames_;
 };
@@ -319,14 +389,16 @@ Playback play(Port& port, Bytes picture, const Rect& target) {
     playback.error = reader.error();
     return playback;
   }
-  const unsigned before = port.drawn;
   const StateSaver saver(port);
   Player player(port, reader.header(), target, playback.remarks);
+  port.drawn = 0;
+  port.work = {};
   Opcode opcode;
   while (reader.next(opcode)) {
     const auto outcome =
         withinMemory([&] { return player.play(opcode); }, [] { return Player::Outcome::withoutMemory; });
-    playback.drawn = static_cast<int>(port.drawn - before);
+    playback.drawn = static_cast<int>(port.drawn);
+    playback.work = port.work;
     switch (outcome) {
       case Player::Outcome::played:
         ++playback.played;

@@ -44,6 +44,9 @@ void draw(Port& port, const ShapeCommand& shape);
 void draw(Port& port, const TextCommand& text);
 void draw(Port& port, const BitsCommand& bits);
 
+// The pixels of a shape within a clip. Those where lines of a framed polygon meet come with each of them.
+void scan(const ShapeCommand& shape, Point pen, const Box& clip, RunSink& sink);
+
 // Does what an operation on the port does: records the command if a picture is open, draws it if the pen is visible.
 template <class Command>
 void perform(Port& port, const Command& command);

@@ -37,6 +37,16 @@ RoundBox roundBoxOf(const ShapeCommand& command) {
   return {box, 0, 0};
 }
 
+template <class Scan>
+void paint(Port& port, const Brush& brush, const Scan& scan) {
+  const Region& clip = port.visible();
+  Painter painter(port.map(), clip, brush.pattern, brush.mode, port.state.colors);
+  scan(clip.bounds(), painter);
+  port.work += painter.work();
+}
+
+}  // namespace
+
 void scan(const ShapeCommand& command, Point pen, const Box& clip, RunSink& sink) {
   const bool isFrame = command.verb == Verb::frame;
   switch (command.shape) {
@@ -49,56 +59,53 @@ void scan(const ShapeCommand& command, Point pen, const Box& clip, RunSink& sink
         scanLine(command.points[i - 1], command.points[i], pen, clip, sink);
       return;
     case Shape::region:
-      if (!isFrame) return command.region->emit(sink);
+      if (!isFrame) return command.region->emit(sink, clip);
       if (pen.h <= 0 || pen.v <= 0) return;
-      return subtract(*command.region, command.region->inset(pen.h, pen.v)).emit(sink);
+      return subtract(*command.region, command.region->inset(pen.h, pen.v)).emit(sink, clip);
     default:
       if (isFrame) return scanFrame(roundBoxOf(command), pen, clip, sink);
       return scanRoundBox(roundBoxOf(command), clip, sink);
   }
 }
 
-}  // namespace
-
 void draw(Port& port, const LineCommand& line) {
   const PortState& state = port.state;
   if (!isPatternMode(state.penMode)) return;
-  const Region& clip = port.visible();
-  Painter painter(port.map(), clip, state.penPattern, state.penMode, state.colors);
-  scanLine(line.from, line.to, state.penSize, clip.bounds(), painter);
+  paint(port, {state.penPattern, state.penMode},
+        [&](const Box& clip, RunSink& sink) { scanLine(line.from, line.to, state.penSize, clip, sink); });
 }
 
 void draw(Port& port, const ShapeCommand& command) {
-  const PortState& state = port.state;
-  const Brush brush = brushOf(state, command.verb);
+  const Brush brush = brushOf(port.state, command.verb);
   if (!isPatternMode(brush.mode)) return;
-  const Region& clip = port.visible();
-  Painter painter(port.map(), clip, brush.pattern, brush.mode, state.colors);
-  scan(command, state.penSize, clip.bounds(), painter);
+  paint(port, brush, [&](const Box& clip, RunSink& sink) { qd::scan(command, port.state.penSize, clip, sink); });
 }
 
 void draw(Port& port, const TextCommand& text) {
-  const PortState& state = port.state;
-  const Region& clip = port.visible();
-  const TextState& style = state.text;
+  const TextState& style = port.state.text;
+  Fonts& fonts = port.resources().fonts;
   if ((style.mode & ~ditherCopy) == srcCopy) {
-    Painter ground(port.map(), clip, kClear, patCopy, state.colors);
-    ground.box(textBox(port.resources().fonts, style, text.at, text.bytes));
+    paint(port, {kClear, patCopy},
+          [&](const Box&, RunSink& sink) { sink.box(textBox(fonts, style, text.at, text.bytes)); });
   }
   static const Pattern kGrey{{0xAA, 0x55, 0xAA, 0x55, 0xAA, 0x55, 0xAA, 0x55}, nullptr};
   const int mode = style.mode & 7;
   const bool isArithmetic = style.mode >= blend && style.mode < blend + 16;
-  Painter painter(port.map(), clip, style.mode == grayishTextOr ? kGrey : kSolid,
-                  style.mode == grayishTextOr ? static_cast<int>(patOr)
-                  : isArithmetic              ? style.mode
-                  : mode == srcCopy           ? patOr
-                                              : mode + patCopy,
-                  state.colors);
-  scanText(port.resources().fonts, style, text.at, text.bytes, clip.bounds(), painter);
+  const bool isGrey = style.mode == grayishTextOr;
+  const Brush brush = {isGrey ? kGrey : kSolid, isGrey            ? static_cast<int>(patOr)
+                                                : isArithmetic    ? style.mode
+                                                : mode == srcCopy ? patOr
+                                                                  : mode + patCopy};
+  paint(port, brush, [&](const Box& clip, RunSink& sink) {
+    port.work.pixels += scanText(fonts, style, text.at, text.bytes, clip, sink);
+  });
 }
 
 void draw(Port& port, const BitsCommand& bits) {
   const auto copy = [&](const Region& clip) {
+    const Box seen = intersect(Box(bits.to), clip.bounds());
+    if (seen.empty()) return;
+    port.work.pixels += static_cast<std::uint64_t>(seen.width()) * static_cast<std::uint64_t>(seen.height());
     copyBits(*bits.source, port.map(), Box(bits.from), Box(bits.to), bits.mode, clip, port.state.colors);
   };
   if (bits.mask == nullptr) return copy(port.visible());

@@ -58,7 +58,9 @@ class Port {
 
   PortState state;
   std::unique_ptr<PictureWriter> recording;
-  unsigned drawn = 0;  // commands, since somebody began to count
+  // Of the last picture that was played, or is being.
+  unsigned drawn = 0;  // commands
+  Work work;
 
  private:
   Resources& resources_;

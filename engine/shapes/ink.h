@@ -1,4 +1,4 @@
-// A text's pixels before they are painted, so that styles can look at what is around each.
+// Pixels before they are painted: of a text, whose styles look at what is around each, or of a shape that repeats.
 #pragma once
 
 #include <cstdint>
@@ -14,11 +14,13 @@ class Ink {
   explicit Ink(const Box& box) : box_(box), pixels_(sizeOf(box)) {}
 
   const Box& box() const { return box_; }
+  std::size_t size() const { return pixels_.size(); }
   bool has(int y, int x) const { return holds(y, x) && row(y)[x - box_.left] != 0; }
   void add(int y, int x) {
     if (holds(y, x)) row(y)[x - box_.left] = 1;
   }
   void add(int y, int left, int right);
+  void toggle(int y, int left, int right);
 
   // Each pixel becomes a block, that many more to each side: four margins, none below 0.
   void spread(const Box& margins);
@@ -32,6 +34,8 @@ class Ink {
   static std::size_t sizeOf(const Box& box) {
     return box.empty() ? 0 : static_cast<std::size_t>(box.width()) * static_cast<std::size_t>(box.height());
   }
+  template <class Use>
+  void inRun(int y, int left, int right, const Use& use);
   bool holds(int y, int x) const { return y >= box_.top && y < box_.bottom && x >= box_.left && x < box_.right; }
   std::uint8_t* row(int y) { return pixels_.data() + offsetOf(y); }
   const std::uint8_t* row(int y) const { return pixels_.data() + offsetOf(y); }

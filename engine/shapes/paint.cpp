@@ -25,6 +25,7 @@ Painter::Painter(const PixelMap& map, const Region& clip, const Pattern& pattern
       isPixelByPixel_(pattern.pixels != nullptr || !transfer_.isBoolean()) {}
 
 void Painter::run(int y, int left, int right) {
+  ++work_.runs;
   clip_.runsWithin(y, left, right, [&](int from, int to) { fill(y, from, to); });
 }
 
@@ -35,6 +36,7 @@ void Painter::box(const Box& box) {
     for (int y = visible.top; y < visible.bottom; ++y) run(y, visible.left, visible.right);
     return;
   }
+  work_.pixels += static_cast<std::uint64_t>(visible.width()) * static_cast<std::uint64_t>(visible.height());
   const Tile& tile = tileOf(visible.top);
   if (!isUniform_ || !storesBytes(tile)) {
     std::uint8_t* row = map_.row(visible.top);
@@ -106,6 +108,7 @@ Painter::Words Painter::wordsOf(int left, int right) const {
 }
 
 void Painter::fill(int y, int left, int right) {
+  work_.pixels += static_cast<std::uint64_t>(right - left);
   if (isPixelByPixel_) return fillByPixel(y, left, right);
   const Tile& tile = tileOf(y);
   if (!storesBytes(tile)) return fillWords(map_.row(y), tile, wordsOf(left, right));
@@ -190,6 +193,7 @@ void Painter::expandTile(int y, int left, std::size_t count) {
   // Once around the tile at most, in two parts; what follows is the same again.
   const auto width = static_cast<std::size_t>(tile.bounds.width());
   const std::span<std::uint32_t> once(source_.data(), std::min(count, width));
+  work_.pixels += once.size();
   const std::size_t before = std::min(once.size(), width - static_cast<std::size_t>(first));
   tile.get(row, first, once.first(before));
   tile.get(row, 0, once.subspan(before));

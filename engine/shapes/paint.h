@@ -6,6 +6,7 @@
 
 #include "engine/geometry/region.h"
 #include "engine/pixels/transfer.h"
+#include "qdraw/qdraw.h"
 
 namespace qd {
 
@@ -33,6 +34,8 @@ class Painter : public RunSink {
   void run(int y, int left, int right) override;
   void box(const Box& box) override;
 
+  const Work& work() const { return work_; }
+
  private:
   // What words of a row become: (word & keep) ^ flip, again and again.
   static constexpr int kTileWords = 8;
@@ -59,6 +62,7 @@ class Painter : public RunSink {
   void fillByPixel(int y, int left, int right);
   void expandTile(int y, int left, std::size_t count);
 
+  Work work_;
   const PixelMap& map_;
   const Region& clip_;
   const Pattern& pattern_;

@@ -35,7 +35,8 @@ class Outlines {
   Outlines& operator=(const Outlines&) = delete;
   ~Outlines();
 
-  // What is wrong with the file, as a clause; empty for one that is sound, and only of such a one may the rest be asked.
+  // What is wrong with the file, as a clause; empty for one that is sound, and only of such a one may the rest be
+  // asked.
   const std::string& fault() const { return fault_; }
 
   bool has(char32_t character) const;

@@ -131,12 +131,13 @@ int textWidth(Fonts& fonts, const TextState& style, std::string_view bytes) {
   return line.end();
 }
 
-void scanText(Fonts& fonts, const TextState& style, Point at, std::string_view bytes, const Box& clip, RunSink& sink) {
+std::size_t scanText(Fonts& fonts, const TextState& style, Point at, std::string_view bytes, const Box& clip,
+                     RunSink& sink) {
   const Typeface typeface(fonts, style);
   const auto& [font, isSmeared, isSlanted] = typeface.face;
   const Font::Fault fault = font.faultAt(typeface.drawn);
   fonts.tell(fault);
-  if (fault.isNothingDrawn) return;
+  if (fault.isNothingDrawn) return 0;
 
   // What is outside the clip and yet seen in it, after styles have moved it.
   const int around = 4 + (isSlanted ? typeface.drawn.v : 0);
@@ -162,7 +163,7 @@ void scanText(Fonts& fonts, const TextState& style, Point at, std::string_view b
   const Underline underline(typeface, at, line.end());
   const bool isUnderlined = typeface.has(kUnderline) && isNear(underline.box);
   if (isUnderlined) box = unite(box, underline.around());
-  if (box.empty()) return;
+  if (box.empty()) return 0;
 
   Ink ink(intersect(box.inset(-around, -around), near));
   for (const Placed& character : placed) font.draw(character.byte, typeface.drawn, character.pen, ink);
@@ -175,6 +176,7 @@ void scanText(Fonts& fonts, const TextState& style, Point at, std::string_view b
     ink.remove(letters);
   }
   ink.emit(sink);
+  return ink.size();
 }
 
 Box textBox(Fonts& fonts, const TextState& style, Point at, std::string_view bytes) {

@@ -11,8 +11,10 @@ namespace qd {
 // How far the pen moves. Characters are as wide as at the size itself; a ratio scales the line as a whole.
 int textWidth(Fonts& fonts, const TextState& style, std::string_view bytes);
 
-// The runs of all characters together; no pixel comes twice. Only what the clip shows of them is drawn.
-void scanText(Fonts& fonts, const TextState& style, Point at, std::string_view bytes, const Box& clip, RunSink& sink);
+// The runs of all characters together; no pixel comes twice. Only what the clip shows of them is drawn. Answers how
+// many pixels it looked at.
+std::size_t scanText(Fonts& fonts, const TextState& style, Point at, std::string_view bytes, const Box& clip,
+                     RunSink& sink);
 
 // From ascent to descent, as wide as the text.
 Box textBox(Fonts& fonts, const TextState& style, Point at, std::string_view bytes);

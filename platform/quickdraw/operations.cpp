@@ -452,7 +452,7 @@ void ScrollRect(const Rect* area, std::int16_t dh, std::int16_t dv, RgnHandle up
     const Box from = moved.bounds().offset(-dh, -dv);
     copyBits(port.map(), port.map(), from, moved.bounds(), srcCopy, moved, TransferColors{});
     Painter eraser(port.map(), uncovered, port.state.backPattern, patCopy, port.state.colors);
-    uncovered.emit(eraser);
+    uncovered.emit(eraser, uncovered.bounds());
   });
 }
 

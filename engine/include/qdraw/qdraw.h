@@ -87,6 +87,20 @@ struct PictureError {
 // "at offset 42, in opcode 0030 FrameRect: its operands ...".
 std::string describe(const PictureError& error);
 
+// What drawing took, as far as it grows with what a picture says.
+struct Work {
+  std::uint64_t runs = 0;    // of rows that shapes were made of, within the clip or not
+  std::uint64_t pixels = 0;  // written, and looked at on the way to them
+  std::uint64_t bytes = 0;   // of memory for pixels that are copied or decoded
+
+  Work& operator+=(const Work& more) {
+    runs += more.runs;
+    pixels += more.pixels;
+    bytes += more.bytes;
+    return *this;
+  }
+};
+
 // What became of a picture's opcodes.
 struct Playback {
   int played = 0;                    // drawn, or taken as state
@@ -95,6 +109,7 @@ struct Playback {
   int drawn = 0;                     // lines, shapes, texts and images
   std::vector<std::string> remarks;  // what a person should know, once each
   std::optional<PictureError> error;
+  Work work;
 };
 
 // An opcode, its operands as text.
