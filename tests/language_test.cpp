@@ -28,6 +28,7 @@ struct Language : ::testing::Test {
                                                  [](const std::string& name) -> std::string {
                                                    if (name == "huge") throw std::bad_alloc();
                                                    if (name == "too long") throw std::length_error(name);
+                                                   if (name == "longest") return std::string(64 << 20, 'x');
                                                    throw runtime::Error("\"" + name + "\" can't be read.");
                                                  },
                                                  [](const runtime::Value&, const std::string&) {}};
@@ -302,6 +303,21 @@ TEST_F(Language, TellsWhatIsWrongAndWhere) {
          {"Print Open(\"too long\")", "1:7 OutOfMemoryException: there isn't enough memory for this."}});
 }
 
+// What one value holds has a limit, which is said where a program wants more.
+TEST_F(Language, LimitsWhatAValueHolds) {
+  const std::string longest = "Dim s As String = Open(\"longest\")\nPrint LenB(s + \"\")\n";
+  const std::string limit = " bytes; up to 67108864 would work.";
+  check(
+      {{longest + "s = \"x\" + s", "67108864|3:9 OutOfMemoryException: A string can't have 67108865" + limit},
+       {longest + "Print s, 23", "67108864|3:1 OutOfMemoryException: A string can't have 67108866" + limit},
+       {longest + "Save 1, s", "67108864|3:1 A file's name can't have 67108864 bytes; up to 4095 would work."},
+       {"Dim s As String = \"0123456789abcdef\"\nWhile True\ns = s + s\nWend",
+        "3:7 OutOfMemoryException: A string can't have 134217728" + limit},
+       {"Dim a(9999999) As Boolean\na.Append True", "2:3 An array can't end at 10000000; 0 to 9999999 would work."},
+       {"Print NewMemoryBlock(268435457)", "1:7 A block of 268435457 bytes can't be made; 0 to 268435456 would work."},
+       {"Dim m As MemoryBlock = NewMemoryBlock(268435456)\nPrint m.Byte(268435455)", "0|"}});
+}
+
 // Chains may be as long as they like, and what stands in something else as deep as a sentence says.
 TEST_F(Language, TakesLongAndDeepPrograms) {
   const std::string limit = " is nested too deeply; up to 200 levels would work.";
@@ -315,5 +331,6 @@ TEST_F(Language, TakesLongAndDeepPrograms) {
          {"Print " + repeated("Not ", 100000) + "True", "1:799 \"Not\"" + limit},
          {"Print " + repeated("Abs(", 100000), "1:803 \"Abs\"" + limit},
          {repeated("If True Then ", 12000) + "Print 1", "1:2591 \"True\"" + limit},
+         {repeated("If False Then Print 1 Else ", 12000) + "Print 2", "1:5367 \"1\"" + limit},
          {repeated("While True\n", 12000), "200:7 \"True\"" + limit}});
 }
