@@ -307,6 +307,7 @@ TEST_F(Language, TellsWhatIsWrongAndWhere) {
 TEST_F(Language, LimitsWhatAValueHolds) {
   const std::string longest = "Dim s As String = Open(\"longest\")\nPrint LenB(s + \"\")\n";
   const std::string limit = " bytes; up to 67108864 would work.";
+  const std::string sizes = "; one of a few thousand pixels a side at 1, 2, 4, 8, 16 or 32 would work.";
   check(
       {{longest + "s = \"x\" + s", "67108864|3:9 OutOfMemoryException: A string can't have 67108865" + limit},
        {longest + "Print s, 23", "67108864|3:1 OutOfMemoryException: A string can't have 67108866" + limit},
@@ -315,7 +316,11 @@ TEST_F(Language, LimitsWhatAValueHolds) {
         "3:7 OutOfMemoryException: A string can't have 134217728" + limit},
        {"Dim a(9999999) As Boolean\na.Append True", "2:3 An array can't end at 10000000; 0 to 9999999 would work."},
        {"Print NewMemoryBlock(268435457)", "1:7 A block of 268435457 bytes can't be made; 0 to 268435456 would work."},
-       {"Dim m As MemoryBlock = NewMemoryBlock(268435456)\nPrint m.Byte(268435455)", "0|"}});
+       {"Dim m As MemoryBlock = NewMemoryBlock(268435456)\nPrint m.Byte(268435455)", "0|"},
+       // Numbers that would do if their low 16 bits were all.
+       {"Print NewPicture(65538, 2)", "1:7 There can't be a picture of 65538x2 pixels at depth 32" + sizes},
+       {"Print NewPicture(2, 65538)", "1:7 There can't be a picture of 2x65538 pixels at depth 32" + sizes},
+       {"Print NewPicture(2, 2, 65544)", "1:7 There can't be a picture of 2x2 pixels at depth 65544" + sizes}});
 }
 
 // Chains may be as long as they like, and what stands in something else as deep as a sentence says.

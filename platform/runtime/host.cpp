@@ -326,10 +326,14 @@ Object Host::integers(std::vector<std::int32_t> elements) const {
 
 Object Host::newPicture(int width, int height, int depth) const {
   constexpr OSErr kNoMemory = -108;  // memFullErr
+  constexpr OSErr kNoSize = -50;     // paramErr
   const auto make = [&](const std::string& what) {
     const Rect bounds = MakeRect(0, 0, width, height);
+    const auto word = static_cast<std::int16_t>(depth);
     auto picture = std::make_unique<PictureObject>();
-    const OSErr error = NewGWorld(&picture->world, static_cast<std::int16_t>(depth), &bounds, nullptr, nullptr, 0);
+    // QuickDraw's numbers are words: a larger one would come to it as another.
+    const bool fits = bounds.right == width && bounds.bottom == height && word == depth;
+    const OSErr error = fits ? NewGWorld(&picture->world, word, &bounds, nullptr, nullptr, 0) : kNoSize;
     if (error == kNoMemory) throw std::bad_alloc();
     if (error != 0) {
       throw Error("There can't be " + what +
