@@ -130,10 +130,13 @@ language::Surroundings Session::surroundings(const fs::path& folder) {
     }
   };
   return {
-      [](const std::string& line) { std::puts(line.c_str()); },
+      [](const std::string& line) {
+        std::fwrite(line.data(), 1, line.size(), stdout);
+        std::putchar('\n');
+      },
       [folder, told](const std::string& name) {
         return told([&] {
-          std::string file = readFile(folder / name);
+          std::string file = readFile(folder / name, runtime::kLongestString);
           cutToPicture(file);
           return file;
         });

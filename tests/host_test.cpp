@@ -67,6 +67,22 @@ TEST_F(HostTest, ToldOfMistakesInHostCode) {
   EXPECT_EQ(mistake([&] { host().make("graphics"); }), "There is no class \"graphics\" to make an object of.");
 }
 
+TEST_F(HostTest, RaisesAnExceptionForAStringThatAPluginMakesTooLong) {
+  const std::string bytes((64 << 20) + 1, 'x');
+  const auto size = static_cast<std::int32_t>(bytes.size());
+  start();
+  const auto build =
+      reinterpret_cast<REALstringStruct* (*)(const void*, std::int32_t)>(Host::resolve("REALBuildString"));
+  EXPECT_EQ(String(build(bytes.data(), size - 1)).get()->length, bytes.size() - 1);
+  EXPECT_FALSE(host().takeRaised());
+  EXPECT_EQ(build(bytes.data(), size), nullptr);
+  const Object raised = host().takeRaised();
+  const auto* exception = runtime::as<runtime::ExceptionObject>(raised.get());
+  ASSERT_NE(exception, nullptr);
+  EXPECT_EQ(exception->className + ": " + exception->message,
+            "OutOfMemoryException: A string can't have 67108865 bytes; up to 67108864 would work.");
+}
+
 TEST_F(HostTest, RefusesWhatIsNoPlugin) {
   Host& h = start();
   const fs::path folder = fs::temp_directory_path() / ("host-test-" + std::to_string(getpid()));

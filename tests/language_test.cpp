@@ -28,6 +28,7 @@ struct Language : ::testing::Test {
                                                  [](const std::string& name) -> std::string {
                                                    if (name == "huge") throw std::bad_alloc();
                                                    if (name == "too long") throw std::length_error(name);
+                                                   if (name == "longest") return std::string(64 << 20, 'x');
                                                    throw runtime::Error("\"" + name + "\" can't be read.");
                                                  },
                                                  [](const runtime::Value&, const std::string&) {}};
@@ -76,6 +77,10 @@ TEST_F(Language, ReadsLiterals) {
                {"tRuE", "True"},
                {"False", "False"},
                {"NIL", ""},
+               {"5e-324", "4.940656e-324"},
+               {"-1e-400", "-0"},
+               {"0." + repeated("0", 400) + "1", "0"},
+               {"1" + repeated("0", 400) + "e-400", "1"},
                {"1e309", "The number is too large; one up to 1e308 would work."},
                {"1e", "\"e\" is out of place; the end of the line would work."},
                {"&c12345", "\"&c12345\" is no number; &cFF8000, &hFF, &b101 or &o17 would work."},
@@ -252,6 +257,14 @@ TEST_F(Language, TellsWhatIsWrongAndWhere) {
          {"Print 1 _\n  + y",
           "2:5 There is no variable and no function \"y\"; Dim y As Integer, or another type, would make a variable."},
          {"Print 3 # 4", "1:9 \"#\" means nothing here; a name, a number, a string or an operator would work."},
+         {"Print \xC3\xA9t",
+          "1:7 \"\xC3\xA9\" means nothing here; a name, a number, a string or an operator would work."},
+         {"Print \xC3", "1:7 The byte 195 means nothing here; a name, a number, a string or an operator would work."},
+         {std::string("Print \0 1", 9),
+          "1:7 The byte 0 means nothing here; a name, a number, a string or an operator would work."},
+         {"Print 1 \"\x1B[31m" + repeated("\xC3\xA9", 1000) + "\"",
+          "1:9 \"\"?[31m" + repeated("\xC3\xA9", 27) + "...\" is out of place; the end of the line would work."},
+         {"Print " + repeated("n", 256), "1:7 The name has 256 characters; up to 255 would work."},
          {"Print (1 + 2", "1:13 The end of the line is out of place; ) would work."},
          {"Print 1 Print 2", "1:9 \"Print\" is out of place; the end of the line would work."},
          {"If 1 Then Print 2", "1:4 This is an integer; true, false or a comparison would work."},
@@ -290,6 +303,26 @@ TEST_F(Language, TellsWhatIsWrongAndWhere) {
          {"Print Open(\"too long\")", "1:7 OutOfMemoryException: there isn't enough memory for this."}});
 }
 
+// What one value holds has a limit, which is said where a program wants more.
+TEST_F(Language, LimitsWhatAValueHolds) {
+  const std::string longest = "Dim s As String = Open(\"longest\")\nPrint LenB(s + \"\")\n";
+  const std::string limit = " bytes; up to 67108864 would work.";
+  const std::string sizes = "; one of a few thousand pixels a side at 1, 2, 4, 8, 16 or 32 would work.";
+  check(
+      {{longest + "s = \"x\" + s", "67108864|3:9 OutOfMemoryException: A string can't have 67108865" + limit},
+       {longest + "Print s, 23", "67108864|3:1 OutOfMemoryException: A string can't have 67108866" + limit},
+       {longest + "Save 1, s", "67108864|3:1 A file's name can't have 67108864 bytes; up to 4095 would work."},
+       {"Dim s As String = \"0123456789abcdef\"\nWhile True\ns = s + s\nWend",
+        "3:7 OutOfMemoryException: A string can't have 134217728" + limit},
+       {"Dim a(9999999) As Boolean\na.Append True", "2:3 An array can't end at 10000000; 0 to 9999999 would work."},
+       {"Print NewMemoryBlock(268435457)", "1:7 A block of 268435457 bytes can't be made; 0 to 268435456 would work."},
+       {"Dim m As MemoryBlock = NewMemoryBlock(268435456)\nPrint m.Byte(268435455)", "0|"},
+       // Numbers that would do if their low 16 bits were all.
+       {"Print NewPicture(65538, 2)", "1:7 There can't be a picture of 65538x2 pixels at depth 32" + sizes},
+       {"Print NewPicture(2, 65538)", "1:7 There can't be a picture of 2x65538 pixels at depth 32" + sizes},
+       {"Print NewPicture(2, 2, 65544)", "1:7 There can't be a picture of 2x2 pixels at depth 65544" + sizes}});
+}
+
 // Chains may be as long as they like, and what stands in something else as deep as a sentence says.
 TEST_F(Language, TakesLongAndDeepPrograms) {
   const std::string limit = " is nested too deeply; up to 200 levels would work.";
@@ -303,5 +336,6 @@ TEST_F(Language, TakesLongAndDeepPrograms) {
          {"Print " + repeated("Not ", 100000) + "True", "1:799 \"Not\"" + limit},
          {"Print " + repeated("Abs(", 100000), "1:803 \"Abs\"" + limit},
          {repeated("If True Then ", 12000) + "Print 1", "1:2591 \"True\"" + limit},
+         {repeated("If False Then Print 1 Else ", 12000) + "Print 2", "1:5367 \"1\"" + limit},
          {repeated("While True\n", 12000), "200:7 \"True\"" + limit}});
 }

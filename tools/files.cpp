@@ -16,14 +16,12 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// What is read is held in memory, and sizes are numbers of 32 bits in much that reads it.
-constexpr std::uint64_t kMostBytes = sizeof(void*) == 8 ? 0xFFFFFFFF : 1 << 30;
-constexpr std::size_t kMostUnsized = 256 << 20;  // of what doesn't say how much comes, and may never end
+constexpr std::uint64_t kMostUnsized = 256 << 20;  // of what doesn't say how much comes, and may never end
 
 class Input {
  public:
   // Takes an open file over.
-  Input(int file, std::string name) : file_(file), name_(std::move(name)) {
+  Input(int file, std::string name, std::uint64_t most) : file_(file), name_(std::move(name)), most_(most) {
     if (file_ < 0) fail(std::strerror(errno));
   }
   Input(const Input&) = delete;
@@ -37,8 +35,8 @@ class Input {
     const auto size = static_cast<std::uint64_t>(status.st_size);
     // Some of the system's own files say that they are empty.
     if (!S_ISREG(status.st_mode) || size == 0) return readUnsized();
-    if (size > kMostBytes) {
-      fail("it has " + std::to_string(size) + " bytes, and " + std::to_string(kMostBytes) +
+    if (size > most_) {
+      fail("it has " + std::to_string(size) + " bytes, and " + std::to_string(most_) +
            " are the most that a file may have");
     }
     std::string bytes(static_cast<std::size_t>(size), '\0');
@@ -66,14 +64,16 @@ class Input {
 
   std::string readUnsized() {
     constexpr std::size_t kFirst = 1 << 16;
+    const auto most = static_cast<std::size_t>(std::min(most_, kMostUnsized));
     std::string bytes(kFirst, '\0');
     std::size_t count = fill(bytes, 0);
     while (count == bytes.size()) {
-      if (count > kMostUnsized) {
-        fail("it goes on after " + std::to_string(kMostUnsized) +
-             " bytes, the most that are taken of what tells no size; a file with all of them would work");
+      if (count > most) {
+        fail("it goes on after " + std::to_string(most) + " bytes, the most that " +
+             (most < kMostUnsized ? "a file may have"
+                                  : "are taken of what tells no size; a file with all of them would work"));
       }
-      bytes.resize(std::min(2 * count, kMostUnsized + 1));
+      bytes.resize(std::min(2 * count, most + 1));
       count = fill(bytes, count);
     }
     bytes.resize(count);
@@ -82,6 +82,7 @@ class Input {
 
   int file_;
   std::string name_;
+  std::uint64_t most_;
 };
 
 }  // namespace
@@ -89,11 +90,13 @@ class Input {
 qd::Bytes asBytes(std::string_view text) { return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()}; }
 std::string_view asText(qd::Bytes bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
 
-std::string readFile(const fs::path& path) {
-  return Input(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY), "\"" + path.string() + "\"").read();
+std::string readFile(const fs::path& path, std::uint64_t most) {
+  return Input(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY), "\"" + path.string() + "\"", most).read();
 }
 
-std::string readStandardInput() { return Input(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0), "Standard input").read(); }
+std::string readStandardInput() {
+  return Input(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0), "Standard input", kMostBytes).read();
+}
 
 void writeFile(const fs::path& path, std::string_view bytes) {
   OutputFile file(path);

@@ -1,6 +1,7 @@
 // Files, read whole and written whole or not at all.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -10,8 +11,11 @@
 qd::Bytes asBytes(std::string_view text);
 std::string_view asText(qd::Bytes bytes);
 
+// What is read is held in memory, and sizes are numbers of 32 bits in much that reads it.
+constexpr std::uint64_t kMostBytes = sizeof(void*) == 8 ? 0xFFFFFFFF : 1 << 30;
+
 // All of them throw a Failure, also for a file that is too large, or of which no end is in sight.
-std::string readFile(const std::filesystem::path& path);
+std::string readFile(const std::filesystem::path& path, std::uint64_t most = kMostBytes);
 std::string readStandardInput();
 void writeFile(const std::filesystem::path& path, std::string_view bytes);
 

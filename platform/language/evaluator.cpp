@@ -24,6 +24,12 @@ std::string lower(std::string text) {
 constexpr std::int32_t kMostElements = 10'000'000;
 constexpr const char* kNoMemory = "OutOfMemoryException: there isn't enough memory for this.";
 
+void requireLastIndex(std::int32_t index, Place place) {
+  if (index >= -1 && index < kMostElements) return;
+  throw Error(place, "An array can't end at " + std::to_string(index) + "; 0 to " + std::to_string(kMostElements - 1) +
+                         " would work.");
+}
+
 // What the host is asked for, and memory, fail where the program asks.
 template <class Ask>
 auto asked(Place place, Ask ask) {
@@ -69,9 +75,7 @@ class Evaluator {
       Variable made{lower(dim.type), last.has_value(), initial(dim.type, name.place)};
       if (last) {
         const std::int32_t index = integerOf(evaluate(*last), last->place);
-        if (index < -1 || index >= kMostElements) {
-          throw Error(last->place, "An array can't end at " + std::to_string(index) + "; 0 to 9999999 would work.");
-        }
+        requireLastIndex(index, last->place);
         made.value = arrays_.make(made.type, std::vector<Value>(static_cast<std::size_t>(index + 1), made.value));
       }
       variables_[lower(name.text)] = std::move(made);
@@ -338,6 +342,7 @@ class Evaluator {
       if (!sameName(name.text, "append"))
         throw Error(name.place, "An array has no \"" + name.text + "\"; Append would work.");
       const Call call = callOf("Append", 1, 1, name.place, std::move(arguments));
+      requireLastIndex(static_cast<std::int32_t>((*array)->elements.size()), name.place);
       (*array)->elements.push_back(fitted(call.arguments[0], (*array)->type, name.place));
       return {};
     }

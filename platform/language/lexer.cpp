@@ -1,8 +1,11 @@
 #include "platform/language/lexer.h"
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <charconv>
+#include <cmath>
+#include <cstdlib>
 
 #include "platform/runtime/declaration.h"
 
@@ -13,6 +16,9 @@ bool isDigit(char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; 
 bool isAlnum(char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0; }
 bool isNameStart(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0 || c == '_'; }
 bool isNamePart(char c) { return isAlnum(c) || c == '_'; }
+bool isContinuation(char c) { return (c & 0xC0) == 0x80; }  // of a character in UTF-8
+
+constexpr std::size_t kLongestName = 255;
 
 class Lexer {
  public:
@@ -74,6 +80,10 @@ class Lexer {
     if (isNameStart(peek())) {
       while (isNamePart(peek())) ++at_;
       if (runtime::sameName(source_.substr(from, at_ - from), "rem")) return skipToLineEnd();
+      if (at_ - from > kLongestName) {
+        throw Error(place(from), "The name has " + std::to_string(at_ - from) + " characters; up to " +
+                                     std::to_string(kLongestName) + " would work.");
+      }
       return add(Token::Kind::name, from);
     }
     if (isDigit(peek()) || (peek() == '.' && isDigit(peek(1)))) return number();
@@ -86,11 +96,21 @@ class Lexer {
       }
     }
     if (std::string_view("+-*/\\^=<>(),.").find(peek()) == std::string_view::npos) {
-      throw Error(place(from), std::string("\"") + peek() +
-                                   "\" means nothing here; a name, a number, a string or an operator would work.");
+      throw Error(place(from),
+                  strange() + " means nothing here; a name, a number, a string or an operator would work.");
     }
     ++at_;
     add(Token::Kind::symbol, from);
+  }
+
+  // A character that is no part of the language: itself, or its number if it can't be shown.
+  std::string strange() const {
+    std::size_t length = 1;
+    while (length < 4 && isContinuation(peek(length))) ++length;
+    const auto lead = static_cast<unsigned char>(peek());
+    if (lead < 0x80 ? std::isprint(lead) != 0 : lead >= 0xC2 && length > 1)
+      return inQuotes(source_.substr(at_, length));
+    return "The byte " + std::to_string(lead);
   }
 
   void number() {
@@ -113,8 +133,9 @@ class Lexer {
     if (isWhole && std::from_chars(first, source_.data() + at_, integer).ec == std::errc()) {
       return add(Token::Kind::literal, from, {integer});
     }
-    double real = 0;
-    if (std::from_chars(first, source_.data() + at_, real).ec != std::errc()) {
+    // What is too small for a number is 0, as it is where it is computed.
+    const double real = std::strtod(std::string(source_.substr(from, at_ - from)).c_str(), nullptr);
+    if (real == HUGE_VAL) {
       throw Error(place(from), "The number is too large; one up to 1e308 would work.");
     }
     add(Token::Kind::literal, from, {real});
@@ -138,8 +159,8 @@ class Lexer {
         return add(Token::Kind::literal, from, {static_cast<std::int32_t>(value)});
       }
     }
-    throw Error(place(from), "\"" + std::string(source_.substr(from, at_ - from)) +
-                                 "\" is no number; &cFF8000, &hFF, &b101 or &o17 would work.");
+    throw Error(place(from), inQuotes(source_.substr(from, at_ - from)) +
+                                 " is no number; &cFF8000, &hFF, &b101 or &o17 would work.");
   }
 
   void string() {
@@ -163,6 +184,16 @@ class Lexer {
 };
 
 }  // namespace
+
+std::string inQuotes(std::string_view text) {
+  constexpr std::size_t kMost = 60;
+  std::size_t length = std::min(text.size(), kMost);
+  while (length < text.size() && length > 0 && isContinuation(text[length])) --length;
+  std::string shown(text.substr(0, length));
+  std::replace_if(
+      shown.begin(), shown.end(), [](unsigned char c) { return c < 0x80 && std::isprint(c) == 0; }, '?');
+  return "\"" + shown + (length < text.size() ? "...\"" : "\"");
+}
 
 std::vector<Token> tokensOf(std::string_view source) {
   constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";

@@ -46,22 +46,34 @@ Value newMemoryBlock(Call& call) {
   if (size < 0 || size > kMost) {
     throw Error(call.place, "A block of " + std::to_string(size) + " bytes can't be made; 0 to 268435456 would work.");
   }
-  return made(call.host.block(std::string(static_cast<std::size_t>(size), '\0')));
+  return made(call.host.zeroedBlock(static_cast<std::size_t>(size)));
 }
 
 Value print(Call& call) {
   std::string line;
-  for (const Value& value : call.arguments) line += textOf(value, call.place);
+  for (const Value& value : call.arguments) {
+    const std::string text = textOf(value, call.place);
+    runtime::requireStringOf(line.size() + text.size());
+    line += text;
+  }
   call.surroundings.print(line);
   return {};
 }
 
+std::string fileName(const Call& call, std::size_t i) {
+  constexpr std::size_t kMost = 4095;  // bytes, as the system takes it
+  std::string name = textOf(call.arguments[i], call.place);
+  if (name.size() <= kMost) return name;
+  throw Error(call.place, "A file's name can't have " + std::to_string(name.size()) + " bytes; up to " +
+                              std::to_string(kMost) + " would work.");
+}
+
 Value open(Call& call) {
-  return made(call.host.string(call.surroundings.open(textOf(call.arguments[0], call.place)), kTextEncodingUnknown));
+  return made(call.host.string(call.surroundings.open(fileName(call, 0)), kTextEncodingUnknown));
 }
 
 Value save(Call& call) {
-  call.surroundings.save(toHost(call.arguments[0], call.host, call.place), textOf(call.arguments[1], call.place));
+  call.surroundings.save(toHost(call.arguments[0], call.host, call.place), fileName(call, 1));
   return {};
 }
 

@@ -42,7 +42,7 @@ Value same(const Host&, const Placed& left, const Placed& right, Place place) {
   if (isNumber(a) && isNumber(b)) {
     areSame = realOf(left) == realOf(right);
   } else if (isText(a) && isText(b)) {
-    areSame = textOf(a, place) == textOf(b, place);
+    areSame = bytesOf(a) == bytesOf(b);
   } else if (areBoth<runtime::Object>(left, right)) {
     areSame = std::get<runtime::Object>(a).get() == std::get<runtime::Object>(b).get();
   } else if (areBoth<std::shared_ptr<Array>>(left, right)) {
@@ -57,8 +57,7 @@ Value same(const Host&, const Placed& left, const Placed& right, Place place) {
 
 template <bool holds(std::partial_ordering) noexcept>
 Value ordered(const Host&, const Placed& left, const Placed& right, Place) {
-  if (areBoth<runtime::String>(left, right))
-    return holds(textOf(left.value, left.place) <=> textOf(right.value, right.place));
+  if (areBoth<runtime::String>(left, right)) return holds(bytesOf(left.value) <=> bytesOf(right.value));
   const double first = realOf(left);
   return holds(first <=> realOf(right));
 }
@@ -75,7 +74,12 @@ Value arithmetic(const Host&, const Placed& left, const Placed& right, Place) {
 
 Value plus(const Host& host, const Placed& left, const Placed& right, Place place) {
   if (!areBoth<runtime::String>(left, right)) return arithmetic<std::plus<>>(host, left, right, place);
-  return made(host.string(textOf(left.value, left.place) + textOf(right.value, right.place)));
+  const std::string_view first = bytesOf(left.value);
+  const std::string_view second = bytesOf(right.value);
+  runtime::requireStringOf(first.size() + second.size());
+  std::string both;
+  both.reserve(first.size() + second.size());
+  return made(host.string(both.append(first).append(second)));
 }
 
 template <auto function>

@@ -56,7 +56,7 @@ class Parser {
   }
   [[noreturn]] void fail(const std::string& what) const {
     const bool isEnd = token().kind == Token::Kind::end || token().kind == Token::Kind::endOfLine;
-    throw Error(token().place, (isEnd ? "The end of the line" : "\"" + token().text + "\"") + " " + what + ".");
+    throw Error(token().place, (isEnd ? "The end of the line" : inQuotes(token().text)) + " " + what + ".");
   }
   void expect(std::string_view word) {
     if (!take(word)) fail("is out of place; " + std::string(word) + " would work");

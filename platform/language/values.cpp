@@ -59,8 +59,13 @@ bool booleanOf(const Value& value, Place place) {
   throw Error(place, "This is " + kindOf(value) + "; true, false or a comparison would work.");
 }
 
+std::string_view bytesOf(const Value& value) {
+  const auto* string = std::get_if<runtime::String>(&value);
+  return string != nullptr ? runtime::bytesOf(string->get()) : std::string_view();
+}
+
 std::string textOf(const Value& value, Place place) {
-  if (const auto* string = std::get_if<runtime::String>(&value)) return std::string(runtime::bytesOf(string->get()));
+  if (std::holds_alternative<runtime::String>(value)) return std::string(bytesOf(value));
   if (const auto* integer = std::get_if<std::int32_t>(&value)) return std::to_string(*integer);
   if (const auto* flag = std::get_if<bool>(&value)) return *flag ? "True" : "False";
   if (std::holds_alternative<runtime::Nil>(value)) return "";

@@ -87,7 +87,12 @@ void EntryPoints::REALLockString(REALstringStruct* string) { heap.lock(string); 
 void EntryPoints::REALUnlockString(REALstringStruct* string) { heap.unlock(string); }
 REALstringStruct* EntryPoints::REALBuildString(const void* bytes, std::int32_t length) {
   if (length < 0) return nullptr;
-  return heap.newString({static_cast<const char*>(bytes), static_cast<std::size_t>(length)}, kTextEncodingUnknown);
+  const auto size = static_cast<std::size_t>(length);
+  if (size > kLongestString) {
+    host.raiseStringTooLong(size);
+    return nullptr;
+  }
+  return heap.newString({static_cast<const char*>(bytes), size}, kTextEncodingUnknown);
 }
 void EntryPoints::REALSetStringEncoding(REALstringStruct* string, std::uint32_t encoding) {
   heap.setEncoding(string, encoding);

@@ -81,6 +81,7 @@ Payload* Heap::payloadOf(const void* reference) const {
 }
 
 REALstringStruct* Heap::newString(std::string_view bytes, std::uint32_t encoding) {
+  if (bytes.size() > kLongestString) throw std::bad_alloc();
   auto buffer = std::make_unique<char[]>(1 + bytes.size() + kTerminator);
   bytes.copy(buffer.get() + 1, bytes.size());
   auto string =

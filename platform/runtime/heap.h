@@ -82,9 +82,16 @@ struct PictureObject : Payload {
 };
 
 struct ExceptionObject : Payload {
+  explicit ExceptionObject(std::string_view className, std::string message = {})
+      : className(className), message(std::move(message)) {}
   std::string className, message;
   std::int32_t number = 0;
 };
+
+// The most bytes of one string. A host of 32 bits has one address space for all of them, and a string needs a whole
+// piece of it, beside those that it is made of: better one that is refused here, early and always, than one that
+// happens to find no room when everything else has lost its own.
+constexpr std::size_t kLongestString = 64 << 20;
 
 // Data of a class lies after the record.
 constexpr std::uint32_t kDataOffset = 16;
@@ -96,7 +103,8 @@ class Heap {
   Heap& operator=(const Heap&) = delete;
   ~Heap();  // takes what was left behind with it
 
-  // What is new has one lock, and data that is zeroed. Without memory these throw std::bad_alloc.
+  // What is new has one lock, and data that is zeroed. Without memory, and for a string that is too long, these throw
+  // std::bad_alloc.
   REALobjectStruct* newObject(std::unique_ptr<Payload> payload, std::uint32_t dataSize = 0);
   REALstringStruct* newString(std::string_view bytes, std::uint32_t encoding);
   // The string in another encoding, with a lock; null if it has no text in that one.

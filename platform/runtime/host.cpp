@@ -83,17 +83,25 @@ Value valueOf(std::uint32_t word, Type type) {
 }
 
 // Host code learns in its own way that there is no memory for a value.
+constexpr const char* kOutOfMemory = "OutOfMemoryException";
+
 template <class Make>
 auto making(std::string_view what, Make make) {
   return qd::withinMemory(make, [what]() -> std::invoke_result_t<Make> {
-    ExceptionObject raised;
-    raised.className = "OutOfMemoryException";
-    raised.message = "There is not enough memory for " + std::string(what) + ".";
-    throw Exception(raised);
+    throw Exception(ExceptionObject(kOutOfMemory, "There is not enough memory for " + std::string(what) + "."));
   });
 }
 
+std::string tooLong(std::size_t bytes) {
+  return "A string can't have " + std::to_string(bytes) + " bytes; up to " + std::to_string(kLongestString) +
+         " would work.";
+}
+
 }  // namespace
+
+void requireStringOf(std::size_t bytes) {
+  if (bytes > kLongestString) throw Exception(ExceptionObject(kOutOfMemory, tooLong(bytes)));
+}
 
 void lock(REALobjectStruct* object) {
   if (runningHost != nullptr) runningHost->heap().lock(object);
@@ -175,9 +183,7 @@ REALobjectStruct* Host::instanceOf(std::string_view className) {
   if (!has(className)) return nullptr;
   if (const ClassInfo* const info = registry_.find(className)) return newInstance(heap_, *info);
   if (!className.ends_with("Exception")) return nullptr;
-  auto exception = std::make_unique<ExceptionObject>();
-  exception->className = className;
-  return heap_.newObject(std::move(exception));
+  return heap_.newObject(std::make_unique<ExceptionObject>(className));
 }
 
 // Holds the object rather than what it says: that takes no memory.
@@ -185,6 +191,10 @@ void Host::raise(REALobjectStruct* exception) {
   if (heap_.as<ExceptionObject>(exception) == nullptr) return;
   heap_.lock(exception);
   raised_ = Object(exception);
+}
+
+void Host::raiseStringTooLong(std::size_t bytes) {
+  raised_ = Object(heap_.newObject(std::make_unique<ExceptionObject>(kOutOfMemory, tooLong(bytes))));
 }
 
 Object Host::make(const std::string& className) {
@@ -285,13 +295,20 @@ void Host::set(const Object& object, const std::string& name, const Value& value
 }
 
 String Host::string(std::string_view bytes, std::uint32_t encoding) const {
+  requireStringOf(bytes.size());
   return making("a string", [&] { return String(heap_.newString(bytes, encoding)); });
 }
 
 Object Host::block(std::string_view bytes) const {
+  Object made = zeroedBlock(bytes.size());
+  bytes.copy(as<MemoryBlock>(made.get())->bytes.data(), bytes.size());
+  return made;
+}
+
+Object Host::zeroedBlock(std::size_t size) const {
   return making("a memory block", [&] {
     auto block = std::make_unique<MemoryBlock>();
-    block->bytes.assign(bytes.begin(), bytes.end());
+    block->bytes.resize(size);
     return Object(heap_.newObject(std::move(block)));
   });
 }
@@ -309,10 +326,14 @@ Object Host::integers(std::vector<std::int32_t> elements) const {
 
 Object Host::newPicture(int width, int height, int depth) const {
   constexpr OSErr kNoMemory = -108;  // memFullErr
+  constexpr OSErr kNoSize = -50;     // paramErr
   const auto make = [&](const std::string& what) {
     const Rect bounds = MakeRect(0, 0, width, height);
+    const auto word = static_cast<std::int16_t>(depth);
     auto picture = std::make_unique<PictureObject>();
-    const OSErr error = NewGWorld(&picture->world, static_cast<std::int16_t>(depth), &bounds, nullptr, nullptr, 0);
+    // QuickDraw's numbers are words: a larger one would come to it as another.
+    const bool fits = bounds.right == width && bounds.bottom == height && word == depth;
+    const OSErr error = fits ? NewGWorld(&picture->world, word, &bounds, nullptr, nullptr, 0) : kNoSize;
     if (error == kNoMemory) throw std::bad_alloc();
     if (error != 0) {
       throw Error("There can't be " + what +

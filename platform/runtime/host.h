@@ -32,6 +32,9 @@ class Exception : public std::runtime_error {
   std::int32_t number;
 };
 
+// Throws the exception that there is no memory for a string of so many bytes, where they are more than one may have.
+void requireStringOf(std::size_t bytes);
+
 // ---- what is alive in the running host; nothing is when none runs
 
 void lock(REALobjectStruct* object);
@@ -99,6 +102,7 @@ class Host {
 
   String string(std::string_view bytes, std::uint32_t encoding = kCFStringEncodingUTF8) const;
   Object block(std::string_view bytes) const;
+  Object zeroedBlock(std::size_t size) const;
   Object integers(std::vector<std::int32_t> elements) const;
   Object newPicture(int width, int height, int depth = 32) const;
   // A picture whose storage is of a kind that plug-ins don't know.
@@ -123,6 +127,7 @@ class Host {
   void throwRefused();
   REALobjectStruct* instanceOf(std::string_view className);
   void raise(REALobjectStruct* exception);
+  void raiseStringTooLong(std::size_t bytes);
   // The exception that was raised since somebody last asked, or nil.
   Object takeRaised() { return std::exchange(raised_, {}); }
 
