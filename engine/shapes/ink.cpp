@@ -22,13 +22,18 @@ void Ink::toggle(int y, int left, int right) {
 }
 
 void Ink::spread(const Box& margins) {
-  const Ink before = *this;
-  for (int y = box_.top; y < box_.bottom; ++y) {
-    for (int x = box_.left; x < box_.right; ++x) {
-      if (before.row(y)[x - box_.left] == 0) continue;
-      for (int v = y - margins.top; v <= y + margins.bottom; ++v) add(v, x - margins.left, x + margins.right + 1);
+  struct Spread : RunSink {
+    Spread(Ink& to, const Box& by) : ink(to), margins(by) {}
+    void run(int y, int left, int right) override {
+      for (int v = y - margins.top; v <= y + margins.bottom; ++v)
+        ink.add(v, left - margins.left, right + margins.right);
     }
-  }
+    Ink& ink;
+    const Box& margins;
+  };
+  const Ink before = *this;
+  Spread spread(*this, margins);
+  before.emit(spread);
 }
 
 void Ink::remove(const Ink& other) {
