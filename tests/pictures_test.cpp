@@ -251,31 +251,42 @@ TEST_F(Pictures, BitsOfAllKinds) {
 
 namespace {
 
-// Opcode 8200 with an image of two by two pixels of 24 bits, shown at twice its size.
-Pict& quickTime(Pict& pict, std::initializer_list<int> codec) {
-  pict.op(op::CompressedQuickTime::kNumber).words({0, 68 + 86 + 12, 0});
-  pict.words({2, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0, 1, 0, 1, 0, 0x4000, 0});  // the matrix
-  pict.words({0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 2, 0, 0x300, 0, 0});            // no matte, copied, no mask
-  pict.words({0, 86}).bytes(codec).words({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 2, 72, 0, 72, 0, 0, 12, 1});
+// An image of two by two pixels: its description, and its bytes.
+Pict& described(Pict& pict, std::initializer_list<int> codec, int depth, std::initializer_list<int> data) {
+  pict.words({0, 86}).bytes(codec).words({0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 2, 72, 0, 72, 0, 0});
+  pict.words({static_cast<int>(data.size()), 1});
   for (int i = 0; i < 16; ++i) pict.words({0});
-  pict.words({24, -1});
-  return pict.bytes({0, 0, 0, 255, 0, 0, 0, 0, 0, 0, 0, 0});
+  return pict.words({depth, -1}).bytes(data);
+}
+constexpr std::initializer_list<int> kRaw = {'r', 'a', 'w', ' '};
+
+// Black, white, white, black, where the image shows.
+constexpr int kMatteSize = 86 + 4;
+Pict& matte(Pict& pict) { return described(pict, kRaw, 40, {255, 0, 0, 255}); }
+
+// Opcode 8200 with pixels of 24 bits, shown at twice their size.
+Pict& quickTime(Pict& pict, std::initializer_list<int> codec, bool hasMatte = false, int right = 2) {
+  const int matteSize = hasMatte ? kMatteSize : 0;
+  pict.op(op::CompressedQuickTime::kNumber).words({0, 68 + matteSize + 86 + 12, 0});
+  pict.words({2, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0, 1, 0, 1, 0, 0x4000, 0});    // the matrix
+  pict.words({0, matteSize, 0, 0, 2, 2, 0, 0, 0, 2, right, 0, 0x300, 0, 0});  // copied, no mask
+  if (hasMatte) matte(pict);
+  return described(pict, codec, 24, {0, 0, 0, 255, 0, 0, 0, 0, 0, 0, 0, 0});
 }
 
 }  // namespace
 
 TEST_F(Pictures, QuickTimeImagesTakeThePlaceOfTheirStandIns) {
-  const std::initializer_list<int> raw = {'r', 'a', 'w', ' '};
   const char* const shown = "............\n.##oo.......\n.##oo.......\n.####.......\n.####.......\n............\n";
   Pict image;
-  quickTime(image, raw);
+  quickTime(image, kRaw);
   EXPECT_EQ(image.played(), shown);
   // Bits in the same place, or as many bytes of opcodes as a pen size says.
   Pict bits;
-  quickTime(bits, raw).op(op::BitsRect::kNumber).words({2, 0, 0, 2, 2, 0, 0, 2, 2, 1, 1, 5, 5, 0, 0xFFFF, 0xFFFF});
+  quickTime(bits, kRaw).op(op::BitsRect::kNumber).words({2, 0, 0, 2, 2, 0, 0, 2, 2, 1, 1, 5, 5, 0, 0xFFFF, 0xFFFF});
   EXPECT_EQ(bits.played(), shown);
   Pict run;
-  quickTime(run, raw).op(op::PnSize::kNumber).words({99, 10}).black(0, 0, 6, 6).black(0, 11, 6, 12);
+  quickTime(run, kRaw).op(op::PnSize::kNumber).words({99, 10}).black(0, 0, 6, 6).black(0, 11, 6, 12);
   EXPECT_EQ(run.played().substr(0, 26), "...........#\n.##oo......#\n");
   // What can't be decoded is said, and its stand-in is shown.
   Pict unknown;
@@ -284,6 +295,27 @@ TEST_F(Pictures, QuickTimeImagesTakeThePlaceOfTheirStandIns) {
   EXPECT_EQ(lastPlayback().undrawn, 1);
   ASSERT_EQ(lastPlayback().remarks.size(), 1U);
   EXPECT_NE(lastPlayback().remarks[0].find("\"cvid\""), std::string::npos);
+}
+
+TEST_F(Pictures, QuickTimeImagesAreMixedByTheirMatteAndCutToTheirSource) {
+  Pict mixed;
+  EXPECT_EQ(quickTime(mixed, kRaw, true).played(),
+            "............\n.##.........\n.##.........\n...##.......\n...##.......\n............\n");
+  Pict cut;
+  EXPECT_EQ(quickTime(cut, kRaw, false, 1).played(),
+            "............\n.##.........\n.##.........\n.##.........\n.##.........\n............\n");
+  // The bits of an uncompressed one are the next opcode.
+  for (const bool hasMatte : {false, true}) {
+    const int matteSize = hasMatte ? kMatteSize : 0;
+    Pict pict;
+    pict.op(op::UncompressedQuickTime::kNumber).words({0, 50 + matteSize, 0});
+    pict.words({1, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0x4000, 0, 0, matteSize, 0, 0, 2, 2});
+    if (hasMatte) matte(pict);
+    pict.op(op::BitsRect::kNumber).words({2, 0, 0, 2, 2, 0, 0, 2, 2, 1, 1, 3, 3, 0, 0xFFFF, 0xFFFF});
+    pict.op(op::BitsRect::kNumber).words({2, 0, 0, 2, 2, 0, 0, 2, 2, 1, 5, 3, 7, 0, 0xFFFF, 0xFFFF});
+    EXPECT_EQ(pict.played().substr(13, 26), hasMatte ? ".#...##.....\n..#..##.....\n" : ".##..##.....\n.##..##.....\n");
+    EXPECT_EQ(lastPlayback().undrawn, 0);
+  }
 }
 
 TEST_F(Pictures, WhatIsReservedOrACommentIsPassedOver) {

@@ -141,8 +141,9 @@ class Player {
     countBytes(pixels->map);
     std::optional<Region> mask;
     if constexpr (requires { op.mask; }) mask = op.mask.mapped(mapping_);
-    perform(port_,
-            BitsCommand{&pixels->map, op.from, toRect(mapping_.box(Box(op.to))), op.mode, mask ? &*mask : nullptr});
+    const auto matte = std::exchange(matte_, std::nullopt);
+    perform(port_, BitsCommand{&pixels->map, op.from, toRect(mapping_.box(Box(op.to))), op.mode,
+                               mask ? &*mask : nullptr, matte ? &matte->map : nullptr});
     return Outcome::played;
   }
   Outcome take(const op::CompressedQuickTime& op) {
@@ -151,9 +152,25 @@ class Player {
   }
   Outcome take(const op::UncompressedQuickTime& op) {
     ByteReader in(op.data);
-    if (!skipUncompressedHead(in)) return Outcome::broken;
-    const std::uint16_t inner = in.u16();
-    return opcodeRow(inner).kind == Kind::bits ? play(inner, in) : Outcome::undrawn;
+    std::optional<EncodedImage> matte;
+    if (!readUncompressedHead(in, port_.resources().tables, matte)) return Outcome::broken;
+    if (!matte) return Outcome::played;
+    matte_ = wholeOf(*matte);
+    return matte_ ? Outcome::played : Outcome::undrawn;
+  }
+
+  // A matte's pixels; nothing, and a remark, if they can't be had.
+  std::optional<OwnedPixels> wholeOf(const EncodedImage& matte) {
+    if (matte.reader != nullptr) {
+      const auto& [width, height, depth, colors] = matte.reader->format();
+      auto image = readWhole(*matte.reader, Box(0, 0, height, width));
+      if (image) {
+        countBytes(image->pixels.map);
+        return std::move(image->pixels);
+      }
+    }
+    remark("an image's matte of the codec \"" + matte.codec + "\" can't be decoded; the image is shown without");
+    return std::nullopt;
   }
 
   static Outcome setPattern(Pattern& pattern, const PixelPatternFields& fields) {
@@ -288,7 +305,9 @@ class Player {
     if (!image) return Outcome::broken;
     const Region mask = image->mask ? image->mask->mapped(mapping_) : Region();
     const Box to = Box(toRect(mapping_.box(Box(image->to))));
-    const auto part = read(image->reader.get(), to, image->mask ? &mask : nullptr);
+    const auto matte = image->matte ? wholeOf(*image->matte) : std::nullopt;
+    const auto part = matte && image->reader != nullptr ? readWhole(*image->reader, to)
+                                                        : read(image->reader.get(), to, image->mask ? &mask : nullptr);
     const std::string name = "a QuickTime image of the codec \"" + image->codec + "\" ";
     if (!part) {
       remark(name + "can't be decoded; what stands in for it is shown");
@@ -298,7 +317,7 @@ class Player {
     if (!part->to.empty()) {
       countBytes(part->pixels.map);
       perform(port_, BitsCommand{&part->pixels.map, toRect(part->from), toRect(part->to), image->mode,
-                                 image->mask ? &mask : nullptr});
+                                 image->mask ? &mask : nullptr, matte ? &matte->map : nullptr});
     }
     shown_ = image->to;
     return Outcome::played;
@@ -346,7 +365,8 @@ class Player {
   const Region callersClip_;
   Mapping mapping_;
   std::vector<std::string>& remarks_;
-  std::optional<Rect> shown_;  // where the image was drawn that came just before
+  std::optional<OwnedPixels> matte_;  // of the bits that come next
+  std::optional<Rect> shown_;         // where the image was drawn that came just before
   std::size_t standInEnd_ = 0;
   // As the picture has it, in its own space.
   Point penSize_ = {1, 1};

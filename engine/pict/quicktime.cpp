@@ -19,9 +19,10 @@ struct Matrix {
     for (std::int32_t& cell : cells) cell = in.s32();
     return {cells[0] / 65536.0, cells[4] / 65536.0, cells[6] / 65536.0, cells[7] / 65536.0};
   }
-  Rect map(int width, int height) const {
+  Rect map(const Box& box) const {
     const auto edge = [](double at) { return static_cast<int>(std::lround(std::clamp(at, -32768.0, 32767.0))); };
-    return toRect({edge(top), edge(left), edge(top + v * height), edge(left + h * width)});
+    return toRect(
+        {edge(top + v * box.top), edge(left + h * box.left), edge(top + v * box.bottom), edge(left + h * box.right)});
   }
 };
 
@@ -48,49 +49,66 @@ std::optional<Description> readDescription(ByteReader& in) {
   return description;
 }
 
+// An image description and the data after it, which go on to the end if the description has no size.
+std::optional<EncodedImage> readEncoded(ByteReader& in, ColorTables& tables, Description& description) {
+  const auto read = readDescription(in);
+  if (!read) return std::nullopt;
+  description = *read;
+  EncodedImage image;
+  for (int shift = 24; shift >= 0; shift -= 8) image.codec += static_cast<char>(read->codec >> shift & 0xFF);
+  const Bytes data = in.take(std::min<std::size_t>(read->dataSize != 0 ? read->dataSize : in.left(), in.left()));
+  std::string why;
+  image.reader = openCodec(image.codec, {data, {read->width, read->height, read->depth, nullptr}, tables}, why);
+  return image;
+}
+
+// The size counts the matte's description and its data.
+bool readMatte(ByteReader& in, std::uint32_t size, ColorTables& tables, std::optional<EncodedImage>& matte) {
+  if (size == 0) return true;
+  ByteReader bytes(in.take(size));
+  Description description;
+  matte = readEncoded(bytes, tables, description);
+  return matte.has_value();
+}
+
 }  // namespace
 
 std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in, ColorTables& tables) {
   in.u16();  // version
   const Matrix matrix = Matrix::read(in);
   const std::uint32_t matteSize = in.u32();
-  in.rect();
+  in.rect();  // what of the matte counts: all of it
   QuickTimeImage image;
   image.mode = in.s16();
-  in.rect();  // what of the image is shown: all of it
-  in.u32();   // accuracy
+  const Box shown(in.rect());
+  in.u32();  // accuracy
   const std::uint32_t maskSize = in.u32();
-  if (matteSize != 0) {
-    if (!readDescription(in)) return std::nullopt;
-    in.take(matteSize);
-  }
+  if (!readMatte(in, matteSize, tables, image.matte)) return std::nullopt;
   if (maskSize != 0) {
     ByteReader mask(in.take(maskSize));
     image.mask = field::region::read(mask);
     if (!mask.good()) return std::nullopt;
   }
-  const auto description = readDescription(in);
-  if (!description) return std::nullopt;
-  for (int shift = 24; shift >= 0; shift -= 8) image.codec += static_cast<char>(description->codec >> shift & 0xFF);
-  const Bytes data =
-      in.take(std::min<std::size_t>(description->dataSize != 0 ? description->dataSize : in.left(), in.left()));
-  std::string why;
-  image.reader = openCodec(image.codec,
-                           {data, {description->width, description->height, description->depth, nullptr}, tables}, why);
-  image.to = matrix.map(description->width, description->height);
+  Description description;
+  auto encoded = readEncoded(in, tables, description);
+  if (!encoded) return std::nullopt;
+  static_cast<EncodedImage&>(image) = std::move(*encoded);
+  const Box all(0, 0, description.height, description.width);
+  image.to = matrix.map(all);
+  // A part of the image is shown where all of it would show it.
+  if (!shown.empty() && !shown.contains(all)) {
+    const Region part{Box(matrix.map(shown))};
+    image.mask = image.mask ? intersect(*image.mask, part) : part;
+  }
   return image;
 }
 
-bool skipUncompressedHead(ByteReader& in) {
+bool readUncompressedHead(ByteReader& in, ColorTables& tables, std::optional<EncodedImage>& matte) {
   in.u16();
   Matrix::read(in);
   const std::uint32_t matteSize = in.u32();
   in.rect();
-  if (matteSize != 0) {
-    if (!readDescription(in)) return false;
-    in.take(matteSize);
-  }
-  return in.good();
+  return readMatte(in, matteSize, tables, matte) && in.good();
 }
 
 }  // namespace qd

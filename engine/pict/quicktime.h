@@ -7,18 +7,22 @@
 
 namespace qd {
 
-struct QuickTimeImage {
+struct EncodedImage {
   std::string codec;                    // four characters
   std::unique_ptr<ImageReader> reader;  // of the picture's bytes; null if they can't be decoded
-  Rect to = {};                         // in the picture's space, by the image's matrix
+};
+
+struct QuickTimeImage : EncodedImage {
+  Rect to = {};  // in the picture's space, by the image's matrix
   std::int16_t mode = 0;
   std::optional<Region> mask;
+  std::optional<EncodedImage> matte;  // black where the image shows, white where what is there stays
 };
 
 // Reads the operands of opcode 8200. Nothing if they make no sense.
 std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in, ColorTables& tables);
 
-// Goes past what stands in front of the bits opcode that opcode 8201 holds; false if it makes no sense.
-bool skipUncompressedHead(ByteReader& in);
+// The operands of opcode 8201: an image of which the picture's next opcode has the bits. False if they make no sense.
+bool readUncompressedHead(ByteReader& in, ColorTables& tables, std::optional<EncodedImage>& matte);
 
 }  // namespace qd

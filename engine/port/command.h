@@ -36,6 +36,8 @@ struct BitsCommand {
   Rect from, to;
   std::int16_t mode;
   const Region* mask;  // in the destination's coordinates; null for none
+  // What mixes source and destination, stretched as the source is; null for none. A picture that is recorded has none.
+  const PixelMap* matte = nullptr;
 };
 
 // Puts a command down on the port's pixels.

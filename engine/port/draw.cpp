@@ -106,6 +106,11 @@ void draw(Port& port, const BitsCommand& bits) {
     const Box seen = intersect(Box(bits.to), clip.bounds());
     if (seen.empty()) return;
     port.work.pixels += static_cast<std::uint64_t>(seen.width()) * static_cast<std::uint64_t>(seen.height());
+    if (bits.matte != nullptr) {
+      copyMask(*bits.source, *bits.matte, port.map(), Box(bits.from), bits.matte->bounds, Box(bits.to), clip,
+               port.state.colors);
+      return;
+    }
     copyBits(*bits.source, port.map(), Box(bits.from), Box(bits.to), bits.mode, clip, port.state.colors);
   };
   if (bits.mask == nullptr) return copy(port.visible());
