@@ -3,14 +3,14 @@
 namespace qd {
 namespace {
 
-constexpr int kRawBelow = 8;       // rows this short are not packed
-constexpr int kByteCountTo = 250;  // rows longer than this count their packed bytes in a word
+constexpr int kRawBelow = 8;               // rows this short are not packed
+constexpr std::size_t kByteCountTo = 250;  // rows longer than this count their packed bytes in a word
 constexpr Fixed kResolution = 0x480000;
 
 // The packed or raw bytes of one row.
-Bytes takeRow(ByteReader& in, const Map& map, const RowForm& form) {
+Bytes takeRow(ByteReader& in, const RowForm& form) {
   if (!form.isPacked) return in.take(form.bytes);
-  return in.take(map.bytesInRow() > kByteCountTo ? in.u16() : in.u8());
+  return in.take(form.hasByteCounts ? in.u8() : in.u16());
 }
 
 ColorTablePtr colorsOf(const Map& map) {
@@ -52,38 +52,67 @@ RowForm rowForm(const Map& map, bool isPacked) {
   const auto width = static_cast<std::size_t>(Box(map.bounds).width());
   const int packType = map.pixels.packType;
   const bool isLong = map.bytesInRow() >= kRawBelow;
-  if (!map.isDeep()) return {rowBytes, 1, isPacked && isLong && packType != Map::kRaw};
+  const bool hasByteCounts = rowBytes <= kByteCountTo;
+  if (!map.isDeep()) return {rowBytes, 1, isPacked && isLong && packType != Map::kRaw, hasByteCounts};
   const bool packs = isLong && packType != Map::kRaw && packType != Map::kTriplets;
-  if (map.depth() == 16) return {rowBytes, 2, packs};
-  if (packType == Map::kTriplets) return {width * 3, 1, false};
-  if (!packs) return {rowBytes, 1, false};
-  return {width * (map.pixels.cmpCount == 4 ? 4U : 3U), 1, true};
+  if (map.depth() == 16) return {rowBytes, 2, packs, hasByteCounts};
+  if (packType == Map::kTriplets) return {width * 3, 1, false, hasByteCounts};
+  if (!packs) return {rowBytes, 1, false, hasByteCounts};
+  return {width * (map.pixels.cmpCount == 4 ? 4U : 3U), 1, true, hasByteCounts};
 }
 
-Bytes takeRows(ByteReader& in, const Map& map, bool isPacked) {
-  const RowForm form = rowForm(map, isPacked);
+namespace {
+
+RowForm rowForm(const Map& map, const Rows& rows) {
+  RowForm form = rowForm(map, rows.isPacked);
+  form.hasByteCounts = form.hasByteCounts || rows.hasWrongCounts;
+  return form;
+}
+
+// Whether packed rows come, each of which gives as many bytes as it should of all that it has.
+bool areWhole(ByteReader in, const RowForm& form, int height) {
+  std::vector<std::uint8_t> row(form.bytes + 1);
+  for (int y = 0; y < height; ++y) {
+    const Bytes packed = takeRow(in, form);
+    if (!in.good() || unpackBits(packed, form.unit, row) ||
+        !unpackBits(packed, form.unit, std::span(row).first(form.bytes)))
+      return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+Rows takeRows(ByteReader& in, const Map& map, bool isPacked) {
+  RowForm form = rowForm(map, isPacked);
+  const int height = Box(map.bounds).height();
+  Rows rows{.isPacked = isPacked};
+  if (form.isPacked && !form.hasByteCounts && form.bytes <= kByteCountTo && !areWhole(in, form, height)) {
+    // Some writers count the three bytes of a pixel that they pack, not the four of a row.
+    RowForm bytes = form;
+    bytes.hasByteCounts = true;
+    rows.hasWrongCounts = areWhole(in, bytes, height);
+    if (rows.hasWrongCounts) form = bytes;
+  }
   ByteReader ahead = in;
-  for (int y = map.bounds.top; y < map.bounds.bottom && ahead.good(); ++y) takeRow(ahead, map, form);
+  for (int y = 0; y < height && ahead.good(); ++y) takeRow(ahead, form);
   if (!ahead.good()) in.fail();
-  return in.take(ahead.at() - in.at());
+  rows.bytes = in.take(ahead.at() - in.at());
+  return rows;
 }
 
 void eachRow(const Map& map, const Rows& rows, const std::function<void(Bytes)>& use) {
-  const RowForm form = rowForm(map, rows.isPacked);
+  const RowForm form = rowForm(map, rows);
   ByteReader in(rows.bytes);
-  for (int y = map.bounds.top; y < map.bounds.bottom; ++y) use(takeRow(in, map, form));
+  for (int y = map.bounds.top; y < map.bounds.bottom; ++y) use(takeRow(in, form));
 }
 
-void putCount(ByteWriter& out, const Map& map, std::size_t count) {
-  if (map.bytesInRow() > kByteCountTo) {
-    out.u16(static_cast<int>(count));
-  } else {
-    out.u8(static_cast<int>(count));
-  }
+void putCount(ByteWriter& out, const RowForm& form, std::size_t count) {
+  form.hasByteCounts ? out.u8(static_cast<int>(count)) : out.u16(static_cast<int>(count));
 }
 
 std::optional<OwnedPixels> pixelsOf(const Map& map, const Rows& rows) {
-  const RowForm form = rowForm(map, rows.isPacked);
+  const RowForm form = rowForm(map, rows);
   const Box bounds(map.bounds);
   ByteReader in(rows.bytes);
   // Each row has a byte at least, so a picture can't ask for more rows than it has bytes.
@@ -94,7 +123,7 @@ std::optional<OwnedPixels> pixelsOf(const Map& map, const Rows& rows) {
   std::vector<std::uint32_t> values(static_cast<std::size_t>(bounds.width()));
   const bool isGathered = map.isDeep() && map.depth() == 32 && (form.isPacked || map.pixels.packType == Map::kTriplets);
   for (int y = bounds.top; y < bounds.bottom; ++y) {
-    const Bytes taken = takeRow(in, map, form);
+    const Bytes taken = takeRow(in, form);
     if (!in.good()) return std::nullopt;
     if (form.isPacked) {
       if (!unpackBits(taken, form.unit, row)) return std::nullopt;

@@ -13,15 +13,16 @@ struct RowForm {
   std::size_t bytes;  // unpacked
   std::size_t unit;   // of PackBits
   bool isPacked;
+  bool hasByteCounts;  // a packed row's count is a byte, not a word
 };
 RowForm rowForm(const Map& map, bool isPacked);
 
-// The bytes of all rows; the reader fails if they go past the end.
-Bytes takeRows(ByteReader& in, const Map& map, bool isPacked);
+// All rows; the reader fails if they go past the end.
+Rows takeRows(ByteReader& in, const Map& map, bool isPacked);
 // Calls `use` with what each row is, packed or not, without its count.
 void eachRow(const Map& map, const Rows& rows, const std::function<void(Bytes)>& use);
 // The count in front of a packed row.
-void putCount(ByteWriter& out, const Map& map, std::size_t count);
+void putCount(ByteWriter& out, const RowForm& form, std::size_t count);
 
 // The pixels that rows are; nothing if they can't be unpacked.
 std::optional<OwnedPixels> pixelsOf(const Map& map, const Rows& rows);

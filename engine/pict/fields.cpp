@@ -247,9 +247,7 @@ std::uint16_t rowBytes::parse(TextReader& in) {
 }
 
 Rows AnyRows::readRows(ByteReader& in, const Map& map, bool isPacked) {
-  Rows value{.isPacked = isPacked};
-  if (in.good()) value.bytes = takeRows(in, map, isPacked);
-  return value;
+  return in.good() ? takeRows(in, map, isPacked) : Rows{.isPacked = isPacked};
 }
 
 void AnyRows::write(ByteWriter& out, const Rows& value) {
@@ -279,7 +277,7 @@ Rows AnyRows::parseRows(TextReader& in, const Map& map, bool isPacked) {
       packBits(row, form.unit, packed);
       row = packed.bytes();
     }
-    if (form.isPacked) putCount(out, map, row.size());
+    if (form.isPacked) putCount(out, form, row.size());
     out.put(row);
   }
   in.expect('}');

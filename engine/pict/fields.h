@@ -372,6 +372,7 @@ struct Map {
 struct Rows {
   Bytes bytes = {};
   bool isPacked = false;
+  bool hasWrongCounts = false;  // of one byte where a word is due
   const PixelMap* pixels = nullptr;
 };
 

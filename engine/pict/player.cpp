@@ -139,6 +139,7 @@ class Player {
     const auto pixels = pixelsOf(op.map, op.rows);
     if (!pixels) return Outcome::broken;
     countBytes(pixels->map);
+    if (op.rows.hasWrongCounts) remark("rows of pixels are counted by bytes where words are due, and read so");
     std::optional<Region> mask;
     if constexpr (requires { op.mask; }) mask = op.mask.mapped(mapping_);
     const auto matte = std::exchange(matte_, std::nullopt);
@@ -438,6 +439,10 @@ Playback play(Port& port, Bytes picture, const Rect& target) {
     }
   }
   playback.error = reader.error();
+  if (reader.isEndMissing() && playback.played > 0) {
+    playback.error.reset();
+    playback.remarks.emplace_back("it ends without an end opcode");
+  }
   return playback;
 }
 

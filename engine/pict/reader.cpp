@@ -25,8 +25,10 @@ std::optional<Bytes> pictureInFile(Bytes file) {
     ByteReader in(bytes);
     return readVersion(in) != 0;
   };
-  if (file.size() > kFileHeader && isPicture(file.subspan(kFileHeader))) return file.subspan(kFileHeader);
-  if (isPicture(file)) return file;
+  // Two headers come from programs that put one in front of a whole file.
+  for (const std::size_t front : {kFileHeader, std::size_t{0}, 2 * kFileHeader}) {
+    if (file.size() > front && isPicture(file.subspan(front))) return file.subspan(front);
+  }
   return std::nullopt;
 }
 
@@ -67,7 +69,10 @@ bool PictureReader::next(Opcode& opcode) {
   const bool isWide = header_.version == 2;
   if (isWide && in_.at() % 2 != 0) in_.take(1);
   opcode.offset = in_.at();
-  if (in_.left() < (isWide ? 2U : 1U)) return fail(opcode.offset, 0, "it ends without an end opcode");
+  if (in_.left() < (isWide ? 2U : 1U)) {
+    isEndMissing_ = true;
+    return fail(opcode.offset, 0, "it ends without an end opcode");
+  }
   opcode.number = isWide ? in_.u16() : in_.u8();
   if (opcode.number == op::OpEndPic::kNumber) {
     opcode.operands = ByteReader();

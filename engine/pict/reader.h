@@ -33,6 +33,8 @@ class PictureReader {
   // True after the end opcode.
   bool ended() const { return ended_; }
   const std::optional<PictureError>& error() const { return error_; }
+  // The error is that, and all opcodes were whole.
+  bool isEndMissing() const { return isEndMissing_; }
   std::size_t at() const { return in_.at(); }
   // Bytes after the last opcode read.
   std::size_t left() const { return in_.left(); }
@@ -44,7 +46,7 @@ class PictureReader {
   Bytes picture_;
   ByteReader in_;
   PictureHeader header_;
-  bool ended_ = false;
+  bool ended_ = false, isEndMissing_ = false;
   std::optional<PictureError> error_;
 };
 
