@@ -86,8 +86,8 @@ struct ExceptionObject : Payload {
   std::int32_t number = 0;
 };
 
-// Data of a class lies after the record.
-constexpr std::uint32_t kDataOffset = 16;
+// Data of a class lies after the record, which is four words long.
+constexpr std::uint32_t kDataOffset = 4 * sizeof(void*);
 
 class Heap {
  public:
