@@ -1,4 +1,4 @@
-// What the fuzzing targets share: ports to draw into. The first byte of an input says which; a picture follows.
+// Ports to draw into, which several targets share. The first byte of an input says which; a picture follows.
 #pragma once
 
 #include <cstdint>
