@@ -14,8 +14,9 @@
 
 namespace {
 
-// A few lines that double a string ask for all memory: programs have this much, and are told so.
-constexpr std::size_t kMostMemory = 64 << 20;
+// A few lines that double a string ask for all memory, and one can fill as much as there is. Programs have this much,
+// and are told so.
+constexpr std::size_t kMostMemory = 8 << 20;
 std::size_t memory = 0;
 std::size_t mostMemory = SIZE_MAX;
 
@@ -59,6 +60,14 @@ void operator delete[](void* bytes) noexcept { release(bytes); }
 void operator delete(void* bytes, std::size_t) noexcept { release(bytes); }
 void operator delete[](void* bytes, std::size_t) noexcept { release(bytes); }
 
+// Pixels and blocks of memory come from calloc, which the linker wraps in this.
+extern "C" void* __real_calloc(std::size_t count, std::size_t size);
+extern "C" void* __wrap_calloc(std::size_t count, std::size_t size) {
+  constexpr std::size_t kMost = 1 << 20;
+  const bool isLimited = mostMemory != SIZE_MAX;
+  return !isLimited || size == 0 || count <= kMost / size ? __real_calloc(count, size) : nullptr;
+}
+
 std::variant<std::unique_ptr<Executable>, Refusal> loadExecutable(const std::filesystem::path&) {
   return Refusal{"nothing is loaded here"};
 }
@@ -79,6 +88,7 @@ void feed(qd::Bytes input) {
       }
     } catch (const language::Error& error) {
       if (error.place.line < 1 || error.place.column < 1 || std::string_view(error.what()).empty()) std::abort();
+    } catch (const std::bad_alloc&) {  // of the program's tree, which whoever runs it tells
     }
     if (runtime::audit() != before) std::abort();
   }
