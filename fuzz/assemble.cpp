@@ -1,8 +1,9 @@
 // Assembles any text.
-#include "qdraw/qdraw.h"
+#include <cstdlib>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const qd::Assembled made = qd::assemblePicture({reinterpret_cast<const char*>(data), size});
-  if (made.error && (made.error->line < 1 || made.error->column < 1 || made.error->what.empty())) __builtin_trap();
-  return 0;
+#include "fuzz/target.h"
+
+void feed(qd::Bytes input) {
+  const qd::Assembled made = qd::assemblePicture({reinterpret_cast<const char*>(input.data()), input.size()});
+  if (made.error && (made.error->line < 1 || made.error->column < 1 || made.error->what.empty())) std::abort();
 }

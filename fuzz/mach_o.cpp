@@ -3,13 +3,14 @@
 
 #include <cstdlib>
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const auto parsed = mach_o::parse({data, size});
-  if (const auto* refusal = std::get_if<Refusal>(&parsed)) return refusal->why.empty() ? std::abort(), 0 : 0;
+#include "fuzz/target.h"
+
+void feed(qd::Bytes input) {
+  const auto parsed = mach_o::parse(input);
+  if (const auto* refusal = std::get_if<Refusal>(&parsed)) return refusal->why.empty() ? std::abort() : void();
   const auto& image = std::get<mach_o::Image>(parsed);
-  if (image.size > 1 << 20) return 0;  // zeros, which only take time
+  if (image.size > 1 << 20) return;  // zeros, which only take time
   std::vector<std::uint8_t> memory(image.size);
   mach_o::fill(image, memory, 0x20000000, [](const std::string& name) { return name == "HLock" ? 0x1234U : 0U; });
   if (image.find("answer").value_or(0) >= image.size) std::abort();
-  return 0;
 }

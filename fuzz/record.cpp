@@ -1,10 +1,11 @@
 // What is played, recorded again and played from the recording comes out the same.
+#include "fuzz/canvas.h"
 #include "fuzz/target.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size < 1) return 0;
-  const int depth = kDepths[data[0] % 6];
-  const qd::Bytes picture(data + 1, size - 1);
+void feed(qd::Bytes input) {
+  if (input.empty()) return;
+  const int depth = kDepths[input[0] % 6];
+  const qd::Bytes picture = input.subspan(1);
   const qd::Rect target = qd::MakeRect(0, 0, 40, 32);
 
   Canvas direct(40, 32, depth);
@@ -17,5 +18,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   Canvas again(40, 32, depth);
   if (qd::play(again.port(), bytes, target).error || again.bytes() != direct.bytes()) std::abort();
-  return 0;
 }

@@ -16,7 +16,7 @@ class RawReader final : public ImageReader {
   bool next(std::span<std::uint32_t> row) override {
     const std::uint8_t* from = at_;
     at_ += rowBytes_;
-    depth_ == 24 ? unpackTriplets(from, row) : unpackPixels(depth_, from, 0, row);
+    depth_ == 24 ? unpackTriplets(from, row) : unpackColors(depth_, from, row);
     return true;
   }
 

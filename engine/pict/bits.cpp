@@ -133,7 +133,7 @@ std::optional<OwnedPixels> pixelsOf(const Map& map, const Rows& rows) {
     if (isGathered) {
       gather(map, row, values);
     } else {
-      unpackPixels(map.depth(), row.data(), 0, values);
+      unpackColors(map.depth(), row.data(), values);
     }
     pixels->map.put(y, bounds.left, values);
   }

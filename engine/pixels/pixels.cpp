@@ -130,4 +130,10 @@ void unpackPixels(int depth, const std::uint8_t* row, int first, std::span<std::
   });
 }
 
+void unpackColors(int depth, const std::uint8_t* row, std::span<std::uint32_t> pixels) {
+  unpackPixels(depth, row, 0, pixels);
+  if (depth <= 8) return;
+  for (std::uint32_t& pixel : pixels) pixel &= onesOf(depth);
+}
+
 }  // namespace qd

@@ -53,6 +53,8 @@ class ColorTables {
   std::map<int, ColorTablePtr> made_;
 };
 
+constexpr std::uint32_t onesOf(int depth) { return depth == 32 ? 0xFFFFFF : depth == 16 ? 0x7FFF : (1U << depth) - 1; }
+
 struct PixelMap {
   std::uint8_t* base = nullptr;
   int rowBytes = 0;
@@ -64,7 +66,7 @@ struct PixelMap {
   // One bit deep in black and white: its set bits take the foreground colour, the clear ones the background.
   bool isBitMap() const { return depth == 1 && (colors == nullptr || colors->isBlackOnWhite()); }
   // All bits of a pixel that make its colour.
-  std::uint32_t ones() const { return depth == 32 ? 0xFFFFFF : depth == 16 ? 0x7FFF : (1U << depth) - 1; }
+  std::uint32_t ones() const { return onesOf(depth); }
   // Of pixels that are whole bytes: how many of them, and where one lies.
   std::size_t pixelBytes() const { return static_cast<std::size_t>(depth / 8); }
   std::uint8_t* at(int y, int x) const { return row(y) + static_cast<std::size_t>(x - bounds.left) * pixelBytes(); }
@@ -91,6 +93,9 @@ struct OwnedPixels {
 // Packs numbers into a row, and back; the row begins at pixel 0.
 void packPixels(int depth, std::uint8_t* row, int first, std::span<const std::uint32_t> pixels);
 void unpackPixels(int depth, const std::uint8_t* row, int first, std::span<std::uint32_t> pixels);
+// Unpacks a row of a file, where programs leave anything in the bits that make no colour. Copies compare pixels, and
+// recordings don't keep these bits.
+void unpackColors(int depth, const std::uint8_t* row, std::span<std::uint32_t> pixels);
 
 // A pixel of 32 bits, and back.
 constexpr RGBColor deepColor(std::uint32_t pixel) {

@@ -58,7 +58,7 @@ class Line {
       : typeface_(typeface), isExact_(typeface.style.hasExactWidths) {
     const TextState& style = typeface.style;
     const auto spaces = std::count(bytes.begin(), bytes.end(), ' ');
-    extraOfSpace_ = style.extra + style.spacing + (spaces > 0 ? style.slack / spaces : 0);
+    extraOfSpace_ = std::int64_t{style.extra} + style.spacing + (spaces > 0 ? style.slack / spaces : 0);
     extraOfOthers_ = std::int64_t{style.charExtra} * typeface.nominal.v * (kOne / 4096) + style.spacing;
     styles_ = kOne * (typeface.depth() + (typeface.face.isSmeared ? 1 : 0) - (typeface.has(kCondense) ? 1 : 0) +
                       (typeface.has(kExtend) ? 1 : 0));

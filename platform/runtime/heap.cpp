@@ -11,8 +11,10 @@ struct REALobjectStruct {
   runtime::Payload* payload;
   const std::int32_t* storage;
 };
-static_assert(sizeof(REALobjectStruct) <= runtime::kDataOffset &&
-              offsetof(REALobjectStruct, storage) == offsetof(REALarrayInteger, storage));
+static_assert(sizeof(REALobjectStruct) <= runtime::kDataOffset);
+#if UINTPTR_MAX == UINT32_MAX
+static_assert(offsetof(REALobjectStruct, storage) == offsetof(REALarrayInteger, storage));
+#endif
 
 namespace runtime {
 namespace {

@@ -93,8 +93,8 @@ struct ExceptionObject : Payload {
 // happens to find no room when everything else has lost its own.
 constexpr std::size_t kLongestString = 64 << 20;
 
-// Data of a class lies after the record.
-constexpr std::uint32_t kDataOffset = 16;
+// Data of a class lies after the record, which is four words long.
+constexpr std::uint32_t kDataOffset = 4 * sizeof(void*);
 
 class Heap {
  public:
