@@ -249,6 +249,25 @@ TEST_F(Pictures, BitsOfAllKinds) {
   direct(32, 4, 4, 8, 2, [](Pict& p) { p.bytes({2, 0xF9, 0, 6, 0xFE, 0, 0, 0xFF, 0xFD, 0}); });
 }
 
+// Some writers count the three bytes of a pixel that they pack, and not the four of a row.
+TEST_F(Pictures, RowsThatAreCountedByBytesAreRead) {
+  constexpr int kColumns = 70;
+  for (const bool isByWords : {true, false}) {
+    Pict p;
+    p.op(op::DirectBitsRect::kNumber)
+        .words({0, 0xFF, 0x8000 | kColumns * 4, 0, 0, 3, kColumns, 0, 4, 0, 0, 72, 0, 72, 0});
+    p.words({16, 32, 3, 8, 0, 0, 0, 0, 0, 0, 0, 0, 3, kColumns, 0, 0, 3, kColumns, 0});
+    for (int row = 0; row < 3; ++row) {
+      if (isByWords) p.bytes({0});
+      p.bytes({6, 1 - kColumns, 0x12, 1 - kColumns, 0x34, 1 - kColumns, 0x50 + row});
+    }
+    p.black(0, 0, 1, 1);
+    EXPECT_EQ(p.color(1, 0) + p.color(1, 2) + p.color(0, 0), "123450123452000000") << isByWords;
+    EXPECT_EQ(lastPlayback().remarks.size(), isByWords ? 0U : 1U);
+    EXPECT_FALSE(lastPlayback().error);
+  }
+}
+
 namespace {
 
 // An image of two by two pixels: its description, and its bytes.

@@ -150,6 +150,26 @@ TEST(Library, TwoThreadsPlayTwoPictures) {
   EXPECT_EQ(results[1], expected);
 }
 
+TEST(Library, TakesTwoHeadersAndAMissingEnd) {
+  qd::System system(kFonts);
+  const Picture whole = recorded(system);
+  Picture file(1024, 0);
+  file.insert(file.end(), whole.begin(), whole.end());
+  const auto inside = qd::pictureInFile(file);
+  ASSERT_TRUE(inside);
+  EXPECT_TRUE(std::equal(whole.begin(), whole.end(), inside->begin(), inside->end()));
+
+  // All opcodes are there, or half of the last is.
+  const auto playback = [&](std::size_t less) {
+    return qd::GWorld::make(system, 80, 60)->play(qd::Bytes(whole).first(whole.size() - less));
+  };
+  EXPECT_FALSE(playback(2).error);
+  EXPECT_EQ(playback(2).remarks.size(), 1U);
+  EXPECT_EQ(playback(2).drawn, playback(0).drawn);
+  EXPECT_TRUE(playback(0).remarks.empty());
+  EXPECT_TRUE(playback(4).error);
+}
+
 // A TrueType file, to be damaged.
 class FontBytes {
  public:
