@@ -101,7 +101,8 @@ void Session::save(const Value& value, const fs::path& path) {
   const bool isBytes = !isPicture && (object != nullptr || std::holds_alternative<String>(value));
   if (!isPicture && !isBytes) throw runtime::Error("Save takes a picture, a string or a memory block.");
   const std::string ending = path.extension().string();
-  if (ending == ".pict" || ending == ".pct") return writePicture(path, isPicture ? exported(*object) : contentOf(value));
+  if (ending == ".pict" || ending == ".pct")
+    return writePicture(path, isPicture ? exported(*object) : contentOf(value));
   if (ending != ".png") {
     if (isPicture) throw runtime::Error("A picture is saved as .png, .pict or .pct, not as \"" + ending + "\".");
     return writeFile(path, contentOf(value));
@@ -113,7 +114,7 @@ void Session::save(const Value& value, const fs::path& path) {
 }
 
 Object Session::played(const std::string& name, const std::string& pict, int most) {
-  const auto [width, height] = playSize(name, asBytes(pict), 1, most);
+  const auto [width, height] = playSize(name, asBytes(pict), {.most = most});
   Object canvas = picture(width, height);
   play(recorderWith(pict), canvas, 0, 0, width, height);
   if (const std::string fault = faultOf(qd::lastPlayback()); !fault.empty()) throw Failure(name + " " + fault + ".");

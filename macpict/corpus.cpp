@@ -100,7 +100,7 @@ struct Sum {
 
 // Renders one picture, counts what became of it, and gives it small. What is wrong is thrown, or said.
 Image renderOne(const std::string& bytes, Sum& sum, std::string& report) {
-  const auto [width, height] = playSize("it", asBytes(bytes), 1, kMostShown);
+  const auto [width, height] = playSize("it", asBytes(bytes), {.most = kMostShown});
   qd::GWorld world = makeWorld("it", width, height);
   const qd::Playback playback = world.play(asBytes(bytes));
   sum.played += playback.played;

@@ -20,6 +20,7 @@ struct Options {
   std::vector<std::string> files;
   std::string size;
   double scale = 1;
+  bool isInPoints = false;
   PictureKind kind;
   bool keepGoing = false, isStrict = false;
 };
@@ -39,7 +40,7 @@ Status renderOne(const fs::path& in, const fs::path& out, const Options& options
   const std::string name = "The picture \"" + in.string() + "\"";
   const std::string picture = readPicture(in);
   const auto asked = parseSize(options.size);
-  const PlaySize size = asked ? *asked : playSize(name, asBytes(picture), options.scale);
+  const PlaySize size = asked ? *asked : playSize(name, asBytes(picture), {options.scale, options.isInPoints});
   qd::GWorld world = makeWorld(name, size.width, size.height, options.kind);
   const qd::Playback playback = world.play(asBytes(picture));
   for (const std::string& remark : playback.remarks) complain(in.string() + ": " + remark);
@@ -48,7 +49,9 @@ Status renderOne(const fs::path& in, const fs::path& out, const Options& options
     if (!options.keepGoing) throw Failure(name + " " + fault + ". --keep-going would write what was drawn.");
     complain(name + " " + fault + ".");
   }
-  writePNG(out, size.width, size.height, [&world](int y, std::span<std::uint8_t> row) { world.rgb(y, row); });
+  writePNG(
+      out, size.width, size.height, [&world](int y, std::span<std::uint8_t> row) { world.rgb(y, row); },
+      resolutionOf(asBytes(picture), size));
   std::fprintf(isStandardOutput(out) ? stderr : stdout, "%s: %dx%d, %d opcodes played, %d skipped, %d not drawn\n",
                out.c_str(), size.width, size.height, playback.played, playback.skipped, playback.undrawn);
   return !fault.empty() || (options.isStrict && playback.undrawn > 0) ? kFailed : kDone;
@@ -120,6 +123,8 @@ void addRender(CLI::App& app, Command& chosen) {
                    ? std::string()
                    : "It takes a factor above 0 and up to 1000, not \"" + text + "\"; 2 or 0.5 would work";
       });
+  command->add_flag("--points", options.isInPoints,
+                    "As large as it is on the page at 72 dots per inch, not with all of its dots");
   addPictureKind(*command, options.kind);
   command->add_flag("--keep-going", options.keepGoing, "Write what was drawn till a picture broke");
   addStrict(*command, options.isStrict);

@@ -103,16 +103,35 @@ TEST_F(Macpict, MakesTheGalleryThatTheReferenceShows) {
       << browser.text.substr(0, 2000);
 }
 
+namespace {
+
+// The dots per metre of a PNG, taken out of it; empty if it tells none.
+std::string takeResolution(std::string& png) {
+  constexpr std::size_t kChunk = 21;
+  const auto at = png.find("pHYs");
+  if (at == std::string::npos) return "";
+  const std::string numbers = png.substr(at + 4, 8);
+  png.erase(at - 4, kChunk);
+  return numbers;
+}
+
+}  // namespace
+
 TEST_F(Macpict, RendersRecordsAndLists) {
+  const auto pixels = [this](const std::string& name) {
+    std::string png = read(name);
+    takeResolution(png);
+    return png;
+  };
   const Outcome drawn = execute("printf '%s' '" + std::string(kDrawing) + "' | " MACPICT " run - --out " + path("."));
   ASSERT_EQ(drawn.status, 0) << drawn.text;
   const std::string pict = read("a.pict");
   EXPECT_EQ(pict.substr(0, 512), std::string(512, '\0'));
   write("bare.pict", pict.substr(512));
   EXPECT_EQ(run("render " + path("bare.pict") + " " + path("again.png")).status, 0);
-  EXPECT_EQ(read("again.png"), read("a.png"));
+  EXPECT_EQ(pixels("again.png"), read("a.png"));
   EXPECT_EQ(run("render " + path("bare.pict") + " " + path("twice.png") + " --scale 2").status, 0);
-  EXPECT_EQ(read("twice.png"), read("b.png"));
+  EXPECT_EQ(pixels("twice.png"), read("b.png"));
   EXPECT_EQ(run("render " + path("bare.pict") + " " + path("deep.png") + " --depth 4 --gray --size 30x40").status, 0);
 
   // Many go into a folder; one that fails is told and counted, and two of one name are refused.
@@ -122,7 +141,7 @@ TEST_F(Macpict, RendersRecordsAndLists) {
   EXPECT_EQ(many.status, 1);
   EXPECT_NE(many.text.find("foreign.pict\" is no PICT file"), std::string::npos) << many.text;
   EXPECT_NE(many.text.find("2 of 3 pictures rendered whole"), std::string::npos) << many.text;
-  EXPECT_EQ(read("many/bare.png"), read("a.png"));
+  EXPECT_EQ(pixels("many/bare.png"), read("a.png"));
   const Outcome both = run("render " + path("a.pict") + " " + path("./a.pict") + " " + path("many"));
   EXPECT_EQ(both.status, 1);
   EXPECT_NE(both.text.find("would become"), std::string::npos) << both.text;
@@ -130,7 +149,7 @@ TEST_F(Macpict, RendersRecordsAndLists) {
   // An image goes to a PICT and back, and at a depth comes out in that depth's colours.
   EXPECT_EQ(run("record " + path("a.png") + " " + path("r.pict")).status, 0);
   EXPECT_EQ(run("render " + path("r.pict") + " " + path("r.png")).status, 0);
-  EXPECT_EQ(read("r.png"), read("a.png"));
+  EXPECT_EQ(pixels("r.png"), read("a.png"));
   EXPECT_EQ(run("record " + path("a.png") + " " + path("g.pict") + " --depth 2 --gray").status, 0);
   EXPECT_NE(run("list " + path("g.pict")).text.find("depth 2, 40x20"), std::string::npos);
   EXPECT_NE(run("record " + path("a.pict") + " " + path("x.pict")).text.find("is no image"), std::string::npos);
@@ -147,6 +166,26 @@ TEST_F(Macpict, RendersRecordsAndLists) {
   const Outcome cut = run("list --json " + path("cut.pict"));
   EXPECT_EQ(cut.status, 1);
   EXPECT_EQ(cut.text.find("\"error\": null"), std::string::npos) << cut.text;
+
+  // All dots that there are, with their number to an inch; or as large as on the page.
+  write("dots.txt",
+        "picture version 2 frame (0, 0, 40, 20)\nHeaderOp { version -2 reserved 0 hRes 144 vRes 288 source (0, 0, 80, "
+        "80) "
+        "reserved2 0 }\nPaintRect (0, 0, 9, 9)\nOpEndPic\n");
+  ASSERT_EQ(run("assemble " + path("dots.txt") + " " + path("dots.pict")).status, 0);
+  const std::pair<const char*, std::string> sizes[] = {{"", std::string("\0\0\x16\x25\0\0\x2C\x4B", 8)},
+                                                       {" --points", std::string("\0\0\x0B\x13\0\0\x0B\x13", 8)},
+                                                       {" --size 80x20", std::string("\0\0\x16\x25\0\0\x0B\x13", 8)}};
+  for (const auto& [option, resolution] : sizes) {
+    const Outcome rendered = run("render " + path("dots.pict") + " " + path("dots.png") + option);
+    EXPECT_NE(rendered.text.find(*option == 0       ? "80x80"
+                                 : option[3] == 'p' ? "40x20"
+                                                    : "80x20"),
+              std::string::npos)
+        << rendered.text;
+    std::string png = read("dots.png");
+    EXPECT_EQ(takeResolution(png), resolution) << option;
+  }
 }
 
 TEST_F(Macpict, TellsWhatCanBeCalled) {
@@ -271,7 +310,8 @@ TEST_F(Macpict, TellsWhatIsNotDrawn) {
   const Outcome blank = execute(fontless + "render " + path("text.pict") + " " + path("o.png"));
   EXPECT_EQ(blank.status, 1);
   EXPECT_NE(blank.text.find("the font file \"" + path("both/LiberationSans-Bold.ttf")), std::string::npos);
-  EXPECT_NE(blank.text.find(path("text.pict") + "\" has nothing in it that can be drawn"), std::string::npos) << blank.text;
+  EXPECT_NE(blank.text.find(path("text.pict") + "\" has nothing in it that can be drawn"), std::string::npos)
+      << blank.text;
   EXPECT_FALSE(fs::exists(folder / "o.png"));
   EXPECT_EQ(execute(fontless + "render --keep-going " + path("text.pict") + " " + path("o.png")).status, 1);
   EXPECT_TRUE(fs::exists(folder / "o.png"));

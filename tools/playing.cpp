@@ -5,16 +5,24 @@
 
 #include "tools/failure.h"
 
-PlaySize playSize(const std::string& name, qd::Bytes picture, double scale, int most) {
+PlaySize playSize(const std::string& name, qd::Bytes picture, const SizeChoice& choice) {
   const auto info = qd::pictureInfo(picture);
   if (!info) throw Failure(name + " is no PICT.");
   if (info->width() <= 0 || info->height() <= 0) throw Failure(name + " has an empty frame: there is nothing to play.");
-  const auto at72 = [scale](int units, qd::Fixed resolution) { return units * scale * 0x480000 / resolution; };
-  const double width = at72(info->width(), info->hRes);
-  const double height = at72(info->height(), info->vRes);
-  const double fit = std::min({1.0, most / width, most / height});
-  const auto pixels = [fit](double side) { return std::max(1, static_cast<int>(std::round(side * fit))); };
+  const auto side = [&choice](int units, qd::Fixed resolution) {
+    return units * choice.scale * (choice.isInPoints ? double{0x480000} / resolution : 1);
+  };
+  const double width = side(info->width(), info->hRes);
+  const double height = side(info->height(), info->vRes);
+  const double fit = std::min({1.0, choice.most / width, choice.most / height});
+  const auto pixels = [fit](double length) { return std::max(1, static_cast<int>(std::round(length * fit))); };
   return {pixels(width), pixels(height)};
+}
+
+PNGResolution resolutionOf(qd::Bytes picture, const PlaySize& size) {
+  const auto info = qd::pictureInfo(picture);
+  if (!info || info->width() <= 0 || info->height() <= 0) return {};
+  return {info->hRes / 65536.0 * size.width / info->width(), info->vRes / 65536.0 * size.height / info->height()};
 }
 
 std::string faultOf(const qd::Playback& playback) {

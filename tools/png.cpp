@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -113,7 +114,8 @@ class Compressor {
 
 }  // namespace
 
-void writePNG(const std::filesystem::path& path, int width, int height, const ReadRow& read) {
+void writePNG(const std::filesystem::path& path, int width, int height, const ReadRow& read,
+              const PNGResolution& resolution) {
   OutputFile file(path);
   file.write("\x89PNG\r\n\x1A\n");
   std::string head;
@@ -121,6 +123,13 @@ void writePNG(const std::filesystem::path& path, int width, int height, const Re
   append32(head, static_cast<std::uint32_t>(height));
   head += std::string("\x08\x02\0\0\0", 5);  // 8 bits, red, green and blue
   writeChunk(file, "IHDR", head);
+  if (resolution.h > 0 && resolution.v > 0) {
+    constexpr double kInch = 0.0254;  // of a metre
+    std::string dots;
+    for (const double perInch : {resolution.h, resolution.v})
+      append32(dots, static_cast<std::uint32_t>(std::lround(perInch / kInch)));
+    writeChunk(file, "pHYs", dots + '\x01');
+  }
   std::vector<std::uint8_t> row(static_cast<std::size_t>(width) * kPixel);
   RowFilter filter(row.size());
   Compressor compressor(file);
