@@ -30,3 +30,13 @@ std::string faultOf(const qd::Playback& playback) {
   if (playback.drawn == 0 && playback.undrawn > 0) return "has nothing in it that can be drawn";
   return "";
 }
+
+std::string outcomeOf(const qd::Playback& playback, bool isCounted) {
+  const auto opcodes = [](int count) { return std::to_string(count) + (count == 1 ? " opcode" : " opcodes"); };
+  std::string text = playback.undrawn == 0   ? "whole"
+                     : playback.undrawn == 1 ? "partly: 1 opcode is not drawn"
+                                             : "partly: " + opcodes(playback.undrawn) + " are not drawn";
+  if (isCounted)
+    text += "; " + opcodes(playback.played) + " played, " + std::to_string(playback.skipped) + " passed over";
+  return text;
+}

@@ -22,5 +22,9 @@ PlaySize playSize(const std::string& name, qd::Bytes picture, const SizeChoice& 
 // The dots per inch of a picture that is played at that size.
 PNGResolution resolutionOf(qd::Bytes picture, const PlaySize& size);
 
-// What a playback wants of being whole, to follow the picture's name: "is broken at offset 42, ...". Empty if nothing.
+// Why a playback is none of the picture, to follow its name: "is broken at offset 42, ...". Empty if it is one, if only
+// of a part.
 std::string faultOf(const qd::Playback& playback);
+// How a playback came out, in a few words: "whole", or "partly: 2 opcodes are not drawn"; with a count of all opcodes
+// if that is asked for.
+std::string outcomeOf(const qd::Playback& playback, bool isCounted);
