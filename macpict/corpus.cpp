@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "macpict/commands.h"
+#include "macpict/means.h"
 #include "tools/failure.h"
 #include "tools/files.h"
 #include "tools/output.h"
@@ -17,35 +18,6 @@ constexpr int kCellWidth = 180, kCellHeight = 160, kLabelHeight = 16, kColumns =
 
 // Of so many pixels.
 constexpr std::size_t byteCount(int pixels) { return static_cast<std::size_t>(pixels) * 3; }
-
-// Shrinks by taking the mean of what falls into a pixel.
-Image shrunk(const Image& image, int width, int height) {
-  Image small{width, height, std::string(byteCount(width) * static_cast<std::size_t>(height), '\0')};
-  const auto edge = [](int at, int from, int to) { return static_cast<int>(std::int64_t{at} * from / to); };
-  for (int y = 0; y < height; ++y) {
-    const int top = edge(y, image.height, height);
-    const int bottom = std::max(top + 1, edge(y + 1, image.height, height));
-    for (int x = 0; x < width; ++x) {
-      const int left = edge(x, image.width, width);
-      const int right = std::max(left + 1, edge(x + 1, image.width, width));
-      for (int c = 0; c < 3; ++c) {
-        std::int64_t sum = 0;
-        for (int v = top; v < bottom; ++v) {
-          for (int h = left; h < right; ++h) {
-            sum += static_cast<unsigned char>(
-                image.rgb[(static_cast<std::size_t>(v) * static_cast<std::size_t>(image.width) +
-                           static_cast<std::size_t>(h)) *
-                              3 +
-                          static_cast<std::size_t>(c)]);
-          }
-        }
-        small.rgb[static_cast<std::size_t>(y) * byteCount(width) + byteCount(x) + static_cast<std::size_t>(c)] =
-            static_cast<char>(sum / ((bottom - top) * (right - left)));
-      }
-    }
-  }
-  return small;
-}
 
 class Sheet {
  public:
@@ -69,14 +41,15 @@ class Sheet {
   Image image_;
 };
 
-Image imageOf(const qd::GWorld& world) {
-  Image image{world.width(), world.height(), {}};
-  const auto rowBytes = static_cast<std::size_t>(image.width) * 3;
-  image.rgb.resize(rowBytes * static_cast<std::size_t>(image.height));
-  for (int y = 0; y < image.height; ++y) {
-    world.rgb(y,
+// No larger than the world.
+Image imageOf(const qd::GWorld& world, int width, int height) {
+  Image image{width, height, {}};
+  const std::size_t rowBytes = byteCount(width);
+  image.rgb.resize(rowBytes * static_cast<std::size_t>(height));
+  Means means(world, width, height);
+  for (int y = 0; y < height; ++y)
+    means.row(y,
               {reinterpret_cast<std::uint8_t*>(image.rgb.data()) + static_cast<std::size_t>(y) * rowBytes, rowBytes});
-  }
   return image;
 }
 
@@ -91,7 +64,7 @@ Image label(const std::string& text) {
   recorder.close();
   qd::GWorld world = makeWorld("A label", kWidth, kLabelHeight);
   world.play(picture);
-  return imageOf(world);
+  return imageOf(world, kWidth, kLabelHeight);
 }
 
 struct Sum {
@@ -110,8 +83,7 @@ Image renderOne(const std::string& bytes, Sum& sum, std::string& report) {
   ++(playback.undrawn == 0 ? sum.whole : sum.partly);
   constexpr int kRoomHeight = kCellHeight - kLabelHeight - 2 * kGap;
   const double scale = std::min({1.0, double(kCellWidth - 2 * kGap) / width, double(kRoomHeight) / height});
-  return shrunk(imageOf(world), std::max(1, static_cast<int>(width * scale)),
-                std::max(1, static_cast<int>(height * scale)));
+  return imageOf(world, std::max(1, static_cast<int>(width * scale)), std::max(1, static_cast<int>(height * scale)));
 }
 
 struct Options {

@@ -1,11 +1,13 @@
 // macpict render: plays pictures into pixels.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <optional>
 
 #include "macpict/commands.h"
+#include "macpict/means.h"
 #include "tools/failure.h"
 #include "tools/files.h"
 #include "tools/output.h"
@@ -22,7 +24,7 @@ struct Options {
   double scale = 1;
   bool isInPoints = false;
   PictureKind kind;
-  bool keepGoing = false, isStrict = false, isVerbose = false;
+  bool keepGoing = false, isStrict = false, isVerbose = false, isSmooth = false;
 };
 
 // Nothing if the text is no size.
@@ -35,6 +37,16 @@ std::optional<PlaySize> parseSize(const std::string& text) {
   return size;
 }
 
+// How many times as large a smooth picture is played as it comes out: as often as sides and memory allow.
+int smoothness(const PlaySize& size) {
+  constexpr std::int64_t kMostPixels = 1 << 28;
+  int times = 4;
+  while (times > 1 && (std::max(size.width, size.height) * times > kMostSide ||
+                       std::int64_t{size.width} * size.height * times * times > kMostPixels))
+    --times;
+  return times;
+}
+
 enum class Rendered { whole, partly, failed };
 
 // Throws what keeps a picture from being rendered. A broken one is told and still written, if it is to be kept going.
@@ -43,7 +55,8 @@ Rendered renderOne(const fs::path& in, const fs::path& out, const Options& optio
   const std::string picture = readPicture(in);
   const auto asked = parseSize(options.size);
   const PlaySize size = asked ? *asked : playSize(name, asBytes(picture), {options.scale, options.isInPoints});
-  qd::GWorld world = makeWorld(name, size.width, size.height, options.kind);
+  const int times = options.isSmooth ? smoothness(size) : 1;
+  qd::GWorld world = makeWorld(name, size.width * times, size.height * times, options.kind);
   const qd::Playback playback = world.play(asBytes(picture));
   for (const std::string& remark : playback.remarks) complain(in.string() + ": " + remark);
   const std::string fault = faultOf(playback);
@@ -51,8 +64,10 @@ Rendered renderOne(const fs::path& in, const fs::path& out, const Options& optio
     if (!options.keepGoing) throw Failure(name + " " + fault + ". --keep-going would write what was drawn.");
     complain(name + " " + fault + ".");
   }
+  Means means(world, size.width, size.height);
   writePNG(
-      out, size.width, size.height, [&world](int y, std::span<std::uint8_t> row) { world.rgb(y, row); },
+      out, size.width, size.height,
+      [&](int y, std::span<std::uint8_t> row) { times == 1 ? world.rgb(y, row) : means.row(y, row); },
       resolutionOf(asBytes(picture), size));
   std::fprintf(isStandardOutput(out) ? stderr : stdout, "%s: %dx%d, %s\n", out.c_str(), size.width, size.height,
                outcomeOf(playback, options.isVerbose).c_str());
@@ -130,6 +145,7 @@ void addRender(CLI::App& app, Command& chosen) {
       });
   command->add_flag("--points", options.isInPoints,
                     "As large as it is on the page at 72 dots per inch, not with all of its dots");
+  command->add_flag("--smooth", options.isSmooth, "Play it up to 4 times as large, and take the mean of its pixels");
   addPictureKind(*command, options.kind);
   command->add_flag("--keep-going", options.keepGoing, "Write what was drawn till a picture broke");
   addStrict(*command, options.isStrict);

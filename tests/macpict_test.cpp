@@ -168,6 +168,15 @@ TEST_F(Macpict, RendersRecordsAndLists) {
   EXPECT_EQ(cut.status, 1);
   EXPECT_EQ(cut.text.find("\"error\": null"), std::string::npos) << cut.text;
 
+  // Pixels that are means of what falls into them: a quarter of this one is black.
+  write("quarter.txt", "picture version 2 frame (0, 0, 2, 2)\nPaintRect (0, 0, 1, 1)\nOpEndPic\n");
+  ASSERT_EQ(run("assemble " + path("quarter.txt") + " " + path("quarter.pict")).status, 0);
+  for (const auto& [option, pixel] : {std::pair("--smooth", "00BFBFBF"), {"", "00000000"}}) {
+    ASSERT_EQ(run("render --scale 0.5 " + path("quarter.pict") + " " + path("mean.png ") + option).status, 0);
+    ASSERT_EQ(run("record " + path("mean.png") + " " + path("mean.pict")).status, 0);
+    EXPECT_NE(run("list --full " + path("mean.pict")).text.find(pixel), std::string::npos) << option;
+  }
+
   // All dots that there are, with their number to an inch; or as large as on the page.
   write("dots.txt",
         "picture version 2 frame (0, 0, 40, 20)\nHeaderOp { version -2 reserved 0 hRes 144 vRes 288 source (0, 0, 80, "
