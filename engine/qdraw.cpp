@@ -109,7 +109,8 @@ Playback GWorld::play(Bytes picture, const Rect& target) {
 Playback GWorld::play(Bytes picture) { return play(picture, toRect(port_->map().bounds)); }
 
 bool VectorSink::append(Bytes bytes, std::size_t spare) {
-  bytes_.reserve(std::max(bytes_.capacity(), bytes_.size() + bytes.size() + spare));
+  const std::size_t needed = bytes_.size() + bytes.size() + spare;
+  if (needed > bytes_.capacity()) bytes_.reserve(std::max(needed, 2 * bytes_.capacity()));
   bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
   return true;
 }
