@@ -36,7 +36,6 @@ void Painter::box(const Box& box) {
     for (int y = visible.top; y < visible.bottom; ++y) run(y, visible.left, visible.right);
     return;
   }
-  work_.pixels += static_cast<std::uint64_t>(visible.width()) * static_cast<std::uint64_t>(visible.height());
   const Tile& tile = tileOf(visible.top);
   if (!isUniform_ || !storesBytes(tile)) {
     std::uint8_t* row = map_.row(visible.top);
@@ -108,7 +107,6 @@ Painter::Words Painter::wordsOf(int left, int right) const {
 }
 
 void Painter::fill(int y, int left, int right) {
-  work_.pixels += static_cast<std::uint64_t>(right - left);
   if (isPixelByPixel_) return fillByPixel(y, left, right);
   const Tile& tile = tileOf(y);
   if (!storesBytes(tile)) return fillWords(map_.row(y), tile, wordsOf(left, right));
@@ -164,6 +162,7 @@ void Painter::fillWords(std::uint8_t* row, const Tile& tile, const Words& words)
 
 void Painter::fillByPixel(int y, int left, int right) {
   const auto count = static_cast<std::size_t>(right - left);
+  work_.pixels += count;
   source_.resize(count);
   if (pattern_.pixels != nullptr) {
     expandTile(y, left, count);

@@ -90,7 +90,7 @@ std::string describe(const PictureError& error);
 // What drawing took, as far as it grows with what a picture says.
 struct Work {
   std::uint64_t runs = 0;    // of rows that shapes were made of, within the clip or not
-  std::uint64_t pixels = 0;  // written, and looked at on the way to them
+  std::uint64_t pixels = 0;  // looked at one by one: copied, of patterns with colours, of text
   std::uint64_t bytes = 0;   // of memory for pixels that are copied or decoded
 
   Work& operator+=(const Work& more) {
