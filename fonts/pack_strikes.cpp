@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
@@ -73,7 +74,7 @@ class Hinted {
 };
 
 Glyph glyphOf(const qd::Outlines& outlines, char32_t code, int size) {
-  Glyph glyph{static_cast<int>(outlines.advance(code, size) + 0.5), outlines.bounds(code, {size, size})};
+  Glyph glyph{static_cast<int>(std::lround(outlines.advance(code, size))), outlines.bounds(code, {size, size})};
   qd::Ink ink(glyph.box);
   outlines.draw(code, {size, size}, {0, 0}, ink);
   for (int y = glyph.box.top; y < glyph.box.bottom; ++y) {
@@ -108,7 +109,8 @@ class Packer {
       columns += glyph.box.width();
     }
     const int rowWords = (columns + 15) / 16;
-    std::vector<std::uint8_t> image(static_cast<std::size_t>(rowWords * 2 * (ascent + descent)));
+    const auto rowBytes = static_cast<std::size_t>(rowWords) * 2;
+    std::vector<std::uint8_t> image(rowBytes * static_cast<std::size_t>(ascent + descent));
     std::vector<int> begins;
     int column = 0;
     for (const Glyph& glyph : glyphs) {
@@ -116,7 +118,8 @@ class Packer {
       auto pixel = glyph.pixels.begin();
       for (int y = glyph.box.top; y < glyph.box.bottom; ++y) {
         for (int x = column; x < column + glyph.box.width(); ++x) {
-          if (*pixel++ != 0) image[static_cast<std::size_t>((ascent + y) * rowWords * 2 + x / 8)] |= 0x80 >> x % 8;
+          if (*pixel++ != 0)
+            image[static_cast<std::size_t>(ascent + y) * rowBytes + static_cast<std::size_t>(x) / 8] |= 0x80 >> x % 8;
         }
       }
       column += glyph.box.width();

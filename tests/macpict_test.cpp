@@ -110,7 +110,7 @@ std::string takeResolution(std::string& png) {
   constexpr std::size_t kChunk = 21;
   const auto at = png.find("pHYs");
   if (at == std::string::npos) return "";
-  const std::string numbers = png.substr(at + 4, 8);
+  std::string numbers = png.substr(at + 4, 8);
   png.erase(at - 4, kChunk);
   return numbers;
 }
