@@ -23,6 +23,7 @@ constexpr Decoder kDecoders[] = {
     {"jpeg", "\xFF\xD8\xFF"sv, SYSTEM_OR(openJpeg, openCheckedJpeg)},
     {"png ", "\x89PNG\r\n\x1A\n"sv, SYSTEM_OR(openPng, openCheckedPng)},
     {"raw ", "", openRaw},
+    {"rpza", "", openRpza},
 };
 
 template <class Serves>

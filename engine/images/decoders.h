@@ -20,5 +20,6 @@ std::unique_ptr<ImageReader> openCheckedJpeg(const ImageSource& source, std::str
 std::unique_ptr<ImageReader> openCheckedPng(const ImageSource& source, std::string& why);
 // Our own.
 std::unique_ptr<ImageReader> openRaw(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openRpza(const ImageSource& source, std::string& why);
 
 }  // namespace qd

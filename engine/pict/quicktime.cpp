@@ -29,6 +29,16 @@ struct Description {
   std::uint32_t codec = 0;
   int width = 0, height = 0, depth = 0;
   std::uint32_t dataSize = 0;
+  int table = -1;  // of colours, by its number
+  std::optional<Colors> colors;
+
+  // What a map has, too. Pixels of 33 to 40 bits are greys of 1 to 8.
+  ImageFormat format(ColorTables& tables) const {
+    const int bits = depth > 32 ? depth - 32 : depth;
+    if (bits > 8) return {width, height, bits, nullptr};
+    ColorTablePtr known = colors ? colorsOf(*colors, bits) : tables.byId(depth > 32 ? depth : table);
+    return {width, height, bits, known != nullptr ? std::move(known) : tables.standard(bits)};
+  }
 };
 
 std::optional<Description> readDescription(ByteReader& in) {
@@ -45,6 +55,11 @@ std::optional<Description> readDescription(ByteReader& in) {
   description.dataSize = fields.u32();
   fields.take(2 + 32);  // frames, the codec's name
   description.depth = fields.u16();
+  description.table = fields.s16();
+  if (description.table == 0) {
+    auto colors = field::Nested<Colors>::read(fields);
+    if (fields.good()) description.colors = std::move(colors);
+  }
   return description;
 }
 
@@ -75,8 +90,7 @@ std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in, ColorTables& ta
   const Bytes data =
       in.take(std::min<std::size_t>(description->dataSize != 0 ? description->dataSize : in.left(), in.left()));
   std::string why;
-  image.reader = openCodec(image.codec,
-                           {data, {description->width, description->height, description->depth, nullptr}, tables}, why);
+  image.reader = openCodec(image.codec, {data, description->format(tables)}, why);
   image.to = matrix.map(description->width, description->height);
   return image;
 }
