@@ -24,6 +24,7 @@ constexpr Decoder kDecoders[] = {
     {"png ", "\x89PNG\r\n\x1A\n"sv, SYSTEM_OR(openPng, openCheckedPng)},
     {"raw ", "", openRaw},
     {"rpza", "", openRpza},
+    {"cvid", "", openCinepak},
 };
 
 template <class Serves>

@@ -21,5 +21,6 @@ std::unique_ptr<ImageReader> openCheckedPng(const ImageSource& source, std::stri
 // Our own.
 std::unique_ptr<ImageReader> openRaw(const ImageSource& source, std::string& why);
 std::unique_ptr<ImageReader> openRpza(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openCinepak(const ImageSource& source, std::string& why);
 
 }  // namespace qd
