@@ -25,6 +25,7 @@ constexpr Decoder kDecoders[] = {
     {"raw ", "", openRaw},
     {"rpza", "", openRpza},
     {"cvid", "", openCinepak},
+    {"rle ", "", openRle},
 };
 
 template <class Serves>

@@ -22,5 +22,6 @@ std::unique_ptr<ImageReader> openCheckedPng(const ImageSource& source, std::stri
 std::unique_ptr<ImageReader> openRaw(const ImageSource& source, std::string& why);
 std::unique_ptr<ImageReader> openRpza(const ImageSource& source, std::string& why);
 std::unique_ptr<ImageReader> openCinepak(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openRle(const ImageSource& source, std::string& why);
 
 }  // namespace qd
