@@ -26,6 +26,7 @@ constexpr Decoder kDecoders[] = {
     {"rpza", "", openRpza},
     {"cvid", "", openCinepak},
     {"rle ", "", openRle},
+    {"smc ", "", openSmc},
 };
 
 template <class Serves>
