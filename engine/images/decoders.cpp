@@ -27,6 +27,7 @@ constexpr Decoder kDecoders[] = {
     {"cvid", "", openCinepak},
     {"rle ", "", openRle},
     {"smc ", "", openSmc},
+    {"8BPS", "", openPlanar},
 };
 
 template <class Serves>

@@ -24,5 +24,6 @@ std::unique_ptr<ImageReader> openRpza(const ImageSource& source, std::string& wh
 std::unique_ptr<ImageReader> openCinepak(const ImageSource& source, std::string& why);
 std::unique_ptr<ImageReader> openRle(const ImageSource& source, std::string& why);
 std::unique_ptr<ImageReader> openSmc(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openPlanar(const ImageSource& source, std::string& why);
 
 }  // namespace qd
