@@ -28,6 +28,7 @@ constexpr Decoder kDecoders[] = {
     {"rle ", "", openRle},
     {"smc ", "", openSmc},
     {"8BPS", "", openPlanar},
+    {"tga ", "", openTarga},
 };
 
 template <class Serves>

@@ -25,5 +25,6 @@ std::unique_ptr<ImageReader> openCinepak(const ImageSource& source, std::string&
 std::unique_ptr<ImageReader> openRle(const ImageSource& source, std::string& why);
 std::unique_ptr<ImageReader> openSmc(const ImageSource& source, std::string& why);
 std::unique_ptr<ImageReader> openPlanar(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openTarga(const ImageSource& source, std::string& why);
 
 }  // namespace qd
