@@ -29,6 +29,8 @@ constexpr Decoder kDecoders[] = {
     {"smc ", "", openSmc},
     {"8BPS", "", openPlanar},
     {"tga ", "", openTarga},
+    {"WRLE", "BM", openBmp},
+    {".BMP", "", openBmp},
 };
 
 template <class Serves>
