@@ -31,6 +31,7 @@ constexpr Decoder kDecoders[] = {
     {"tga ", "", openTarga},
     {"WRLE", "BM", openBmp},
     {".BMP", "", openBmp},
+    {"gif ", "GIF8", openGif},
 };
 
 template <class Serves>

@@ -27,5 +27,6 @@ std::unique_ptr<ImageReader> openSmc(const ImageSource& source, std::string& why
 std::unique_ptr<ImageReader> openPlanar(const ImageSource& source, std::string& why);
 std::unique_ptr<ImageReader> openTarga(const ImageSource& source, std::string& why);
 std::unique_ptr<ImageReader> openBmp(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openGif(const ImageSource& source, std::string& why);
 
 }  // namespace qd
