@@ -32,6 +32,8 @@ constexpr Decoder kDecoders[] = {
     {"WRLE", "BM", openBmp},
     {".BMP", "", openBmp},
     {"gif ", "GIF8", openGif},
+    {"tiff", "II*\0"sv, openTiff},
+    {"tiff", "MM\0*"sv, openTiff},
 };
 
 template <class Serves>

@@ -28,5 +28,6 @@ std::unique_ptr<ImageReader> openPlanar(const ImageSource& source, std::string& 
 std::unique_ptr<ImageReader> openTarga(const ImageSource& source, std::string& why);
 std::unique_ptr<ImageReader> openBmp(const ImageSource& source, std::string& why);
 std::unique_ptr<ImageReader> openGif(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openTiff(const ImageSource& source, std::string& why);
 
 }  // namespace qd
