@@ -47,7 +47,7 @@ class CinepakDecoder {
       if (isFresh) small_ = large_ = {};
       if (!strip()) return false;
     }
-    return in_.good();
+    return in_.good() && bottom_ >= image_.format().height;
   }
 
  private:

@@ -13,6 +13,11 @@ std::unique_ptr<WholeImage> WholeImage::make(ImageFormat format, std::string& wh
   return nullptr;
 }
 
+bool WholeImage::isBlank() const {
+  const auto size = static_cast<std::size_t>(map().rowBytes) * static_cast<std::size_t>(format_.height);
+  return std::all_of(map().base, map().base + size, [](std::uint8_t byte) { return byte == 0; });
+}
+
 void WholeImage::put(int y, int x, std::span<const std::uint32_t> pixels) {
   if (y < 0 || y >= format_.height || x < 0 || x >= format_.width) return;
   map().put(y, x, pixels.first(std::min(pixels.size(), static_cast<std::size_t>(format_.width - x))));

@@ -10,11 +10,16 @@ namespace qd {
 class WholeImage final : public ImageReader {
  public:
   // Decodes into pixels that are all zero: `decode` answers false where the data end too early or make no sense, and
-  // what it has put by then is the image. Null, and in words why, without the memory for it.
+  // what it has put by then is the image. Null, and in words why, if that is nothing, or without the memory for it.
   template <class Decode>
   static std::unique_ptr<ImageReader> decoded(ImageFormat format, std::string& why, const Decode& decode) {
     auto image = make(std::move(format), why);
-    if (image != nullptr) image->isDamaged_ = !decode(*image);
+    if (image == nullptr || decode(*image)) return image;
+    if (image->isBlank()) {
+      why = kSenseless;
+      return nullptr;
+    }
+    image->isDamaged_ = true;
     return image;
   }
 
@@ -28,6 +33,7 @@ class WholeImage final : public ImageReader {
  private:
   static std::unique_ptr<WholeImage> make(ImageFormat format, std::string& why);
   WholeImage(ImageFormat format, OwnedPixels pixels);
+  bool isBlank() const;
 
   OwnedPixels pixels_;
   int row_ = 0;

@@ -4,6 +4,7 @@
 #include <numeric>
 #include <utility>
 
+#include "engine/images/decoders.h"
 #include "engine/images/shown.h"
 #include "engine/memory.h"
 #include "engine/pict/bits.h"
@@ -288,13 +289,15 @@ class Player {
     if (!image) return Outcome::broken;
     const Region mask = image->mask ? image->mask->mapped(mapping_) : Region();
     const Box to = Box(toRect(mapping_.box(Box(image->to))));
-    const auto part = read(image->reader.get(), to, image->mask ? &mask : nullptr);
-    const std::string name = "a QuickTime image of the codec \"" + image->codec + "\" ";
+    std::string why = kSenseless;
+    const auto reader = openCodec(image->codec, image->source, why);
+    const auto part = read(reader.get(), to, image->mask ? &mask : nullptr);
+    const std::string name = "a QuickTime image (" + image->inWords() + ") ";
     if (!part) {
-      remark(name + "can't be decoded; what stands in for it is shown");
+      remark(name + "can't be decoded, as " + why + "; what stands in for it is shown");
       return Outcome::undrawn;
     }
-    if (image->reader->isDamaged()) remark(name + "is damaged; what could be read of it is shown");
+    if (reader->isDamaged()) remark(name + "is damaged; what could be read of it is shown");
     if (!part->to.empty()) {
       countBytes(part->pixels.map);
       perform(port_, BitsCommand{&part->pixels.map, toRect(part->from), toRect(part->to), image->mode,

@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "engine/images/decoders.h"
 #include "engine/pict/bits.h"
 
 namespace qd {
@@ -89,10 +88,18 @@ std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in, ColorTables& ta
   for (int shift = 24; shift >= 0; shift -= 8) image.codec += static_cast<char>(description->codec >> shift & 0xFF);
   const Bytes data =
       in.take(std::min<std::size_t>(description->dataSize != 0 ? description->dataSize : in.left(), in.left()));
-  std::string why;
-  image.reader = openCodec(image.codec, {data, description->format(tables)}, why);
+  image.source = {data, description->format(tables)};
+  image.depth = description->depth;
   image.to = matrix.map(description->width, description->height);
   return image;
+}
+
+std::string QuickTimeImage::inWords() const {
+  std::string letters = codec;
+  std::ranges::replace_if(
+      letters, [](char c) { return c < ' ' || c > '~'; }, '?');
+  return format("codec \"%s\", depth %d, %dx%d, %zu bytes", letters.c_str(), depth, source.told.width,
+                source.told.height, source.data.size());
 }
 
 bool skipUncompressedHead(ByteReader& in) {

@@ -8,11 +8,14 @@
 namespace qd {
 
 struct QuickTimeImage {
-  std::string codec;                    // four characters
-  std::unique_ptr<ImageReader> reader;  // of the picture's bytes; null if they can't be decoded
-  Rect to = {};                         // in the picture's space, by the image's matrix
+  std::string codec;   // four characters
+  ImageSource source;  // of the picture's bytes
+  int depth = 0;       // as the picture tells it: greys have 33 to 40
+  Rect to = {};        // in the picture's space, by the image's matrix
   std::int16_t mode = 0;
   std::optional<Region> mask;
+
+  std::string inWords() const;
 };
 
 // Reads the operands of opcode 8200. Nothing if they make no sense.

@@ -197,8 +197,7 @@ TEST(Codecs, Graphics) {
                                std::string(15, '.') + "m", "rgbyrgbyrgby####", std::string(16, '.')});
   blocks.insert(blocks.end(), 5, std::string(16, 'y'));
   blocks.insert(blocks.end(), 16, std::string(16, '.'));
-  const std::size_t unneeded = 0;
-  expectDecoded({"smc", "smc ", 44, 12, 8, out.data, fromBlocks(44, 12, blocks), unneeded});
+  expectDecoded({"smc", "smc ", 44, 12, 8, out.data, fromBlocks(44, 12, blocks)});
 }
 
 TEST(Codecs, Cinepak) {
@@ -492,7 +491,7 @@ TEST(Codecs, TiffFiles) {
                  file(true, {4, 1, 3, 1, 1}, {0x01, 0x20}, {0x33, 0x30}, palette.data), "rgb###"});
 }
 
-// Sizes and depths that can't be; the codec is named.
+// What can't be, and what is no codec of ours, is named in the remark and in the list.
 TEST(Codecs, RefuseWhatTheyCannotBe) {
   const Data data(40, 0xE1);
   for (const Image& image : {Image{"", "smc ", 8, 8, 16, data, ""},
@@ -506,6 +505,11 @@ TEST(Codecs, RefuseWhatTheyCannotBe) {
     const qd::Playback playback = played(image, data).playback;
     EXPECT_EQ(playback.undrawn, 1) << image.codec;
     ASSERT_EQ(playback.remarks.size(), 1U) << image.codec;
-    EXPECT_NE(playback.remarks[0].find(image.codec), std::string::npos) << playback.remarks[0];
+    const std::string words =
+        "codec \"" + std::string(image.codec) + "\", depth " + std::to_string(image.depth) + ", 8x8, 40 bytes";
+    EXPECT_NE(playback.remarks[0].find(words), std::string::npos) << playback.remarks[0];
+    std::string listed;
+    qd::listPicture(pictureOf(image, data), [&](const std::string& line) { listed += line; });
+    EXPECT_NE(listed.find(words + ", to (0, 0, 8, 8)"), std::string::npos) << listed;
   }
 }
