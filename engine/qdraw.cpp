@@ -40,7 +40,7 @@ std::optional<GWorld> GWorld::make(System& system, int width, int height, int de
 }
 
 std::optional<GWorld> GWorld::ofImage(System& system, Bytes file, std::string& why) {
-  const auto image = openFile({file, {}, system.resources_->tables}, why);
+  const auto image = openFile({file, {}}, why);
   if (image == nullptr) return std::nullopt;
   const int width = image->format().width;
   auto world = make(system, width, image->format().height);

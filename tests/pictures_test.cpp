@@ -309,11 +309,11 @@ TEST_F(Pictures, QuickTimeImagesTakeThePlaceOfTheirStandIns) {
   EXPECT_EQ(run.played().substr(0, 26), "...........#\n.##oo......#\n");
   // What can't be decoded is said, and its stand-in is shown.
   Pict unknown;
-  quickTime(unknown, {'c', 'v', 'i', 'd'}).black(1, 1, 3, 3);
+  quickTime(unknown, {'S', 'V', 'Q', 0xB9}).black(1, 1, 3, 3);
   EXPECT_EQ(unknown.played(), kSquare);
   EXPECT_EQ(lastPlayback().undrawn, 1);
   ASSERT_EQ(lastPlayback().remarks.size(), 1U);
-  EXPECT_NE(lastPlayback().remarks[0].find("\"cvid\""), std::string::npos);
+  EXPECT_NE(lastPlayback().remarks[0].find("codec \"SVQ?\", depth 24, 2x2, 12 bytes"), std::string::npos);
 }
 
 TEST_F(Pictures, QuickTimeImagesAreMixedByTheirMatteAndCutToTheirSource) {

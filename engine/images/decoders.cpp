@@ -23,6 +23,17 @@ constexpr Decoder kDecoders[] = {
     {"jpeg", "\xFF\xD8\xFF"sv, SYSTEM_OR(openJpeg, openCheckedJpeg)},
     {"png ", "\x89PNG\r\n\x1A\n"sv, SYSTEM_OR(openPng, openCheckedPng)},
     {"raw ", "", openRaw},
+    {"rpza", "", openRpza},
+    {"cvid", "", openCinepak},
+    {"rle ", "", openRle},
+    {"smc ", "", openSmc},
+    {"8BPS", "", openPlanar},
+    {"tga ", "", openTarga},
+    {"WRLE", "BM", openBmp},
+    {".BMP", "", openBmp},
+    {"gif ", "GIF8", openGif},
+    {"tiff", "II*\0"sv, openTiff},
+    {"tiff", "MM\0*"sv, openTiff},
 };
 
 template <class Serves>

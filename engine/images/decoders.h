@@ -20,5 +20,14 @@ std::unique_ptr<ImageReader> openCheckedJpeg(const ImageSource& source, std::str
 std::unique_ptr<ImageReader> openCheckedPng(const ImageSource& source, std::string& why);
 // Our own.
 std::unique_ptr<ImageReader> openRaw(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openRpza(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openCinepak(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openRle(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openSmc(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openPlanar(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openTarga(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openBmp(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openGif(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openTiff(const ImageSource& source, std::string& why);
 
 }  // namespace qd

@@ -11,6 +11,12 @@ std::string sizeInWords(std::int64_t width, std::int64_t height) {
 
 }  // namespace
 
+bool hasDepth(int depth, std::initializer_list<int> depths, std::string& why) {
+  if (std::ranges::find(depths, depth) != depths.end()) return true;
+  why = "it has pixels of " + std::to_string(depth) + " bits";
+  return false;
+}
+
 bool hasPossibleSize(std::int64_t width, std::int64_t height, std::string& why) {
   const auto fits = [](std::int64_t side) { return side > 0 && side <= kMostPixelsASide; };
   if (fits(width) && fits(height)) return true;

@@ -20,7 +20,6 @@ struct ImageFormat {
 struct ImageSource {
   Bytes data;
   ImageFormat told;
-  ColorTables& tables;
 };
 
 // Gives an image's rows one after another, from the top. It reads the data, which outlive it, as far as rows are asked
@@ -50,6 +49,8 @@ using OpenImage = std::unique_ptr<ImageReader> (*)(const ImageSource& source, st
 // Why, for what can't be told more closely.
 inline constexpr const char* kSenseless = "its data make no sense";
 
+inline constexpr const char* kTooShort = "it ends too early";
+
 // Pixels of red, green, blue, a byte each.
 void unpackTriplets(const std::uint8_t* from, std::span<std::uint32_t> row);
 
@@ -63,7 +64,9 @@ constexpr int kMostScans = 64;
 // Of an image that must be in memory as a whole, unless its bytes make more plausible.
 constexpr std::int64_t kMostPixelsAtOnce = 64'000'000;
 
-// Says why, and answers false, if no image has that size.
+// Says why, and answers false, if an image has none of these depths.
+bool hasDepth(int depth, std::initializer_list<int> depths, std::string& why);
+// The same if no image has that size.
 bool hasPossibleSize(std::int64_t width, std::int64_t height, std::string& why);
 // The same for an image whose pixels must all be in memory before the first row is known. They may be many if its bytes
 // are many too, however large the canvas; but more than bytes can hold are not there.

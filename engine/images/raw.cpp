@@ -1,6 +1,4 @@
 // QuickTime's uncompressed images: rows of pixels, each ending at a whole byte; 24 bits are triplets.
-#include <algorithm>
-
 #include "engine/images/decoders.h"
 
 namespace qd {
@@ -30,20 +28,15 @@ class RawReader final : public ImageReader {
 
 std::unique_ptr<ImageReader> openRaw(const ImageSource& source, std::string& why) {
   ImageFormat format = source.told;
-  const bool isGrey = format.depth > 32;  // 33 to 40: 1 to 8 bits of grey
-  const int depth = isGrey ? format.depth - 32 : format.depth;
-  constexpr int kDepths[] = {1, 2, 4, 8, 16, 24, 32};
-  if (std::ranges::find(kDepths, depth) == std::end(kDepths)) {
-    why = "it has pixels of " + std::to_string(format.depth) + " bits";
+  const int depth = format.depth;
+  if (!hasDepth(depth, {1, 2, 4, 8, 16, 24, 32}, why) || !hasPossibleSize(format.width, format.height, why)) {
     return nullptr;
   }
-  if (!hasPossibleSize(format.width, format.height, why)) return nullptr;
   const auto rowBytes = static_cast<std::size_t>((std::int64_t{format.width} * depth + 7) / 8);
   if (rowBytes * static_cast<std::size_t>(format.height) > source.data.size()) {
-    why = "it ends too early";
+    why = kTooShort;
     return nullptr;
   }
-  if (depth <= 8) format.colors = isGrey ? source.tables.byId(32 + depth) : source.tables.standard(depth);
   format.depth = depth == 24 ? 32 : depth;
   return std::make_unique<RawReader>(source.data, std::move(format), depth, rowBytes);
 }

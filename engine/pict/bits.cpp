@@ -13,21 +13,6 @@ Bytes takeRow(ByteReader& in, const RowForm& form) {
   return in.take(form.hasByteCounts ? in.u8() : in.u16());
 }
 
-ColorTablePtr colorsOf(const Map& map) {
-  if (!map.isPixMap() || map.isDeep()) return nullptr;
-  ByteReader in(map.colors.entries);
-  const std::size_t count = in.left() / 8;
-  std::vector<RGBColor> colors(std::max(count, std::size_t{1} << map.depth()), RGBColor{0, 0, 0});
-  for (std::size_t i = 0; i < count; ++i) {
-    // A device's table has its entries in order; any other says which index an entry is for.
-    const std::size_t value = in.u16();
-    const RGBColor color = in.color();
-    const std::size_t index = (map.colors.flags & 0x8000) != 0 ? i : value;
-    if (index < colors.size()) colors[index] = color;
-  }
-  return std::make_shared<const ColorTable>(std::move(colors));
-}
-
 // A row of 32 bits from its planes or triplets.
 void gather(const Map& map, std::span<const std::uint8_t> row, std::span<std::uint32_t> pixels) {
   const std::size_t width = pixels.size();
@@ -117,7 +102,8 @@ std::optional<OwnedPixels> pixelsOf(const Map& map, const Rows& rows) {
   ByteReader in(rows.bytes);
   // Each row has a byte at least, so a picture can't ask for more rows than it has bytes.
   if (static_cast<std::size_t>(bounds.height()) > in.left()) return std::nullopt;
-  auto pixels = OwnedPixels::make(bounds, map.depth(), colorsOf(map));
+  auto pixels = OwnedPixels::make(bounds, map.depth(),
+                                  map.isPixMap() && !map.isDeep() ? colorsOf(map.colors, map.depth()) : nullptr);
   if (!pixels) return std::nullopt;
   std::vector<std::uint8_t> row(form.bytes);
   std::vector<std::uint32_t> values(static_cast<std::size_t>(bounds.width()));
@@ -159,6 +145,20 @@ std::optional<Pattern> patternOf(const PixelPatternFields& fields) {
 bool fitsRow(int depth, int width) { return (std::int64_t{width} * depth + 15) / 16 * 2 <= Map::kRowBytesMask - 1; }
 
 bool isShort(const PixelMap& map) { return rowBytesOf(map) < kRawBelow; }
+
+ColorTablePtr colorsOf(const Colors& table, int depth) {
+  ByteReader in(table.entries);
+  const std::size_t count = in.left() / 8;
+  std::vector<RGBColor> colors(std::max(count, std::size_t{1} << depth), RGBColor{0, 0, 0});
+  for (std::size_t i = 0; i < count; ++i) {
+    // A device's table has its entries in order; any other says which index an entry is for.
+    const std::size_t value = in.u16();
+    const RGBColor color = in.color();
+    const std::size_t index = (table.flags & 0x8000) != 0 ? i : value;
+    if (index < colors.size()) colors[index] = color;
+  }
+  return std::make_shared<const ColorTable>(std::move(colors));
+}
 
 Map mapOf(const PixelMap& source, ByteWriter& colors) {
   Map map{.isDirect = source.isDirect()};

@@ -26,6 +26,7 @@ void putCount(ByteWriter& out, const RowForm& form, std::size_t count);
 
 // The pixels that rows are; nothing if they can't be unpacked.
 std::optional<OwnedPixels> pixelsOf(const Map& map, const Rows& rows);
+ColorTablePtr colorsOf(const Colors& table, int depth);
 std::optional<Pattern> patternOf(const PixelPatternFields& fields);
 
 // The other way. The bytes of a colour table are put into a writer that outlives the map.

@@ -3,6 +3,7 @@
 #include "engine/pict/assembler.h"
 #include "engine/pict/bits.h"
 #include "engine/pict/opcodes.h"
+#include "engine/pict/quicktime.h"
 
 namespace qd {
 namespace {
@@ -39,12 +40,22 @@ std::string briefBits(ByteReader& in, Bits& bits) {
   return text;
 }
 
+std::string briefImage(ByteReader& in, op::CompressedQuickTime& op) {
+  readOperands(in, op);
+  ByteReader data(op.data);
+  ColorTables tables;
+  const auto image = readQuickTimeImage(data, tables);
+  return image ? image->inWords() + ", to " + textOf(image->to) : format("%zu bytes, broken", op.data.size());
+}
+
 std::vector<std::string> briefOperands(const Opcode& opcode) {
   std::vector<std::string> texts;
   ByteReader in = opcode.operands;
   withOpcode(opcode.number, [&]<class Op>(Op& op) {
     if constexpr (Op::kKind == Kind::bits) {
       texts.push_back(briefBits(in, op));
+    } else if constexpr (std::is_same_v<Op, op::CompressedQuickTime>) {
+      texts.push_back(briefImage(in, op));
     } else if constexpr (Op::kKind == Kind::sized) {
       texts.push_back(format("%zu bytes", in.left() - 2));
     } else {

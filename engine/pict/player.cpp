@@ -4,6 +4,7 @@
 #include <numeric>
 #include <utility>
 
+#include "engine/images/decoders.h"
 #include "engine/images/shown.h"
 #include "engine/memory.h"
 #include "engine/pict/bits.h"
@@ -162,16 +163,16 @@ class Player {
 
   // A matte's pixels; nothing, and a remark, if they can't be had.
   std::optional<OwnedPixels> wholeOf(const EncodedImage& matte) {
-    if (matte.reader != nullptr) {
-      const auto& [width, height, depth, colors] = matte.reader->format();
-      auto image = readWhole(*matte.reader, Box(0, 0, height, width));
-      if (image) {
-        countBytes(image->pixels.map);
-        return std::move(image->pixels);
-      }
+    std::string why = kSenseless;
+    const auto reader = openCodec(matte.codec, matte.source, why);
+    auto image = reader != nullptr ? readWhole(*reader, Box(0, 0, reader->format().height, reader->format().width))
+                                   : std::nullopt;
+    if (!image) {
+      remark("an image's matte (" + matte.inWords() + ") can't be decoded, as " + why + "; the image is shown without");
+      return std::nullopt;
     }
-    remark("an image's matte of the codec \"" + matte.codec + "\" can't be decoded; the image is shown without");
-    return std::nullopt;
+    countBytes(image->pixels.map);
+    return std::move(image->pixels);
   }
 
   static Outcome setPattern(Pattern& pattern, const PixelPatternFields& fields) {
@@ -307,14 +308,16 @@ class Player {
     const Region mask = image->mask ? image->mask->mapped(mapping_) : Region();
     const Box to = Box(toRect(mapping_.box(Box(image->to))));
     const auto matte = image->matte ? wholeOf(*image->matte) : std::nullopt;
-    const auto part = matte && image->reader != nullptr ? readWhole(*image->reader, to)
-                                                        : read(image->reader.get(), to, image->mask ? &mask : nullptr);
-    const std::string name = "a QuickTime image of the codec \"" + image->codec + "\" ";
+    std::string why = kSenseless;
+    const auto reader = openCodec(image->codec, image->source, why);
+    const auto part =
+        matte && reader != nullptr ? readWhole(*reader, to) : read(reader.get(), to, image->mask ? &mask : nullptr);
+    const std::string name = "a QuickTime image (" + image->inWords() + ") ";
     if (!part) {
-      remark(name + "can't be decoded; what stands in for it is shown");
+      remark(name + "can't be decoded, as " + why + "; what stands in for it is shown");
       return Outcome::undrawn;
     }
-    if (image->reader->isDamaged()) remark(name + "is damaged; what could be read of it is shown");
+    if (reader->isDamaged()) remark(name + "is damaged; what could be read of it is shown");
     if (!part->to.empty()) {
       countBytes(part->pixels.map);
       perform(port_, BitsCommand{&part->pixels.map, toRect(part->from), toRect(part->to), image->mode,

@@ -2,7 +2,6 @@
 
 #include <cmath>
 
-#include "engine/images/decoders.h"
 #include "engine/pict/bits.h"
 
 namespace qd {
@@ -30,6 +29,16 @@ struct Description {
   std::uint32_t codec = 0;
   int width = 0, height = 0, depth = 0;
   std::uint32_t dataSize = 0;
+  int table = -1;  // of colours, by its number
+  std::optional<Colors> colors;
+
+  // What a map has, too. Pixels of 33 to 40 bits are greys of 1 to 8.
+  ImageFormat format(ColorTables& tables) const {
+    const int bits = depth > 32 ? depth - 32 : depth;
+    if (bits > 8) return {width, height, bits, nullptr};
+    ColorTablePtr known = colors ? colorsOf(*colors, bits) : tables.byId(depth > 32 ? depth : table);
+    return {width, height, bits, known != nullptr ? std::move(known) : tables.standard(bits)};
+  }
 };
 
 std::optional<Description> readDescription(ByteReader& in) {
@@ -46,19 +55,24 @@ std::optional<Description> readDescription(ByteReader& in) {
   description.dataSize = fields.u32();
   fields.take(2 + 32);  // frames, the codec's name
   description.depth = fields.u16();
+  description.table = fields.s16();
+  if (description.table == 0) {
+    auto colors = field::Nested<Colors>::read(fields);
+    if (fields.good()) description.colors = std::move(colors);
+  }
   return description;
 }
 
 // An image description and the data after it, which go on to the end if the description has no size.
-std::optional<EncodedImage> readEncoded(ByteReader& in, ColorTables& tables, Description& description) {
-  const auto read = readDescription(in);
-  if (!read) return std::nullopt;
-  description = *read;
+std::optional<EncodedImage> readEncoded(ByteReader& in, ColorTables& tables) {
+  const auto description = readDescription(in);
+  if (!description) return std::nullopt;
   EncodedImage image;
-  for (int shift = 24; shift >= 0; shift -= 8) image.codec += static_cast<char>(read->codec >> shift & 0xFF);
-  const Bytes data = in.take(std::min<std::size_t>(read->dataSize != 0 ? read->dataSize : in.left(), in.left()));
-  std::string why;
-  image.reader = openCodec(image.codec, {data, {read->width, read->height, read->depth, nullptr}, tables}, why);
+  for (int shift = 24; shift >= 0; shift -= 8) image.codec += static_cast<char>(description->codec >> shift & 0xFF);
+  const Bytes data =
+      in.take(std::min<std::size_t>(description->dataSize != 0 ? description->dataSize : in.left(), in.left()));
+  image.source = {data, description->format(tables)};
+  image.depth = description->depth;
   return image;
 }
 
@@ -66,12 +80,19 @@ std::optional<EncodedImage> readEncoded(ByteReader& in, ColorTables& tables, Des
 bool readMatte(ByteReader& in, std::uint32_t size, ColorTables& tables, std::optional<EncodedImage>& matte) {
   if (size == 0) return true;
   ByteReader bytes(in.take(size));
-  Description description;
-  matte = readEncoded(bytes, tables, description);
+  matte = readEncoded(bytes, tables);
   return matte.has_value();
 }
 
 }  // namespace
+
+std::string EncodedImage::inWords() const {
+  std::string letters = codec;
+  std::ranges::replace_if(
+      letters, [](char c) { return c < ' ' || c > '~'; }, '?');
+  return format("codec \"%s\", depth %d, %dx%d, %zu bytes", letters.c_str(), depth, source.told.width,
+                source.told.height, source.data.size());
+}
 
 std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in, ColorTables& tables) {
   in.u16();  // version
@@ -89,11 +110,10 @@ std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in, ColorTables& ta
     image.mask = field::region::read(mask);
     if (!mask.good()) return std::nullopt;
   }
-  Description description;
-  auto encoded = readEncoded(in, tables, description);
+  auto encoded = readEncoded(in, tables);
   if (!encoded) return std::nullopt;
   static_cast<EncodedImage&>(image) = std::move(*encoded);
-  const Box all(0, 0, description.height, description.width);
+  const Box all(0, 0, image.source.told.height, image.source.told.width);
   image.to = matrix.map(all);
   // A part of the image is shown where all of it would show it.
   if (!shown.empty() && !shown.contains(all)) {

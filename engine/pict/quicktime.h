@@ -8,8 +8,11 @@
 namespace qd {
 
 struct EncodedImage {
-  std::string codec;                    // four characters
-  std::unique_ptr<ImageReader> reader;  // of the picture's bytes; null if they can't be decoded
+  std::string codec;   // four characters
+  ImageSource source;  // of the picture's bytes
+  int depth = 0;       // as the picture tells it: greys have 33 to 40
+
+  std::string inWords() const;
 };
 
 struct QuickTimeImage : EncodedImage {
