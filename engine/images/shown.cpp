@@ -9,7 +9,7 @@ namespace {
 
 // The rows or the columns of an image that are kept, and what a copy of them goes by.
 struct Axis {
-  std::vector<int> kept;
+  std::vector<int> indices;
   int first;  // what the first of them is called
   int from, fromEnd, to, toEnd;
 
@@ -24,10 +24,10 @@ struct Axis {
   }
   static Axis between(int begin, int end, int size, int to, int toEnd) {
     Axis axis{std::vector<int>(static_cast<std::size_t>(end - begin)), begin, 0, size, to, toEnd};
-    std::iota(axis.kept.begin(), axis.kept.end(), begin);
+    std::iota(axis.indices.begin(), axis.indices.end(), begin);
     return axis;
   }
-  int end() const { return first + static_cast<int>(kept.size()); }
+  int end() const { return first + static_cast<int>(indices.size()); }
 };
 
 std::optional<ShownImage> read(ImageReader& image, const Axis& h, const Axis& v) {
@@ -35,14 +35,14 @@ std::optional<ShownImage> read(ImageReader& image, const Axis& h, const Axis& v)
   auto pixels = OwnedPixels::make(Box(v.first, h.first, v.end(), h.end()), format.depth, format.colors);
   if (!pixels) return std::nullopt;
   std::vector<std::uint32_t> row(static_cast<std::size_t>(format.width));
-  std::vector<std::uint32_t> columns(h.kept.size());
+  std::vector<std::uint32_t> columns(h.indices.size());
   int at = 0;
   for (int y = v.first; y < v.end(); ++y, ++at) {
-    for (; at < v.kept[static_cast<std::size_t>(y - v.first)]; ++at) {
+    for (; at < v.indices[static_cast<std::size_t>(y - v.first)]; ++at) {
       if (!image.next({})) return std::nullopt;
     }
     if (!image.next(row)) return std::nullopt;
-    for (std::size_t i = 0; i < columns.size(); ++i) columns[i] = row[static_cast<std::size_t>(h.kept[i])];
+    for (std::size_t i = 0; i < columns.size(); ++i) columns[i] = row[static_cast<std::size_t>(h.indices[i])];
     pixels->map.put(y, h.first, columns);
   }
   return ShownImage{std::move(*pixels), Box(v.from, h.from, v.fromEnd, h.fromEnd), Box(v.to, h.to, v.toEnd, h.toEnd)};

@@ -129,8 +129,8 @@ std::string headLine(Bytes bytes, const PictureHeader& header) {
   FieldLister lister{out, true};
   HeadLine::describe(head, lister);
   std::string text = out.take();
-  const std::vector<std::uint8_t> made = assemblePicture(text).picture;
-  return std::equal(made.begin(), made.end(), bytes.begin(), bytes.end()) ? text : bytesLine("picture hex", bytes);
+  const std::vector<std::uint8_t> again = assemblePicture(text).picture;
+  return std::equal(again.begin(), again.end(), bytes.begin(), bytes.end()) ? text : bytesLine("picture hex", bytes);
 }
 
 std::string inFull(const Opcode& opcode) {

@@ -71,12 +71,12 @@ std::size_t distance(std::string_view a, std::string_view b) {
 
 const std::map<std::string, std::uint16_t, std::less<>>& namesAndNumbers() {
   static const auto names = [] {
-    std::map<std::string, std::uint16_t, std::less<>> made;
+    std::map<std::string, std::uint16_t, std::less<>> numbers;
     for (const OpcodeRow& row : kRows) {
       if (row.kind == Kind::reserved) continue;
-      for (std::uint16_t number = row.first; number <= row.last; ++number) made[opcodeName(number)] = number;
+      for (std::uint16_t number = row.first; number <= row.last; ++number) numbers[opcodeName(number)] = number;
     }
-    return made;
+    return numbers;
   }();
   return names;
 }

@@ -68,10 +68,10 @@ std::vector<RGBColor> colorsOf(int id) {
 }  // namespace
 
 ColorTablePtr ColorTables::byId(int id) {
-  if (const auto known = made_.find(id); known != made_.end()) return known->second;
+  if (const auto known = tables_.find(id); known != tables_.end()) return known->second;
   std::vector<RGBColor> colors = colorsOf(id);
   if (colors.empty()) return nullptr;
-  return made_[id] = std::make_shared<const ColorTable>(std::move(colors));
+  return tables_[id] = std::make_shared<const ColorTable>(std::move(colors));
 }
 
 ColorTable::ColorTable(std::vector<RGBColor> colors) : colors_(std::move(colors)) {

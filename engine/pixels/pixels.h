@@ -50,7 +50,7 @@ class ColorTables {
   ColorTablePtr standard(int depth) { return byId(depth == 1 ? 33 : 64 + depth); }
 
  private:
-  std::map<int, ColorTablePtr> made_;
+  std::map<int, ColorTablePtr> tables_;
 };
 
 constexpr std::uint32_t onesOf(int depth) { return depth == 32 ? 0xFFFFFF : depth == 16 ? 0x7FFF : (1U << depth) - 1; }

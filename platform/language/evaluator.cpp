@@ -163,7 +163,7 @@ class Evaluator {
       if (sameName(type, known)) return 0.0;
     }
     if (sameName(type, "boolean")) return false;
-    if (sameName(type, "string")) return made(host_.string(""));
+    if (sameName(type, "string")) return required(host_.string(""));
     for (const char* known : {"variant", "picture", "graphics", "memoryblock"}) {
       if (sameName(type, known)) return {};
     }
@@ -244,11 +244,11 @@ class Evaluator {
   }
 
   Value evaluate(const Literal& literal) const {
-    const auto held = [this]<class T>(const T& value) -> Value {
-      if constexpr (std::is_same_v<T, std::string>) return made(host_.string(value));
+    const auto valueOf = [this]<class T>(const T& value) -> Value {
+      if constexpr (std::is_same_v<T, std::string>) return required(host_.string(value));
       if constexpr (!std::is_same_v<T, std::string>) return value;
     };
-    return std::visit(held, literal.value);
+    return std::visit(valueOf, literal.value);
   }
 
   Value evaluate(const Use& use) {
@@ -259,7 +259,7 @@ class Evaluator {
   Value evaluate(const Members& members) { return follow(members, members.chain.size()).value; }
 
   Value evaluate(const New& creation) {
-    return asked(creation.type.place, [&] { return made(host_.make(creation.type.text)); });
+    return asked(creation.type.place, [&] { return required(host_.make(creation.type.text)); });
   }
 
   Value evaluate(const Not& negation) { return !booleanOf(evaluate(*negation.operand), negation.operand->place); }

@@ -30,14 +30,15 @@ Value lastIndex(Call& call) {
   return static_cast<std::int32_t>((*array)->elements.size()) - 1;
 }
 
-Value length(Call& call) { return static_cast<std::int32_t>(textOf(call.arguments[0], call.place).size()); }
+Value length(Call& call) { return static_cast<std::int32_t>(printed(call.arguments[0], call.place).size()); }
 
-Value string(Call& call) { return made(call.host.string(textOf(call.arguments[0], call.place))); }
+Value string(Call& call) { return required(call.host.string(printed(call.arguments[0], call.place))); }
 
 Value rgb(Call& call) { return (call.integer(0) & 255) << 16 | (call.integer(1) & 255) << 8 | (call.integer(2) & 255); }
 
 Value newPicture(Call& call) {
-  return made(call.host.newPicture(call.integer(0), call.integer(1), call.arguments.size() > 2 ? call.integer(2) : 32));
+  return required(
+      call.host.newPicture(call.integer(0), call.integer(1), call.arguments.size() > 2 ? call.integer(2) : 32));
 }
 
 Value newMemoryBlock(Call& call) {
@@ -46,13 +47,13 @@ Value newMemoryBlock(Call& call) {
   if (size < 0 || size > kMost) {
     throw Error(call.place, "A block of " + std::to_string(size) + " bytes can't be made; 0 to 268435456 would work.");
   }
-  return made(call.host.zeroedBlock(static_cast<std::size_t>(size)));
+  return required(call.host.zeroedBlock(static_cast<std::size_t>(size)));
 }
 
 Value print(Call& call) {
   std::string line;
   for (const Value& value : call.arguments) {
-    const std::string text = textOf(value, call.place);
+    const std::string text = printed(value, call.place);
     runtime::requireStringOf(line.size() + text.size());
     line += text;
   }
@@ -62,14 +63,14 @@ Value print(Call& call) {
 
 std::string fileName(const Call& call, std::size_t i) {
   constexpr std::size_t kMost = 4095;  // bytes, as the system takes it
-  std::string name = textOf(call.arguments[i], call.place);
+  std::string name = printed(call.arguments[i], call.place);
   if (name.size() <= kMost) return name;
   throw Error(call.place, "A file's name can't have " + std::to_string(name.size()) + " bytes; up to " +
                               std::to_string(kMost) + " would work.");
 }
 
 Value open(Call& call) {
-  return made(call.host.string(call.surroundings.open(fileName(call, 0)), kTextEncodingUnknown));
+  return required(call.host.string(call.surroundings.open(fileName(call, 0)), kTextEncodingUnknown));
 }
 
 Value save(Call& call) {
@@ -110,7 +111,7 @@ Value pictureField(Call&, const runtime::Object& object) {
   return pictureOf(object).*field;
 }
 
-Value graphics(Call& call, const runtime::Object& object) { return made(call.host.graphicsOf(object)); }
+Value graphics(Call& call, const runtime::Object& object) { return required(call.host.graphicsOf(object)); }
 
 Value world(Call& call, const runtime::Object& object) { return call.host.worldOf(object); }
 

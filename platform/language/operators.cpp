@@ -79,7 +79,7 @@ Value plus(const Host& host, const Placed& left, const Placed& right, Place plac
   runtime::requireStringOf(first.size() + second.size());
   std::string both;
   both.reserve(first.size() + second.size());
-  return made(host.string(both.append(first).append(second)));
+  return required(host.string(both.append(first).append(second)));
 }
 
 template <auto function>

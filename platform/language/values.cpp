@@ -64,7 +64,7 @@ std::string_view bytesOf(const Value& value) {
   return string != nullptr ? runtime::bytesOf(string->get()) : std::string_view();
 }
 
-std::string textOf(const Value& value, Place place) {
+std::string printed(const Value& value, Place place) {
   if (std::holds_alternative<runtime::String>(value)) return std::string(bytesOf(value));
   if (const auto* integer = std::get_if<std::int32_t>(&value)) return std::to_string(*integer);
   if (const auto* flag = std::get_if<bool>(&value)) return *flag ? "True" : "False";

@@ -46,15 +46,15 @@ std::string classOf(const runtime::Object& object);
 std::int32_t integerOf(const Value& value, Place place);
 double realOf(const Value& value, Place place);
 bool booleanOf(const Value& value, Place place);
-std::string textOf(const Value& value, Place place);  // a string as it is, anything else as Print shows it
-std::string_view bytesOf(const Value& value);         // of a string, while it lives; none of anything else
+std::string printed(const Value& value, Place place);  // a string as it is, anything else as Print shows it
+std::string_view bytesOf(const Value& value);          // of a string, while it lives; none of anything else
 
 // Integers have 32 bits, and go round.
 constexpr std::int32_t wrapped(std::int64_t number) { return static_cast<std::int32_t>(number); }
 
 // What the host has made; it gives nothing where there is no memory.
 template <class Reference>
-Value made(Reference reference) {
+Value required(Reference reference) {
   if (!reference) throw std::bad_alloc();
   return reference;
 }
