@@ -57,8 +57,8 @@ std::optional<Description> readDescription(ByteReader& in) {
   description.depth = fields.u16();
   description.table = fields.s16();
   if (description.table == 0) {
-    auto colors = field::Nested<Colors>::read(fields);
-    if (fields.good()) description.colors = std::move(colors);
+    const auto colors = field::Nested<Colors>::read(fields);
+    if (fields.good()) description.colors = colors;
   }
   return description;
 }

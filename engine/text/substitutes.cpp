@@ -15,8 +15,8 @@ constexpr Substitute kNarrow{.width = 82};
 
 constexpr int kNoNumber = -1;
 
-// A word of names in small letters, and a font's number (Inside Macintosh I and Technical Note 191). Of a name the first
-// row counts whose word is in it, so that what is special stands before what is common.
+// A word of names in small letters, and a font's number (Inside Macintosh I and Technical Note 191). Of a name the
+// first row counts whose word is in it, so that what is special stands before what is common.
 struct Row {
   const char* word;
   int number;

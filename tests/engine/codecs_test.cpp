@@ -142,11 +142,10 @@ void expectDecoded(const Image& image) {
 // Rows of pixels, from blocks of four by four that have a letter for each.
 std::string fromBlocks(int width, int height, const std::vector<std::string>& blocks) {
   std::string pixels;
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      pixels += blocks.at(static_cast<std::size_t>(y / 4 * ((width + 3) / 4) + x / 4))
-                    .at(static_cast<std::size_t>(y % 4 * 4 + x % 4));
-    }
+  const auto across = static_cast<std::size_t>(width + 3) / 4;
+  for (std::size_t y = 0; y < static_cast<std::size_t>(height); ++y) {
+    for (std::size_t x = 0; x < static_cast<std::size_t>(width); ++x)
+      pixels += blocks.at(y / 4 * across + x / 4).at(y % 4 * 4 + x % 4);
   }
   return pixels;
 }
