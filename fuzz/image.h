@@ -6,10 +6,9 @@
 #include "fuzz/target.h"
 
 inline void decode(qd::OpenImage open, qd::Bytes file, qd::ImageFormat told = {}) {
-  static qd::ColorTables tables;
   for (const bool isWhole : {false, true}) {
     std::string why;
-    const auto image = open({file, told, tables}, why);
+    const auto image = open({file, told}, why);
     if (image == nullptr) return why.empty() ? std::abort() : void();
     const qd::ImageFormat& format = image->format();
     // A viewer shows no more pixels than it has. What takes longer as a whole is none of an image's bytes.

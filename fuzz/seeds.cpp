@@ -135,7 +135,7 @@ ByteWriter rowsOf(const Map& map, bool isPacked) {
     }
     ByteWriter packed;
     packBits(row, form.unit, packed);
-    putCount(out, map, packed.size());
+    putCount(out, form, packed.size());
     out.put(packed.bytes());
   }
   return out;
