@@ -10,6 +10,7 @@
 
 #include "bench/commands.h"
 #include "bench/hosted.h"
+#include "platform/quickdraw/operations.h"
 
 using runtime::Object;
 using runtime::Value;
@@ -80,6 +81,31 @@ std::size_t exportPicture(runtime::Host& host) {
   const auto* string = std::get_if<runtime::String>(&made);
   check(string != nullptr);
   return kBytes + runtime::bytesOf(string->get()).size();
+}
+void draw(const bench::Command& c) {
+  const Rect area = MakeRect(c.x, c.y, c.width, c.height);
+  RGBForeColor(&c.color);
+  switch (c.kind) {
+    case bench::Command::rect:
+      return PaintRect(&area);
+    case bench::Command::oval:
+      return PaintOval(&area);
+    case bench::Command::roundRect:
+      return PaintRoundRect(&area, 8, 8);
+    case bench::Command::line:
+      MoveTo(area.left, area.top);
+      return LineTo(area.right, area.bottom);
+    case bench::Command::polygon: {
+      const PolyHandle triangle = OpenPoly();
+      MoveTo(area.left, area.bottom);
+      LineTo(area.right, area.bottom);
+      LineTo(area.left, area.top);
+      LineTo(area.left, area.bottom);
+      ClosePoly();
+      PaintPoly(triangle);
+      return KillPoly(triangle);
+    }
+  }
 }
 std::size_t recordCommands(runtime::Host& host) {
   const Object made = host.make("MacPictTVK");
