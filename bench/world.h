@@ -9,9 +9,7 @@ namespace bench {
 class World {
  public:
   // Of the colours of a table that GetCTable knows, or of the standard ones.
-  World(int width, int height, int depth, int table = 0) : port_(pixels(width, height, depth, table), resources()) {
-    qd::whiten(port_.map());
-  }
+  World(int width, int height, int depth, int table = 0) : port_(pixels(width, height, depth, table), resources()) {}
 
   qd::Port& port() { return port_; }
   const qd::PixelMap& map() const { return port_.map(); }
@@ -27,9 +25,9 @@ class World {
   static qd::OwnedPixels pixels(int width, int height, int depth, int table) {
     qd::ColorTables& tables = resources().tables;
     const auto colors = depth > 8 ? nullptr : table != 0 ? tables.byId(table) : tables.standard(depth);
-    auto made = qd::OwnedPixels::make(qd::Box(0, 0, height, width), depth, colors);
-    if (!made) fail("There is no memory for the pixels.");
-    return std::move(*made);
+    auto white = qd::whitePixels(qd::Box(0, 0, height, width), depth, colors);
+    if (!white) fail("There is no memory for the pixels.");
+    return std::move(*white);
   }
 
   qd::Port port_;

@@ -33,9 +33,8 @@ std::optional<GWorld> GWorld::make(System& system, int width, int height, int de
     colors = colorTable != 0 ? tables.byId(colorTable) : tables.standard(depth);
     if (colors == nullptr || colors->colors().size() > std::size_t{1} << depth) return std::nullopt;
   }
-  auto pixels = OwnedPixels::make(Box(0, 0, height, width), depth, colors);
+  auto pixels = whitePixels(Box(0, 0, height, width), depth, colors);
   if (!pixels) return std::nullopt;
-  whiten(pixels->map);
   return GWorld(std::make_unique<Port>(std::move(*pixels), *system.resources_));
 }
 

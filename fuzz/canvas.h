@@ -21,9 +21,7 @@ inline qd::Resources& resources() {
 // A white port.
 class Canvas {
  public:
-  Canvas(int width, int height, int depth) : port_(pixels(width, height, depth), resources()) {
-    for (int y = 0; y < height; ++y) std::memset(port_.map().row(y), depth <= 8 ? 0 : 0xFF, rowBytes());
-  }
+  Canvas(int width, int height, int depth) : port_(pixels(width, height, depth), resources()) {}
 
   qd::Port& port() { return port_; }
   const qd::PixelMap& map() const { return port_.map(); }
@@ -35,7 +33,7 @@ class Canvas {
  private:
   static qd::OwnedPixels pixels(int width, int height, int depth) {
     const auto table = depth <= 8 ? resources().tables.standard(depth) : nullptr;
-    return std::move(*qd::OwnedPixels::make(qd::Box(0, 0, height, width), depth, table));
+    return std::move(*qd::whitePixels(qd::Box(0, 0, height, width), depth, table));
   }
   std::size_t rowBytes() const { return static_cast<std::size_t>(map().rowBytes); }
 

@@ -204,10 +204,12 @@ void Painter::expandTile(int y, int left, std::size_t count) {
   for (std::size_t i = once.size(); i < count; ++i) source_[i] = source_[i - width];
 }
 
-void whiten(const PixelMap& map) {
-  if (!map.isDirect()) return;  // zero is white already
-  const Region all(map.bounds);
-  Painter(map, all, Pattern{}, patCopy, TransferColors{}).box(map.bounds);
+std::optional<OwnedPixels> whitePixels(const Box& bounds, int depth, ColorTablePtr colors) {
+  auto pixels = OwnedPixels::make(bounds, depth, std::move(colors));
+  if (!pixels || !pixels->map.isDirect()) return pixels;  // zero is white already
+  const Region all(bounds);
+  Painter(pixels->map, all, Pattern{}, patCopy, TransferColors{}).box(bounds);
+  return pixels;
 }
 
 }  // namespace qd

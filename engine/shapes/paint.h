@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <optional>
 #include <vector>
 
 #include "engine/geometry/region.h"
@@ -76,7 +77,7 @@ class Painter : public RunSink {
   std::array<int, 3> expanded_ = {};       // the tile's row, its first column and the pixels that source_ holds of it
 };
 
-// Makes all pixels of a new map white.
-void whiten(const PixelMap& map);
+// New pixels, all of them white; nothing where OwnedPixels::make has nothing.
+std::optional<OwnedPixels> whitePixels(const Box& bounds, int depth, ColorTablePtr colors);
 
 }  // namespace qd

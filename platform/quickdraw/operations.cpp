@@ -80,9 +80,8 @@ std::filesystem::path fontsFolder() {
 
 struct Worlds {
   Worlds() {
-    auto pixels = OwnedPixels::make(Box(0, 0, kScreenHeight, kScreenWidth), 32, nullptr);
+    auto pixels = whitePixels(Box(0, 0, kScreenHeight, kScreenWidth), 32, nullptr);
     if (!pixels) throw std::bad_alloc();
-    whiten(pixels->map);
     screen = current = add(std::move(*pixels));
   }
 
@@ -383,9 +382,8 @@ OSErr NewGWorld(GWorldPtr* world, std::int16_t depth, const Rect* bounds, CTabHa
       if (table == nullptr || table->colors().size() > std::size_t{1} << depth)
         table = worlds().resources.tables.standard(depth);
     }
-    auto pixels = OwnedPixels::make(Box(*bounds), depth, table);
+    auto pixels = whitePixels(Box(*bounds), depth, table);
     if (!pixels) return memFullErr;
-    whiten(pixels->map);
     *world = refOf(worlds().add(std::move(*pixels)));
     return noErr;
   });
