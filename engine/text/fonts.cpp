@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace qd {
 namespace {
@@ -18,6 +19,7 @@ constexpr Files kFiles[] = {
     {"mono", "LiberationMono", Encoding::macRoman, true}, {"symbol", kSpare, Encoding::symbol, false},
     {"dingbats", kSpare, Encoding::dingbats, false},
 };
+static_assert(std::size(kFiles) == kFamilies);
 
 }  // namespace
 
@@ -35,15 +37,12 @@ const Outlines& Font::outlinesOf(char32_t character) const {
 }
 
 int Font::advance(unsigned char byte, int pixels) const {
-  const Strike* const strike = strikes_.get(pixels);
-  if (strike != nullptr && isSeen(byte)) return strike->advance(byte);
+  if (const Strike* strike = strikes_.get(pixels)) return strike->advance(byte);
   return static_cast<int>(std::lround(exactAdvance(byte, pixels)));
 }
 
 double Font::exactAdvance(unsigned char byte, int pixels) const {
-  if (!isSeen(byte) || !outlines_.fault().empty()) return 0;
-  const char32_t character = unicodeOf(encoding_, byte);
-  return outlinesOf(character).advance(character, pixels);
+  return outlines_.fault().empty() ? outlinesOf(codes_[byte]).advance(codes_[byte], pixels) : 0;
 }
 
 Extent Font::extent(int pixels) const {
@@ -52,36 +51,34 @@ Extent Font::extent(int pixels) const {
 }
 
 Box Font::bounds(unsigned char byte, FontSize size) const {
-  if (!isSeen(byte)) return {};
   if (const Strike* strike = strikeOf(size)) return strike->bounds(byte);
-  const char32_t character = unicodeOf(encoding_, byte);
-  return outlinesOf(character).bounds(character, size);
+  return outlinesOf(codes_[byte]).bounds(codes_[byte], size);
 }
 
 void Font::draw(unsigned char byte, FontSize size, Pen at, Ink& ink) const {
-  if (!isSeen(byte)) return;
   if (const Strike* strike = strikeOf(size)) return strike->draw(byte, at, ink);
-  const char32_t character = unicodeOf(encoding_, byte);
-  outlinesOf(character).draw(character, size, at, ink);
+  outlinesOf(codes_[byte]).draw(codes_[byte], size, at, ink);
 }
 
 Face Fonts::get(Family family, bool isBold, bool isItalic) {
+  const bool hasStyles = kFiles[static_cast<std::size_t>(family)].hasStyles;
+  const std::size_t style = hasStyles ? (isBold ? 1U : 0U) + (isItalic ? 2U : 0U) : 0;
+  std::unique_ptr<Font>& font = fonts_[static_cast<std::size_t>(family) * kStyles + style];
+  if (font == nullptr) font = read(family, style);
+  return {*font, isBold && !hasStyles, isItalic && !hasStyles};
+}
+
+std::unique_ptr<Font> Fonts::read(Family family, std::size_t style) {
+  constexpr const char* kNames[kStyles][2] = {
+      {"-regular", "-Regular"}, {"-bold", "-Bold"}, {"-italic", "-Italic"}, {"-bold-italic", "-BoldItalic"}};
   const Files& files = kFiles[static_cast<std::size_t>(family)];
   std::string strikes = files.strikes;
   std::string name = files.outlines;
   if (files.hasStyles) {
-    constexpr const char* kStyles[][2] = {
-        {"-regular", "-Regular"}, {"-bold", "-Bold"}, {"-italic", "-Italic"}, {"-bold-italic", "-BoldItalic"}};
-    const auto& style = kStyles[(isBold ? 1 : 0) + (isItalic ? 2 : 0)];
-    strikes += style[0];
-    name += style[1];
-    isBold = isItalic = false;
+    strikes += kNames[style][0];
+    name += kNames[style][1];
   }
-  const auto found = fonts_.find(strikes);
-  if (found != fonts_.end()) return {found->second, isBold, isItalic};
-  const auto [entry, isNew] =
-      fonts_.try_emplace(strikes, folder_ / (strikes + ".strikes"), outlines(name), outlines(kSpare), files.encoding);
-  return {entry->second, isBold, isItalic};
+  return std::make_unique<Font>(folder_ / (strikes + ".strikes"), outlines(name), outlines(kSpare), files.encoding);
 }
 
 const Outlines& Fonts::outlines(const std::string& name) {

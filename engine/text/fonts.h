@@ -1,6 +1,7 @@
 // The fonts that text is drawn in, from their files.
 #pragma once
 
+#include <array>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -20,7 +21,10 @@ class Font {
  public:
   // What its outlines don't have comes from the spare ones. Both outlive it.
   Font(const std::filesystem::path& strikes, const Outlines& outlines, const Outlines& spare, Encoding encoding)
-      : strikes_(strikes), outlines_(outlines), spare_(spare), encoding_(encoding) {}
+      : strikes_(strikes), outlines_(outlines), spare_(spare) {
+    for (std::size_t byte = 0; byte < codes_.size(); ++byte)
+      codes_[byte] = unicodeOf(encoding, static_cast<unsigned char>(byte));
+  }
 
   // What keeps a size from being drawn as it should, and whether nothing is.
   struct Fault {
@@ -29,8 +33,8 @@ class Font {
   };
   Fault faultAt(FontSize size) const;
 
-  // Bytes are characters of the font's encoding; some aren't seen and have no width.
-  bool isSeen(unsigned char byte) const { return unicodeOf(encoding_, byte) != 0; }
+  // Bytes are characters of the font's encoding. Of those that aren't seen, which take no place, nothing else is asked.
+  bool isSeen(unsigned char byte) const { return codes_[byte] != 0; }
   int advance(unsigned char byte, int pixels) const;
   // As its outline says: not whole pixels.
   double exactAdvance(unsigned char byte, int pixels) const;
@@ -46,7 +50,7 @@ class Font {
   Strikes strikes_;
   const Outlines& outlines_;
   const Outlines& spare_;
-  Encoding encoding_;
+  std::array<char32_t, 256> codes_;  // of the bytes
 };
 
 // A font in a style. Fonts of signs have no faces for styles: they are made so from the plain one.
@@ -71,12 +75,14 @@ class Fonts {
   Lost takeLost() { return std::exchange(lost_, {}); }
 
  private:
+  static constexpr std::size_t kStyles = 4;  // plain, bold, italic, both
+  std::unique_ptr<Font> read(Family family, std::size_t style);
   const Outlines& outlines(const std::string& name);
 
   std::filesystem::path folder_;
   Lost lost_;
-  std::map<std::string, Outlines> outlines_;  // by the file's name, as the fonts are
-  std::map<std::string, Font> fonts_;
+  std::map<std::string, Outlines> outlines_;  // by the file's name
+  std::array<std::unique_ptr<Font>, kFamilies * kStyles> fonts_;
 };
 
 }  // namespace qd

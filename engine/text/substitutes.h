@@ -1,6 +1,7 @@
 // Which of our fonts stands in for one of the system's.
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 namespace qd {
@@ -8,6 +9,7 @@ namespace qd {
 // A sans-serif, a serif and a monospaced family with the widths of Helvetica, Times and Courier, and two fonts of
 // signs.
 enum class Family { sans, serif, mono, symbol, dingbats };
+inline constexpr std::size_t kFamilies = 5;
 
 struct Substitute {
   Family family = Family::sans;

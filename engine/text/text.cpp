@@ -82,9 +82,6 @@ class Line {
     exactSum_ += std::max<std::int64_t>(std::llround(font.exactAdvance(byte, pixels) * kOne) + extra, 0);
     if (byte == ' ') sum_ = exactSum_;
   }
-  void pass(std::string_view bytes) {
-    for (const char byte : bytes) pass(static_cast<unsigned char>(byte));
-  }
 
  private:
   static constexpr std::int64_t kOne = 0x10000;
@@ -122,13 +119,16 @@ struct Underline {
   }
 };
 
+int widthOf(const Typeface& typeface, std::string_view bytes) {
+  Line line(typeface, bytes);
+  for (const char byte : bytes) line.pass(static_cast<unsigned char>(byte));
+  return line.end();
+}
+
 }  // namespace
 
 int textWidth(Fonts& fonts, const TextState& style, std::string_view bytes) {
-  const Typeface typeface(fonts, style);
-  Line line(typeface, bytes);
-  line.pass(bytes);
-  return line.end();
+  return widthOf(Typeface(fonts, style), bytes);
 }
 
 std::size_t scanText(Fonts& fonts, const TextState& style, Point at, std::string_view bytes, const Box& clip,
@@ -182,7 +182,7 @@ std::size_t scanText(Fonts& fonts, const TextState& style, Point at, std::string
 Box textBox(Fonts& fonts, const TextState& style, Point at, std::string_view bytes) {
   const Typeface typeface(fonts, style);
   const auto [ascent, descent] = typeface.face.font.extent(typeface.drawn.v);
-  return {at.v - ascent, at.h, at.v + descent, at.h + textWidth(fonts, style, bytes)};
+  return {at.v - ascent, at.h, at.v + descent, at.h + widthOf(typeface, bytes)};
 }
 
 }  // namespace qd
