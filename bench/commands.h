@@ -31,22 +31,24 @@ inline std::vector<Command> commands(int count) {
   return all;
 }
 
-inline void draw(qd::Recorder& recorder, const Command& c) {
+// By a pen that has a recorder's drawings.
+template <class Pen>
+void draw(Pen& pen, const Command& c) {
   const qd::Rect area = qd::MakeRect(c.x, c.y, c.width, c.height);
-  recorder.foreColor(c.color);
+  pen.foreColor(c.color);
   switch (c.kind) {
     case Command::rect:
-      return recorder.rect(qd::Verb::paint, area);
+      return pen.rect(qd::Verb::paint, area);
     case Command::oval:
-      return recorder.oval(qd::Verb::paint, area);
+      return pen.oval(qd::Verb::paint, area);
     case Command::roundRect:
-      return recorder.roundRect(qd::Verb::paint, area, {8, 8});
+      return pen.roundRect(qd::Verb::paint, area, {8, 8});
     case Command::line:
-      return recorder.line({area.top, area.left}, {area.bottom, area.right});
+      return pen.line({area.top, area.left}, {area.bottom, area.right});
     case Command::polygon: {
       const qd::Point triangle[] = {
           {area.bottom, area.left}, {area.bottom, area.right}, {area.top, area.left}, {area.bottom, area.left}};
-      return recorder.polygon(qd::Verb::paint, triangle);
+      return pen.polygon(qd::Verb::paint, triangle);
     }
   }
 }

@@ -82,36 +82,32 @@ std::size_t exportPicture(runtime::Host& host) {
   check(string != nullptr);
   return kBytes + runtime::bytesOf(string->get()).size();
 }
-void draw(const bench::Command& c) {
-  const Rect area = MakeRect(c.x, c.y, c.width, c.height);
-  RGBForeColor(&c.color);
-  switch (c.kind) {
-    case bench::Command::rect:
-      return PaintRect(&area);
-    case bench::Command::oval:
-      return PaintOval(&area);
-    case bench::Command::roundRect:
-      return PaintRoundRect(&area, 8, 8);
-    case bench::Command::line:
-      MoveTo(area.left, area.top);
-      return LineTo(area.right, area.bottom);
-    case bench::Command::polygon: {
-      const PolyHandle triangle = OpenPoly();
-      MoveTo(area.left, area.bottom);
-      LineTo(area.right, area.bottom);
-      LineTo(area.left, area.top);
-      LineTo(area.left, area.bottom);
-      ClosePoly();
-      PaintPoly(triangle);
-      return KillPoly(triangle);
-    }
+
+// QuickDraw's operations, on the port that is current.
+struct Operations {
+  static void foreColor(const RGBColor& color) { RGBForeColor(&color); }
+  static void rect(qd::Verb, const Rect& area) { PaintRect(&area); }
+  static void oval(qd::Verb, const Rect& area) { PaintOval(&area); }
+  static void roundRect(qd::Verb, const Rect& area, Point corner) { PaintRoundRect(&area, corner.h, corner.v); }
+  static void line(Point from, Point to) {
+    MoveTo(from.h, from.v);
+    LineTo(to.h, to.v);
   }
-}
+  static void polygon(qd::Verb, std::span<const Point> points) {
+    const PolyHandle polygon = OpenPoly();
+    MoveTo(points[0].h, points[0].v);
+    for (const Point& point : points.subspan(1)) LineTo(point.h, point.v);
+    ClosePoly();
+    PaintPoly(polygon);
+    KillPoly(polygon);
+  }
+};
 std::size_t recordCommands(runtime::Host& host) {
   const Object made = host.make("MacPictTVK");
   host.call(made, "CreatePicture", {bench::kWidth, bench::kHeight});
+  Operations operations;
   for (int i = 0; i < 1000; ++i) {
-    for (const bench::Command& c : bench::commands(1000)) draw(c);
+    for (const bench::Command& c : bench::commands(1000)) draw(operations, c);
   }
   host.call(made, "ClosePicture");
   return pictureOf(host, made) + std::size_t{4} * bench::kWidth * bench::kHeight;
