@@ -64,10 +64,11 @@ Rendered renderOne(const fs::path& in, const fs::path& out, const Options& optio
     if (!options.keepGoing) throw Failure(name + " " + fault + ". --keep-going would write what was drawn.");
     complain(name + " " + fault + ".");
   }
-  Means means(world, size.width, size.height);
+  std::optional<Means> means;
+  if (times > 1) means.emplace(world, size.width, size.height);
   writePNG(
       out, size.width, size.height,
-      [&](int y, std::span<std::uint8_t> row) { times == 1 ? world.rgb(y, row) : means.row(y, row); },
+      [&](int y, std::span<std::uint8_t> row) { means ? means->row(y, row) : world.rgb(y, row); },
       resolutionOf(asBytes(picture), size));
   std::fprintf(isStandardOutput(out) ? stderr : stdout, "%s: %dx%d, %s\n", out.c_str(), size.width, size.height,
                outcomeOf(playback, options.isVerbose).c_str());

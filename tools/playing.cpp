@@ -33,9 +33,9 @@ std::string faultOf(const qd::Playback& playback) {
 
 std::string outcomeOf(const qd::Playback& playback, bool isCounted) {
   const auto opcodes = [](int count) { return std::to_string(count) + (count == 1 ? " opcode" : " opcodes"); };
-  std::string text = playback.undrawn == 0   ? "whole"
-                     : playback.undrawn == 1 ? "partly: 1 opcode is not drawn"
-                                             : "partly: " + opcodes(playback.undrawn) + " are not drawn";
+  std::string text = "whole";
+  if (playback.undrawn > 0)
+    text = "partly: " + opcodes(playback.undrawn) + (playback.undrawn == 1 ? " is" : " are") + " not drawn";
   if (isCounted)
     text += "; " + opcodes(playback.played) + " played, " + std::to_string(playback.skipped) + " passed over";
   return text;

@@ -78,7 +78,7 @@ void draw(Port& port, const LineCommand& line) {
 void draw(Port& port, const ShapeCommand& command) {
   const Brush brush = brushOf(port.state, command.verb);
   if (!isPatternMode(brush.mode)) return;
-  paint(port, brush, [&](const Box& clip, RunSink& sink) { qd::scan(command, port.state.penSize, clip, sink); });
+  paint(port, brush, [&](const Box& clip, RunSink& sink) { scan(command, port.state.penSize, clip, sink); });
 }
 
 void draw(Port& port, const TextCommand& text) {
