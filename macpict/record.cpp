@@ -1,4 +1,4 @@
-// macpict record: makes a PICT of a PNG or JPEG file.
+// macpict record: makes a PICT of an image file.
 #include <cstdio>
 
 #include "macpict/commands.h"
@@ -18,7 +18,8 @@ qd::GWorld readImage(const std::string& path) {
   std::string why;
   auto image = qd::GWorld::ofImage(fonts(), asBytes(file), why);
   if (!image) {
-    throw Failure("\"" + path + "\" is no image that can be read: " + why + "; a PNG or JPEG file would work.");
+    throw Failure("\"" + path + "\" is no image that can be read: " + why +
+                  "; a PNG, JPEG, GIF, TIFF or BMP file would work.");
   }
   if (!why.empty()) complain("\"" + path + "\": " + why);
   return std::move(*image);
@@ -49,8 +50,8 @@ Status record(const Options& options) {
 }  // namespace
 
 void addRecord(CLI::App& app, Command& chosen) {
-  const auto [command, options] = addCommand<Options>(app, chosen, "record", "Make a PICT file of a PNG or JPEG file",
-                                                      workingOn(&Options::in, record));
+  const auto [command, options] = addCommand<Options>(
+      app, chosen, "record", "Make a PICT file of a PNG, JPEG, GIF, TIFF or BMP file", workingOn(&Options::in, record));
   command->add_option("IN.png", options.in, "The image")->required()->type_name("");
   command->add_option("OUT.pict", options.out, "The picture to write")->required()->type_name("");
   addPictureKind(*command, options.kind);

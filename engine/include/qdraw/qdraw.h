@@ -166,8 +166,8 @@ class GWorld {
   // standard colours of 2, 4 and 8 bits; 0 is the standard one of the depth. Nothing for what is none of these, for no
   // pixels, and for more than can be counted or had.
   static std::optional<GWorld> make(System& system, int width, int height, int depth = 32, int colorTable = 0);
-  // The pixels of an image file, PNG or JPEG, 32 bits deep. Nothing, and in a few words why, for one that can't be
-  // decoded. Words beside pixels tell what is wrong with them.
+  // The pixels of an image file (PNG, JPEG, GIF, TIFF or BMP), 32 bits deep. Nothing, and in a few words why, for one
+  // that can't be decoded. Words beside pixels tell what is wrong with them.
   static std::optional<GWorld> ofImage(System& system, Bytes file, std::string& why);
   GWorld(GWorld&&) noexcept;
   GWorld& operator=(GWorld&&) noexcept;
