@@ -12,6 +12,7 @@ int main(int count, char** arguments) {
   addRecord(app, chosen);
   addList(app, chosen);
   addAssemble(app, chosen);
+  addExtract(app, chosen);
   const auto forward = [arguments](const auto&) { return startHostcode(arguments); };
   addRun(app, chosen, forward);
   addClasses(app, chosen, forward);

@@ -153,6 +153,30 @@ ListingEnd listOpcodes(Bytes picture, const std::function<void(const Listing&)>&
   return {reader.error(), reader.left()};
 }
 
+PictureExtent pictureExtent(Bytes picture) {
+  PictureReader reader(picture);
+  Opcode opcode;
+  while (reader.next(opcode)) {
+  }
+  return {reader.ended() ? reader.at() : opcode.offset, reader.ended()};
+}
+
+std::vector<PictureImage> imagesIn(Bytes picture) {
+  std::vector<PictureImage> images;
+  ColorTables tables;
+  PictureReader reader(picture);
+  Opcode opcode;
+  while (reader.next(opcode)) {
+    if (opcode.number != op::CompressedQuickTime::kNumber) continue;
+    op::CompressedQuickTime op;
+    readOperands(opcode.operands, op);
+    ByteReader data(op.data);
+    const auto image = readQuickTimeImage(data, tables);
+    if (image) images.push_back(image->told());
+  }
+  return images;
+}
+
 bool listPicture(Bytes picture, const std::function<void(const std::string&)>& line) {
   if (const auto header = pictureHeader(picture)) {
     line(format("version %d, frame ", header->version) + textOf(header->frame) + ", source " +

@@ -86,12 +86,12 @@ bool readMatte(ByteReader& in, std::uint32_t size, ColorTables& tables, std::opt
 
 }  // namespace
 
-std::string EncodedImage::inWords() const {
-  std::string letters = codec;
+std::string describe(const PictureImage& image) {
+  std::string letters = image.codec;
   std::ranges::replace_if(
       letters, [](char c) { return c < ' ' || c > '~'; }, '?');
-  return format("codec \"%s\", depth %d, %dx%d, %zu bytes", letters.c_str(), depth, source.told.width,
-                source.told.height, source.data.size());
+  return format("codec \"%s\", depth %d, %dx%d, %zu bytes", letters.c_str(), image.depth, image.width, image.height,
+                image.bytes.size());
 }
 
 std::optional<QuickTimeImage> readQuickTimeImage(ByteReader& in, ColorTables& tables) {

@@ -12,7 +12,8 @@ struct EncodedImage {
   ImageSource source;  // of the picture's bytes
   int depth = 0;       // as the picture tells it: greys have 33 to 40
 
-  std::string inWords() const;
+  PictureImage told() const { return {codec, source.told.width, source.told.height, depth, source.data}; }
+  std::string inWords() const { return describe(told()); }
 };
 
 struct QuickTimeImage : EncodedImage {

@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "engine/text/mac_roman.h"
+#include "qdraw/qdraw.h"
 
 namespace qd {
 namespace {
@@ -64,6 +65,23 @@ char32_t unicodeOf(Encoding encoding, unsigned char byte) {
     if (byte >= row.first && byte <= row.last) return row.code + (byte - row.first);
   }
   return kNoCharacter;
+}
+
+std::string utf8OfMacRoman(std::string_view text) {
+  std::string utf8;
+  for (const char byte : text) {
+    const auto value = static_cast<unsigned char>(byte);
+    const char32_t c = value < 0x80 ? value : kMacRomanUpper[value - 0x80];
+    if (c < 0x80) {
+      utf8 += byte;
+      continue;
+    }
+    // None of them takes four bytes.
+    if (c >= 0x800) utf8 += static_cast<char>(0xE0 | c >> 12);
+    utf8 += static_cast<char>(c < 0x800 ? 0xC0 | c >> 6 : 0x80 | (c >> 6 & 0x3F));
+    utf8 += static_cast<char>(0x80 | (c & 0x3F));
+  }
+  return utf8;
 }
 
 }  // namespace qd

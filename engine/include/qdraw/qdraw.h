@@ -78,6 +78,28 @@ struct PictureInfo {
 // What a picture is; nothing if it is none.
 std::optional<PictureInfo> pictureInfo(Bytes picture);
 
+// How far a picture's opcodes can be read: past its end opcode if it is whole, or up to the first that is broken.
+struct PictureExtent {
+  std::size_t bytes = 0;
+  bool isWhole = false;
+};
+PictureExtent pictureExtent(Bytes picture);
+
+// An image that a picture holds in a format from elsewhere, by QuickTime.
+struct PictureImage {
+  std::string codec;  // four characters: "jpeg", "png ", "cvid"
+  int width = 0, height = 0;
+  int depth = 0;  // 33 to 40: greys of 1 to 8 bits
+  Bytes bytes;    // of the picture's own
+};
+// In their order, up to the picture's end or to what is broken.
+std::vector<PictureImage> imagesIn(Bytes picture);
+// "codec "jpeg", depth 32, 40x30, 1234 bytes".
+std::string describe(const PictureImage& image);
+
+// What a Mac's own text says, like a name of a font or a resource.
+std::string utf8OfMacRoman(std::string_view text);
+
 // Where and why a picture ended too early.
 struct PictureError {
   std::size_t offset = 0;  // of the opcode, in bytes

@@ -1,0 +1,63 @@
+// Looks into bytes, and into what lies in them, and keeps what it finds.
+#pragma once
+
+#include "containers/containers.h"
+#include "containers/cursor.h"
+
+namespace containers {
+
+class Finder {
+ public:
+  Finder(bool isSearching, const Limits& limits) : isSearching_(isSearching), limits_(limits) {}
+
+  // Finds what is in bytes; names of what lies in them begin with their place.
+  void look(Bytes bytes, const std::string& place);
+  // Takes a picture; false if no more are taken.
+  bool found(const std::string& place, const std::string& title, Bytes picture);
+  // Adds bytes to those that are unpacked; false if no more may be.
+  bool unpack(Buffer& to, Bytes more);
+  // A sentence on what lies at that place.
+  void note(const std::string& place, const std::string& sentence);
+
+  Contents take();
+
+ private:
+  bool isFull(bool isTooMuch, const std::string& sentence);
+
+  bool isSearching_;
+  Limits limits_;
+  Contents contents_;
+  int depth_ = 0;
+  std::uint64_t bytes_ = 0;
+  std::size_t untold_ = 0;
+  bool isFull_ = false;
+};
+
+// A text from elsewhere as a part of names and sentences: what controls a terminal or is no UTF-8 becomes "?".
+std::string shown(std::string_view text);
+// The path of something in an archive, without what would lead out of a folder.
+std::string pathIn(const std::string& place, std::string_view path);
+// "3 of 5 bytes".
+std::string ofBytes(std::uint64_t there, std::uint64_t told);
+
+// What containers are known, each by what holds in its bytes. Opening tells the finder what is inside.
+struct Container {
+  Kind kind;
+  bool (*holds)(Bytes file);
+  void (*open)(Bytes file, const std::string& place, Finder& finder);
+};
+const Container* containerOf(Bytes file);
+// What bytes are that are neither a picture nor a container; nothing if they are nothing that is known.
+const Kind* knownKind(Bytes file);
+
+bool isAppleSingle(Bytes file);
+bool isAppleDouble(Bytes file);
+void openAppleFile(Bytes file, const std::string& place, Finder& finder);
+bool isMacBinary(Bytes file);
+void openMacBinary(Bytes file, const std::string& place, Finder& finder);
+bool isResourceFork(Bytes file);
+void openResourceFork(Bytes file, const std::string& place, Finder& finder);
+
+void search(Bytes bytes, const std::string& place, Finder& finder);
+
+}  // namespace containers
