@@ -25,38 +25,63 @@ std::optional<PictureInfo> pictureInfo(Bytes picture) {
 }
 
 std::optional<GWorld> GWorld::make(System& system, int width, int height, int depth, int colorTable) {
+  if (width > INT16_MAX || height > INT16_MAX) return std::nullopt;
+  return make(system, MakeRect(0, 0, width, height), depth, colorTable);
+}
+
+std::optional<GWorld> GWorld::make(System& system, const Rect& bounds, int depth, int colorTable) {
   constexpr int kDepths[] = {1, 2, 4, 8, 16, 32};
-  if (width <= 0 || height <= 0 || std::ranges::find(kDepths, depth) == std::end(kDepths)) return std::nullopt;
+  if (Box(bounds).empty() || std::ranges::find(kDepths, depth) == std::end(kDepths)) return std::nullopt;
   ColorTablePtr colors;
   if (depth <= 8) {
     ColorTables& tables = system.resources_->tables;
     colors = colorTable != 0 ? tables.byId(colorTable) : tables.standard(depth);
     if (colors == nullptr || colors->colors().size() > std::size_t{1} << depth) return std::nullopt;
   }
-  auto pixels = whitePixels(Box(0, 0, height, width), depth, colors);
+  auto pixels = whitePixels(Box(bounds), depth, colors);
   if (!pixels) return std::nullopt;
   return GWorld(std::make_unique<Port>(std::move(*pixels), *system.resources_));
 }
 
-std::optional<GWorld> GWorld::ofImage(System& system, Bytes file, std::string& why) {
+namespace {
+
+// A pixel with its opacity, laid on an opaque one.
+std::uint32_t laidOn(std::uint32_t background, std::uint32_t pixel) {
+  const std::uint32_t alpha = alphaOf(pixel);
+  std::uint32_t laid = 0;
+  for (const int shift : {16, 8, 0}) {
+    const auto component = [shift](std::uint32_t p) { return p >> shift & 0xFF; };
+    laid |= (component(pixel) * alpha + component(background) * (255 - alpha) + 127) / 255 << shift;
+  }
+  return laid;
+}
+
+}  // namespace
+
+std::optional<GWorld> GWorld::ofImage(System& system, Bytes file, std::string& why, const Transparency& transparency) {
   const auto image = openFile({file, {}}, why);
   if (image == nullptr) return std::nullopt;
-  const int width = image->format().width;
-  auto world = make(system, width, image->format().height);
-  if (!world) {
-    why = "there is no memory for " + std::to_string(width) + "x" + std::to_string(image->format().height) + " pixels";
-    return world;
+  const auto& [width, height, depth, colors, hasAlpha] = image->format();
+  auto pixels = OwnedPixels::make(Box(0, 0, height, width), 32, nullptr);
+  if (!pixels) {
+    why = "there is no memory for " + std::to_string(width) + "x" + std::to_string(height) + " pixels";
+    return std::nullopt;
   }
+  pixels->map.hasAlpha = hasAlpha && transparency.isKept;
+  const std::uint32_t background = deepPixel(transparency.background);
   std::vector<std::uint32_t> row(static_cast<std::size_t>(width));
-  for (int y = 0; y < world->height(); ++y) {
+  for (int y = 0; y < height; ++y) {
     if (!image->next(row)) {
       why = "it is damaged in row " + std::to_string(y);
       return std::nullopt;
     }
-    world->port_->map().put(y, 0, row);
+    if (hasAlpha && !transparency.isKept) {
+      for (std::uint32_t& pixel : row) pixel = laidOn(background, pixel);
+    }
+    pixels->map.put(y, 0, row);
   }
   why = image->isDamaged() ? "it is damaged, and parts of it are made up" : "";
-  return world;
+  return GWorld(std::make_unique<Port>(std::move(*pixels), *system.resources_));
 }
 
 GWorld::GWorld(std::unique_ptr<Port> port) : port_(std::move(port)) {}
@@ -74,7 +99,7 @@ Bytes GWorld::row(int y) const { return {port_->map().row(y), rowBytes()}; }
 void GWorld::rgb(int y, std::span<std::uint8_t> triplets) const {
   const PixelMap& map = port_->map();
   std::vector<std::uint32_t> pixels(static_cast<std::size_t>(width()));
-  map.get(y, 0, pixels);
+  map.get(y, map.bounds.left, pixels);
   auto out = triplets.begin();
   for (const std::uint32_t pixel : pixels) {
     const std::uint32_t deep = map.depth == 32 ? pixel : deepPixel(map.colorOf(pixel));
@@ -106,6 +131,11 @@ Playback GWorld::play(Bytes picture, const Rect& target) {
   return playback;
 }
 Playback GWorld::play(Bytes picture) { return play(picture, toRect(port_->map().bounds)); }
+
+bool GWorld::playOpacity(Bytes picture, const Rect& target) {
+  perform(*port_, ShapeCommand{.shape = Shape::rect, .verb = Verb::paint, .rect = toRect(port_->map().bounds)});
+  return playFourth(*port_, picture, target);
+}
 
 bool VectorSink::append(Bytes bytes, std::size_t spare) {
   const std::size_t needed = bytes_.size() + bytes.size() + spare;

@@ -7,19 +7,21 @@
 namespace qd {
 namespace {
 
-// All pixels as red, green, blue.
+// All pixels as red, green, blue, and opacity if there is one.
 class WholeImage final : public ImageReader {
  public:
   explicit WholeImage(Bytes data)
-      : rgb_(stbi_load_from_memory(data.data(), static_cast<int>(data.size()), &format_.width, &format_.height, nullptr,
-                                   3)) {
-    at_ = rgb_.get();
+      : channels_(channelsOf(data)),
+        pixels_(stbi_load_from_memory(data.data(), static_cast<int>(data.size()), &format_.width, &format_.height,
+                                      nullptr, channels_)),
+        at_(pixels_.get()) {
+    format_.hasAlpha = channels_ == 4;
   }
-  bool isDecoded() const { return rgb_ != nullptr; }
+  bool isDecoded() const { return pixels_ != nullptr; }
 
   bool next(std::span<std::uint32_t> row) override {
-    unpackTriplets(at_, row);
-    at_ += static_cast<std::size_t>(format_.width) * 3;
+    unpackComponents(at_, channels_, row);
+    at_ += static_cast<std::size_t>(format_.width) * static_cast<std::size_t>(channels_);
     return true;
   }
 
@@ -27,7 +29,14 @@ class WholeImage final : public ImageReader {
   struct Free {
     void operator()(stbi_uc* pixels) const { stbi_image_free(pixels); }
   };
-  std::unique_ptr<stbi_uc, Free> rgb_;
+  static int channelsOf(Bytes data) {
+    int width = 0, height = 0, channels = 0;
+    stbi_info_from_memory(data.data(), static_cast<int>(data.size()), &width, &height, &channels);
+    return channels == 2 || channels == 4 ? 4 : 3;  // of a grey with opacity, or of colours with it
+  }
+
+  int channels_;
+  std::unique_ptr<stbi_uc, Free> pixels_;
   const std::uint8_t* at_;
 };
 

@@ -36,7 +36,10 @@ std::vector<std::uint8_t> takeBlocks(OrderedReader& in) {
   return bytes;
 }
 
+constexpr int kOpaque = -1;
+
 struct Frame {
+  int transparent = kOpaque;  // the index of no colour
   int left = 0, top = 0, width = 0, height = 0;
   bool isInterlaced = false;
   ColorTablePtr colors;
@@ -49,8 +52,11 @@ bool readFrame(OrderedReader& in, ColorTablePtr colors, Frame& frame) {
   constexpr int kExtension = 0x21, kImage = 0x2C;
   int block = in.u8();
   for (; block == kExtension; block = in.u8()) {
-    in.u8();
-    takeBlocks(in);
+    constexpr int kGraphicControl = 0xF9;
+    const int label = in.u8();
+    const std::vector<std::uint8_t> control = takeBlocks(in);
+    if (label == kGraphicControl && control.size() >= 4)
+      frame.transparent = (control[0] & 1) != 0 ? control[3] : kOpaque;
   }
   if (block != kImage) return false;
   frame.left = in.u16();
@@ -67,9 +73,14 @@ bool readFrame(OrderedReader& in, ColorTablePtr colors, Frame& frame) {
 }
 
 bool decode(const Frame& frame, int background, WholeImage& image) {
-  const auto& colors = frame.colors->deepPixels();
-  const std::vector<std::uint32_t> empty(static_cast<std::size_t>(image.format().width),
-                                         colors[static_cast<std::size_t>(background)]);
+  auto colors = frame.colors->deepPixels();
+  if (image.format().hasAlpha) {
+    for (std::uint32_t& color : colors) color |= 0xFF000000;
+    colors[static_cast<std::size_t>(frame.transparent)] &= onesOf(32);
+  }
+  const std::vector<std::uint32_t> empty(
+      static_cast<std::size_t>(image.format().width),
+      image.format().hasAlpha ? 0 : colors[static_cast<std::size_t>(background)]);
   for (int y = 0; y < image.format().height; ++y) image.put(y, 0, empty);
 
   const auto width = static_cast<std::size_t>(frame.width);
@@ -109,7 +120,7 @@ std::unique_ptr<ImageReader> openGif(const ImageSource& source, std::string& why
     return mayBeHeldWhole(w, h, source.data.size(), kMostPixelsPerByte, why);
   };
   if (!isPossible(width, height) || !isPossible(frame.width, frame.height)) return nullptr;
-  return WholeImage::decoded({width, height, 32, nullptr}, why,
+  return WholeImage::decoded({width, height, 32, nullptr, frame.transparent != kOpaque}, why,
                              [&](WholeImage& image) { return decode(frame, background, image); });
 }
 

@@ -41,10 +41,11 @@ bool mayBeHeldWhole(std::int64_t width, std::int64_t height, std::size_t bytes, 
   return false;
 }
 
-void unpackTriplets(const std::uint8_t* from, std::span<std::uint32_t> row) {
+void unpackComponents(const std::uint8_t* from, int count, std::span<std::uint32_t> row) {
   for (std::uint32_t& pixel : row) {
     pixel = static_cast<std::uint32_t>(from[0] << 16 | from[1] << 8 | from[2]);
-    from += 3;
+    if (count == 4) pixel |= std::uint32_t{from[3]} << 24;
+    from += count;
   }
 }
 

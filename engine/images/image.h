@@ -14,6 +14,7 @@ struct ImageFormat {
   int width = 0, height = 0;
   int depth = 32;        // that of a map
   ColorTablePtr colors;  // of indices
+  bool hasAlpha = false;  // pixels of 32 bits have their opacity in the highest byte
 };
 
 // Where an image comes from. What a picture tells beside the data is for codecs whose data don't tell it themselves.
@@ -51,8 +52,8 @@ inline constexpr const char* kSenseless = "its data make no sense";
 
 inline constexpr const char* kTooShort = "it ends too early";
 
-// Pixels of red, green, blue, a byte each.
-void unpackTriplets(const std::uint8_t* from, std::span<std::uint32_t> row);
+// Pixels of red, green, blue, a byte each, and of opacity if they have four.
+void unpackComponents(const std::uint8_t* from, int count, std::span<std::uint32_t> row);
 
 // ---- limits
 

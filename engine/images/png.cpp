@@ -67,6 +67,9 @@ class PngReader final : public ImageReader {
     png_set_option(library_, PNG_IGNORE_ADLER32, PNG_OPTION_ON);
     png_read_info(library_, head_);
     png_set_strip_16(library_);
+    const bool hasKey = png_get_valid(library_, head_, PNG_INFO_tRNS) != 0;
+    if (hasKey) png_set_expand(library_);
+    if (hasKey || png_get_color_type(library_, head_) == PNG_COLOR_TYPE_GRAY_ALPHA) png_set_gray_to_rgb(library_);
     passes_ = png_set_interlace_handling(library_);
     png_read_update_info(library_, head_);
     readTable();
@@ -77,12 +80,12 @@ class PngReader final : public ImageReader {
   void readTable() {
     depth_ = png_get_bit_depth(library_, head_);
     channels_ = png_get_channels(library_, head_);
-    isColor_ = (png_get_color_type(library_, head_) & PNG_COLOR_MASK_COLOR) != 0;
+    format_.hasAlpha = (png_get_color_type(library_, head_) & PNG_COLOR_MASK_ALPHA) != 0;
     const std::size_t last = (std::size_t{1} << depth_) - 1;
     for (std::size_t i = 0; i <= last; ++i) table_[i] = static_cast<std::uint32_t>(i * 255 / last * 0x010101);
     png_colorp palette = nullptr;
     int count = 0;
-    if (png_get_PLTE(library_, head_, &palette, &count) == 0 || channels_ != 1 || !isColor_) return;
+    if (png_get_PLTE(library_, head_, &palette, &count) == 0 || channels_ != 1) return;
     table_ = {};
     std::transform(palette, palette + std::min(count, 256), table_.begin(), [](const png_color& color) {
       return static_cast<std::uint32_t>(color.red << 16 | color.green << 8 | color.blue);
@@ -108,12 +111,8 @@ class PngReader final : public ImageReader {
     if (channels_ == 1) {
       unpackPixels(depth_, from, 0, row);
       for (std::uint32_t& pixel : row) pixel = table_[pixel];
-      return;
-    }
-    const int green = isColor_ ? 1 : 0;
-    for (std::uint32_t& pixel : row) {
-      pixel = static_cast<std::uint32_t>(from[0] << 16 | from[green] << 8 | from[2 * green]);
-      from += channels_;
+    } else {
+      unpackComponents(from, channels_, row);
     }
   }
 
@@ -121,7 +120,6 @@ class PngReader final : public ImageReader {
   png_structp library_ = nullptr;
   png_infop head_ = nullptr;
   int passes_ = 1, depth_ = 8, channels_ = 1;
-  bool isColor_ = false;
   std::array<std::uint32_t, 256> table_ = {};
   std::vector<std::uint8_t> rows_;  // the last one, or all
   std::size_t row_ = 0;

@@ -14,7 +14,7 @@ class RawReader final : public ImageReader {
   bool next(std::span<std::uint32_t> row) override {
     const std::uint8_t* from = at_;
     at_ += rowBytes_;
-    depth_ == 24 ? unpackTriplets(from, row) : unpackColors(depth_, from, row);
+    depth_ == 24 ? unpackComponents(from, 3, row) : unpackColors(depth_, from, row);
     return true;
   }
 

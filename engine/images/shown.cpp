@@ -43,6 +43,10 @@ std::optional<ShownImage> read(ImageReader& image, const Axis& h, const Axis& v)
     }
     if (!image.next(row)) return std::nullopt;
     for (std::size_t i = 0; i < columns.size(); ++i) columns[i] = row[static_cast<std::size_t>(h.indices[i])];
+    // A picture's images are drawn by their colours, whatever their opacity.
+    if (format.hasAlpha) {
+      for (std::uint32_t& pixel : columns) pixel &= onesOf(32);
+    }
     pixels->map.put(y, h.first, columns);
   }
   return ShownImage{std::move(*pixels), Box(v.from, h.from, v.fromEnd, h.fromEnd), Box(v.to, h.to, v.toEnd, h.toEnd)};

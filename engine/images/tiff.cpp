@@ -15,6 +15,7 @@ namespace {
 constexpr std::int64_t kMostPixelsPerByte = 4096 * 8;
 
 enum Packing { kPlain = 1, kLzw = 5, kPackBits = 32773 };
+enum Extra { kPremultiplied = 1, kAlpha = 2 };  // the fourth sample, which may be in the colours already
 enum Meaning { kWhiteIsZero = 0, kBlackIsZero = 1, kDeep = 2, kPalette = 3 };
 
 // The first directory. A field is one number or a list of them.
@@ -74,6 +75,9 @@ struct Tiff {
     isInPlanes = samples > 1 && directory.number(284, 1) != 1;
     isDifferences = packing == kLzw && directory.number(317, 1) == 2;
     if (meaning == kPalette) palette = directory.list(320);
+    const std::uint32_t extra = directory.number(338, 0);
+    hasAlpha = samples == 4 && (extra == kPremultiplied || extra == kAlpha);
+    isPremultiplied = extra == kPremultiplied;
   }
 
   bool isSane() const {
@@ -105,8 +109,17 @@ struct Tiff {
   Bytes file;
   std::uint32_t width, height, bits, packing, meaning, samples, rowsPerStrip;
   std::vector<std::uint32_t> offsets, sizes, palette;
-  bool isInPlanes, isDifferences;
+  bool isInPlanes, isDifferences, hasAlpha, isPremultiplied;
 };
+
+// A pixel whose colours may be weaker by its opacity.
+std::uint32_t deepOf(const Tiff& tiff, const std::uint8_t* samples) {
+  const std::uint32_t alpha = tiff.hasAlpha ? samples[3] : 0;
+  const auto component = [&](int c) -> std::uint32_t {
+    return tiff.isPremultiplied && alpha != 0 ? std::min(255U, (samples[c] * 255U + alpha / 2) / alpha) : samples[c];
+  };
+  return alpha << 24 | component(0) << 16 | component(1) << 8 | component(2);
+}
 
 // How many bytes there are of a strip.
 std::size_t unpackStrip(const Tiff& tiff, Bytes strip, std::vector<std::uint8_t>& to) {
@@ -147,7 +160,7 @@ bool decode(const Tiff& tiff, WholeImage& image) {
         const std::uint8_t* pixel = samples + x * tiff.samples;
         row[x] = tiff.samples == 1   ? table[row[x]]
                  : tiff.samples == 2 ? table[pixel[0]]
-                                     : static_cast<std::uint32_t>(pixel[0] << 16 | pixel[1] << 8 | pixel[2]);
+                                     : deepOf(tiff, pixel);
       }
       image.put(static_cast<int>(y), 0, row);
     }
@@ -165,7 +178,7 @@ std::unique_ptr<ImageReader> openTiff(const ImageSource& source, std::string& wh
     return nullptr;
   }
   if (!mayBeHeldWhole(tiff.width, tiff.height, source.data.size(), kMostPixelsPerByte, why)) return nullptr;
-  const ImageFormat format = {static_cast<int>(tiff.width), static_cast<int>(tiff.height), 32, nullptr};
+  const ImageFormat format = {static_cast<int>(tiff.width), static_cast<int>(tiff.height), 32, nullptr, tiff.hasAlpha};
   return WholeImage::decoded(format, why, [&tiff](WholeImage& image) { return decode(tiff, image); });
 }
 

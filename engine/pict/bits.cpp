@@ -13,17 +13,23 @@ Bytes takeRow(ByteReader& in, const RowForm& form) {
   return in.take(form.hasByteCounts ? in.u8() : in.u16());
 }
 
-// A row of 32 bits from its planes or triplets.
+// A row of 32 bits from its planes, of which the fourth component's is the first, or from triplets.
 void gather(const Map& map, std::span<const std::uint8_t> row, std::span<std::uint32_t> pixels) {
   const std::size_t width = pixels.size();
   const bool isPlanes = map.pixels.packType != Map::kTriplets;
-  const std::uint8_t* base = row.data() + (isPlanes && map.pixels.cmpCount == 4 ? width : 0);
+  const bool isFour = isPlanes && hasFourth(map);
+  const std::uint8_t* base = row.data() + (isFour ? width : 0);
   for (std::size_t x = 0; x < width; ++x) {
     const auto component = [&](std::size_t c) -> std::uint32_t {
       return isPlanes ? base[c * width + x] : base[3 * x + c];
     };
-    pixels[x] = component(0) << 16 | component(1) << 8 | component(2);
+    pixels[x] = (isFour ? row[x] << 24U : 0) | component(0) << 16 | component(1) << 8 | component(2);
   }
+}
+
+void keep(Components wanted, int depth, std::span<std::uint32_t> pixels) {
+  for (std::uint32_t& pixel : pixels)
+    pixel = wanted == Components::colors ? pixel & onesOf(depth) : alphaOf(pixel) * 0x010101;
 }
 
 int rowBytesOf(const PixelMap& map) {
@@ -31,6 +37,10 @@ int rowBytesOf(const PixelMap& map) {
 }
 
 }  // namespace
+
+bool hasFourth(const Map& map) {
+  return map.isDeep() && map.depth() == 32 && map.pixels.packType != Map::kTriplets && map.pixels.cmpCount == 4;
+}
 
 RowForm rowForm(const Map& map, bool isPacked) {
   const auto rowBytes = static_cast<std::size_t>(map.bytesInRow());
@@ -43,7 +53,7 @@ RowForm rowForm(const Map& map, bool isPacked) {
   if (map.depth() == 16) return {rowBytes, 2, packs, hasByteCounts};
   if (packType == Map::kTriplets) return {width * 3, 1, false, hasByteCounts};
   if (!packs) return {rowBytes, 1, false, hasByteCounts};
-  return {width * (map.pixels.cmpCount == 4 ? 4U : 3U), 1, true, hasByteCounts};
+  return {width * (hasFourth(map) ? 4U : 3U), 1, true, hasByteCounts};
 }
 
 namespace {
@@ -96,7 +106,7 @@ void putCount(ByteWriter& out, const RowForm& form, std::size_t count) {
   form.hasByteCounts ? out.u8(static_cast<int>(count)) : out.u16(static_cast<int>(count));
 }
 
-std::optional<OwnedPixels> pixelsOf(const Map& map, const Rows& rows) {
+std::optional<OwnedPixels> pixelsOf(const Map& map, const Rows& rows, Components wanted) {
   const RowForm form = rowForm(map, rows);
   const Box bounds(map.bounds);
   ByteReader in(rows.bytes);
@@ -119,8 +129,9 @@ std::optional<OwnedPixels> pixelsOf(const Map& map, const Rows& rows) {
     if (isGathered) {
       gather(map, row, values);
     } else {
-      unpackColors(map.depth(), row.data(), values);
+      unpackPixels(map.depth(), row.data(), 0, values);
     }
+    if (map.isDeep()) keep(wanted, map.depth(), values);
     pixels->map.put(y, bounds.left, values);
   }
   return pixels;
@@ -172,7 +183,7 @@ Map mapOf(const PixelMap& source, ByteWriter& colors) {
   if (source.isDirect()) {
     pixels.packType = isShort(source) ? Map::kRaw : source.depth == 16 ? Map::kWords : Map::kPlanes;
     pixels.pixelType = 16;
-    pixels.cmpCount = 3;
+    pixels.cmpCount = source.hasAlpha ? 4 : 3;
     pixels.cmpSize = source.depth == 32 ? 8 : 5;
     return map;
   }
@@ -212,9 +223,11 @@ void packRows(ByteWriter& out, const PixelMap& map) {
     map.get(y, map.bounds.left, pixels);
     const bool isRaw = rowBytes < kRawBelow;
     if (map.depth == 32 && !isRaw) {
-      row.resize(3 * width);
+      const std::size_t planes = map.hasAlpha ? 4 : 3;
+      row.resize(planes * width);
       for (std::size_t x = 0; x < width; ++x) {
-        for (std::size_t c = 0; c < 3; ++c) row[c * width + x] = static_cast<std::uint8_t>(pixels[x] >> (16 - 8 * c));
+        for (std::size_t c = 0; c < planes; ++c)
+          row[c * width + x] = static_cast<std::uint8_t>(pixels[x] >> (8 * (planes - 1 - c)));
       }
     } else {
       row.assign(rowBytes, 0);

@@ -24,8 +24,11 @@ void eachRow(const Map& map, const Rows& rows, const std::function<void(Bytes)>&
 // The count in front of a packed row.
 void putCount(ByteWriter& out, const RowForm& form, std::size_t count);
 
-// The pixels that rows are; nothing if they can't be unpacked.
-std::optional<OwnedPixels> pixelsOf(const Map& map, const Rows& rows);
+// Whether pixels have a fourth component, which QuickDraw doesn't draw and others take for their opacity.
+bool hasFourth(const Map& map);
+// The pixels that rows are, or greys of their fourth component; nothing if they can't be unpacked.
+enum class Components { colors, fourth };
+std::optional<OwnedPixels> pixelsOf(const Map& map, const Rows& rows, Components wanted = Components::colors);
 ColorTablePtr colorsOf(const Colors& table, int depth);
 std::optional<Pattern> patternOf(const PixelPatternFields& fields);
 

@@ -18,8 +18,13 @@ namespace {
 
 class Player {
  public:
-  Player(Port& port, const PictureHeader& header, const Rect& target, std::vector<std::string>& remarks)
-      : port_(port), callersClip_(port.state.clip), mapping_(header.source, Box(target)), remarks_(remarks) {
+  Player(Port& port, const PictureHeader& header, const Rect& target, Components wanted,
+         std::vector<std::string>& remarks)
+      : port_(port),
+        callersClip_(port.state.clip),
+        mapping_(header.source, Box(target)),
+        wanted_(wanted),
+        remarks_(remarks) {
     const int visibility = port.state.penVisibility;
     port.state = PortState{};
     port.state.penVisibility = visibility;
@@ -27,6 +32,8 @@ class Player {
     setPenSize();
     setText();
   }
+
+  int fourths() const { return fourths_; }
 
   enum class Outcome { played, skipped, undrawn, broken, withoutMemory };
 
@@ -137,7 +144,9 @@ class Player {
 
   template <class Op>
   requires(Op::kKind == Kind::bits) Outcome take(const Op& op) {
-    const auto pixels = pixelsOf(op.map, op.rows);
+    if (wanted_ == Components::fourth && !hasFourth(op.map)) return Outcome::undrawn;
+    fourths_ += hasFourth(op.map) ? 1 : 0;
+    const auto pixels = pixelsOf(op.map, op.rows, wanted_);
     if (!pixels) return Outcome::broken;
     countBytes(pixels->map);
     if (op.rows.hasWrongCounts) remark("rows of pixels are counted by bytes where words are due, and read so");
@@ -368,6 +377,8 @@ class Player {
   Port& port_;
   const Region callersClip_;
   Mapping mapping_;
+  const Components wanted_;
+  int fourths_ = 0;  // images whose pixels have one
   std::vector<std::string>& remarks_;
   std::optional<OwnedPixels> matte_;  // of the bits that come next
   std::optional<Rect> shown_;         // where the image was drawn that came just before
@@ -406,7 +417,9 @@ class StateSaver {
 
 }  // namespace
 
-Playback play(Port& port, Bytes picture, const Rect& target) {
+namespace {
+
+Playback play(Port& port, Bytes picture, const Rect& target, Components wanted, int& fourths) {
   Playback playback;
   PictureReader reader(picture);
   if (reader.error() || reader.header().source.empty() || Box(target).empty()) {
@@ -414,7 +427,7 @@ Playback play(Port& port, Bytes picture, const Rect& target) {
     return playback;
   }
   const StateSaver saver(port);
-  Player player(port, reader.header(), target, playback.remarks);
+  Player player(port, reader.header(), target, wanted, playback.remarks);
   port.drawn = 0;
   port.work = {};
   Opcode opcode;
@@ -423,6 +436,7 @@ Playback play(Port& port, Bytes picture, const Rect& target) {
         withinMemory([&] { return player.play(opcode); }, [] { return Player::Outcome::withoutMemory; });
     playback.drawn = static_cast<int>(port.drawn);
     playback.work = port.work;
+    fourths = player.fourths();
     switch (outcome) {
       case Player::Outcome::played:
         ++playback.played;
@@ -447,6 +461,19 @@ Playback play(Port& port, Bytes picture, const Rect& target) {
     playback.remarks.emplace_back("it ends without an end opcode");
   }
   return playback;
+}
+
+}  // namespace
+
+Playback play(Port& port, Bytes picture, const Rect& target) {
+  int fourths = 0;
+  return play(port, picture, target, Components::colors, fourths);
+}
+
+bool playFourth(Port& port, Bytes picture, const Rect& target) {
+  int fourths = 0;
+  const Playback playback = play(port, picture, target, Components::fourth, fourths);
+  return !playback.error && playback.drawn == 1 && playback.undrawn == 0 && fourths == 1;
 }
 
 }  // namespace qd

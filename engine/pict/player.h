@@ -9,5 +9,8 @@ namespace qd {
 // Maps the picture's space to the target and draws. The port's state is as before afterwards. The first broken opcode
 // ends the playback; what came before it stays.
 Playback play(Port& port, Bytes picture, const Rect& target);
+// Plays an image by what its pixels have as their fourth component, as greys. False unless the picture is nothing but
+// one image of such pixels.
+bool playFourth(Port& port, Bytes picture, const Rect& target);
 
 }  // namespace qd

@@ -135,6 +135,7 @@ std::optional<OwnedPixels> duplicate(const PixelMap& map, const Box& part) {
   const Box box = intersect(map.bounds, part);
   auto copy = OwnedPixels::make(box, map.depth, map.colors);
   if (!copy) return copy;
+  copy->map.hasAlpha = map.hasAlpha;
   if (map.depth >= 8) {
     copyBytes(map, copy->map, Stretches(box, box), box, Region(box));
   } else {

@@ -60,7 +60,8 @@ struct PixelMap {
   int rowBytes = 0;
   Box bounds;
   int depth = 1;
-  ColorTablePtr colors;  // of an indexed map
+  ColorTablePtr colors;   // of an indexed map
+  bool hasAlpha = false;  // of 32 bits: the byte that makes no colour is the pixel's opacity, and worth keeping
 
   bool isDirect() const { return depth > 8; }
   // One bit deep in black and white: its set bits take the foreground colour, the clear ones the background.
@@ -105,6 +106,8 @@ constexpr RGBColor deepColor(std::uint32_t pixel) {
 constexpr std::uint32_t deepPixel(const RGBColor& color) {
   return static_cast<std::uint32_t>(color.red >> 8 << 16 | (color.green & 0xFF00) | color.blue >> 8);
 }
+// The byte that makes no colour.
+constexpr std::uint32_t alphaOf(std::uint32_t pixel) { return pixel >> 24; }
 constexpr std::uint16_t widen5(std::uint32_t c) { return static_cast<std::uint16_t>((c << 3 | c >> 2) * 257); }
 
 }  // namespace qd

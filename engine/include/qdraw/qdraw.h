@@ -180,6 +180,12 @@ Assembled assemblePicture(std::string_view text);
 
 // ---- pixels
 
+// What becomes of an image's transparency.
+struct Transparency {
+  RGBColor background = {0xFFFF, 0xFFFF, 0xFFFF};  // what the image is laid on
+  bool isKept = false;  // it is not laid on anything: the unused byte of its pixels is their opacity, and recorded
+};
+
 // An offscreen graphics world: pixels to draw on, white at first.
 class GWorld {
  public:
@@ -188,9 +194,12 @@ class GWorld {
   // standard colours of 2, 4 and 8 bits; 0 is the standard one of the depth. Nothing for what is none of these, for no
   // pixels, and for more than can be counted or had.
   static std::optional<GWorld> make(System& system, int width, int height, int depth = 32, int colorTable = 0);
+  // The pixels within bounds; their top row and left column are numbered so.
+  static std::optional<GWorld> make(System& system, const Rect& bounds, int depth = 32, int colorTable = 0);
   // The pixels of an image file (PNG, JPEG, GIF, TIFF or BMP), 32 bits deep. Nothing, and in a few words why, for one
   // that can't be decoded. Words beside pixels tell what is wrong with them.
-  static std::optional<GWorld> ofImage(System& system, Bytes file, std::string& why);
+  static std::optional<GWorld> ofImage(System& system, Bytes file, std::string& why,
+                                       const Transparency& transparency = {});
   GWorld(GWorld&&) noexcept;
   GWorld& operator=(GWorld&&) noexcept;
   ~GWorld();
@@ -211,6 +220,9 @@ class GWorld {
   // Plays a picture into a rectangle, stretched to fit it, or over all of it. The first broken opcode ends it.
   Playback play(Bytes picture, const Rect& target);
   Playback play(Bytes picture);
+  // Plays the opacity of a picture's pixels as greys: black is transparent, as all is outside of the image. False, and
+  // nothing to rely on, unless the picture is one image whose direct pixels have a fourth component.
+  bool playOpacity(Bytes picture, const Rect& target);
 
  private:
   friend class Recorder;
