@@ -8,6 +8,9 @@ namespace containers {
 namespace {
 
 constexpr Container kContainers[] = {
+    {{"a file packed by gzip"}, isGzip, openGzip},
+    {{"a zip archive, or a document in one"}, isZip, openZip},
+    {{"a document of an older office program"}, isCompoundFile, openCompoundFile},
     {{"an AppleSingle file"}, isAppleSingle, openAppleFile},
     {{"an AppleDouble file"}, isAppleDouble, openAppleFile},
     {{"a MacBinary file"}, isMacBinary, openMacBinary},
@@ -32,7 +35,7 @@ Kind kindOf(Bytes file) {
 
 void Finder::look(Bytes bytes, const std::string& place) {
   if (isFull_) return;
-  const std::size_t before = contents_.pictures.size();
+  const std::size_t before = count();
   if (const Container* const container = containerOf(bytes)) {
     if (depth_ == limits_.depth) {
       return note(place, "It lies in " + std::to_string(limits_.depth) +
@@ -44,7 +47,7 @@ void Finder::look(Bytes bytes, const std::string& place) {
   } else if (const auto picture = qd::pictureInFile(bytes)) {
     found(place, "", *picture);
   }
-  if (isSearching_ && contents_.pictures.size() == before) search(bytes, place, *this);
+  if (isSearching_ && count() == before) search(bytes, place, *this);
 }
 
 bool Finder::isFull(bool isTooMuch, const std::string& sentence) {
@@ -54,8 +57,8 @@ bool Finder::isFull(bool isTooMuch, const std::string& sentence) {
 }
 
 bool Finder::found(const std::string& place, const std::string& title, Bytes picture) {
-  if (isFull(contents_.pictures.size() >= limits_.pictures, "There are more than " + std::to_string(limits_.pictures) +
-                                                                " pictures, and those after them are left out."))
+  if (isFull(count() >= limits_.pictures, "There are more than " + std::to_string(limits_.pictures) +
+                                              " pictures, and those after them are left out."))
     return false;
   Found one = {place, title, {}};
   if (!unpack(one.picture, picture)) return false;

@@ -19,6 +19,10 @@ class Finder {
   // A sentence on what lies at that place.
   void note(const std::string& place, const std::string& sentence);
 
+  std::size_t count() const { return contents_.pictures.size(); }
+  // Whether there was more than the limits allow; then nothing more is taken.
+  bool isFull() const { return isFull_; }
+
   Contents take();
 
  private:
@@ -50,6 +54,14 @@ const Container* containerOf(Bytes file);
 // What bytes are that are neither a picture nor a container; nothing if they are nothing that is known.
 const Kind* knownKind(Bytes file);
 
+// What comes out of packed bytes, as far as they are whole and it is taken. False if that isn't all. The values are
+// zlib's.
+enum class Packing { zlib = 15, gzip = 15 + 16 };
+bool inflate(Bytes packed, Packing packing, Buffer& to, Finder& finder);
+
+// An offset in bytes says where each was found.
+void search(Bytes bytes, const std::string& place, Finder& finder);
+
 bool isAppleSingle(Bytes file);
 bool isAppleDouble(Bytes file);
 void openAppleFile(Bytes file, const std::string& place, Finder& finder);
@@ -58,6 +70,11 @@ void openMacBinary(Bytes file, const std::string& place, Finder& finder);
 bool isResourceFork(Bytes file);
 void openResourceFork(Bytes file, const std::string& place, Finder& finder);
 
-void search(Bytes bytes, const std::string& place, Finder& finder);
+bool isGzip(Bytes file);
+void openGzip(Bytes file, const std::string& place, Finder& finder);
+bool isZip(Bytes file);
+void openZip(Bytes file, const std::string& place, Finder& finder);
+bool isCompoundFile(Bytes file);
+void openCompoundFile(Bytes file, const std::string& place, Finder& finder);
 
 }  // namespace containers
