@@ -14,8 +14,10 @@ int main(int count, char** words) {
   if (!world) bench::fail("\"" + std::string(words[1]) + "\" is too large.");
   world->play(asBytes(picture));
   const bench::Side encoding("", [&] {
-    writePNG(words[2], world->width(), world->height(),
-             [&](int y, std::span<std::uint8_t> row) { world->rgb(y, row); });
+    OutputFile file(words[2]);
+    writePNG(file,
+             {world->width(), world->height(), 3, [&](int y, std::span<std::uint8_t> row) { world->rgb(y, row); }, {}});
+    file.commit();
   });
   std::vector<double> taken;
   for (int round = 0; round < 3; ++round) taken.push_back(bench::seconds(encoding, 1));

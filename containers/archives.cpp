@@ -1,6 +1,7 @@
 // What is packed: by gzip, or in a zip with other things.
 #include <archive.h>
 #include <archive_entry.h>
+#include <dlfcn.h>
 #include <zlib.h>
 
 #include <algorithm>
@@ -60,15 +61,43 @@ void openGzip(Bytes file, const std::string& place, Finder& finder) {
 
 namespace {
 
-struct CloseArchive {
-  void operator()(archive* open) const { archive_read_free(open); }
+// libarchive, loaded when there is a zip: all that it takes along would double the time in which a program starts.
+class LibArchive {
+ public:
+  // Null where it isn't installed.
+  static const LibArchive* get() {
+    static const LibArchive library;
+    return library.isWhole_ ? &library : nullptr;
+  }
+
+#define FUNCTION(name) decltype(&::name) name = reinterpret_cast<decltype(&::name)>(find(#name))
+ private:
+  void* library_ = dlopen(LIBARCHIVE, RTLD_NOW | RTLD_LOCAL);
+  bool isWhole_ = library_ != nullptr;
+  void* find(const char* name) {
+    void* const function = isWhole_ ? dlsym(library_, name) : nullptr;
+    isWhole_ = function != nullptr;
+    return function;
+  }
+
+ public:
+  FUNCTION(archive_read_new);
+  FUNCTION(archive_read_free);
+  FUNCTION(archive_read_support_format_zip);
+  FUNCTION(archive_read_open_memory);
+  FUNCTION(archive_read_next_header);
+  FUNCTION(archive_read_data);
+  FUNCTION(archive_error_string);
+  FUNCTION(archive_entry_pathname);
+  FUNCTION(archive_entry_pathname_utf8);
+#undef FUNCTION
 };
 
 // Reads an entry up to its end; less if it is nothing to look into. False if it is damaged.
-bool readEntry(archive* zip, Buffer& to, Finder& finder) {
+bool readEntry(const LibArchive& library, archive* zip, Buffer& to, Finder& finder) {
   Buffer part(1 << 16);
   for (;;) {
-    const la_ssize_t count = archive_read_data(zip, part.data(), part.size());
+    const la_ssize_t count = library.archive_read_data(zip, part.data(), part.size());
     if (count == 0) return true;
     if (count < 0) return false;
     const Bytes more = Bytes(part).first(static_cast<std::size_t>(count));
@@ -83,24 +112,27 @@ bool readEntry(archive* zip, Buffer& to, Finder& finder) {
 bool isZip(Bytes file) { return hasAt(file, 0, "PK\3\4"); }
 
 void openZip(Bytes file, const std::string& place, Finder& finder) {
-  const std::unique_ptr<archive, CloseArchive> zip(archive_read_new());
+  const LibArchive* const library = LibArchive::get();
+  if (library == nullptr) return finder.note(place, "A zip is read by libarchive, and " LIBARCHIVE " isn't there.");
+  const std::unique_ptr<archive, decltype(LibArchive::archive_read_free)> zip(library->archive_read_new(),
+                                                                              library->archive_read_free);
   if (zip == nullptr) throw std::bad_alloc();
-  archive_read_support_format_zip(zip.get());
-  const auto why = [&zip] {
-    const char* const words = archive_error_string(zip.get());
+  library->archive_read_support_format_zip(zip.get());
+  const auto why = [&] {
+    const char* const words = library->archive_error_string(zip.get());
     return shown(words != nullptr ? words : "no reason is given");
   };
-  int result = archive_read_open_memory(zip.get(), file.data(), file.size());
+  int result = library->archive_read_open_memory(zip.get(), file.data(), file.size());
   while (result >= ARCHIVE_WARN && !finder.isFull()) {
     archive_entry* entry = nullptr;
-    result = archive_read_next_header(zip.get(), &entry);
+    result = library->archive_read_next_header(zip.get(), &entry);
     if (result == ARCHIVE_EOF) return;
     if (result < ARCHIVE_WARN) break;
-    const char* path = archive_entry_pathname_utf8(entry);
-    if (path == nullptr) path = archive_entry_pathname(entry);
+    const char* path = library->archive_entry_pathname_utf8(entry);
+    if (path == nullptr) path = library->archive_entry_pathname(entry);
     const std::string name = pathIn(place, path != nullptr ? path : "");
     Buffer unpacked;
-    if (!readEntry(zip.get(), unpacked, finder))
+    if (!readEntry(*library, zip.get(), unpacked, finder))
       finder.note(name, "It is damaged in the zip, or kept by a password: " + why() + ".");
     finder.look(unpacked, name);
   }

@@ -5,6 +5,7 @@
 #include "hostcode/examples.h"
 #include "tools/failure.h"
 #include "tools/files.h"
+#include "tools/png.h"
 
 namespace fs = std::filesystem;
 

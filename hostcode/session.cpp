@@ -9,6 +9,7 @@
 #include "platform/quickdraw/operations.h"
 #include "tools/failure.h"
 #include "tools/files.h"
+#include "tools/png.h"
 
 namespace fs = std::filesystem;
 using runtime::Object;

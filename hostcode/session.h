@@ -7,7 +7,7 @@
 #include "platform/language/evaluator.h"
 #include "platform/runtime/host.h"
 #include "tools/playing.h"
-#include "tools/png.h"
+#include "tools/image.h"
 
 // A file or folder of those that come with the program.
 std::filesystem::path installed(const char* name);

@@ -15,7 +15,7 @@ void addCompletion(CLI::App& app, Command& chosen);
 // Puts the program that runs host code in the place of this one. Throws where it isn't installed.
 Status startHostcode(char** arguments);
 
-// The fonts that come with the program.
+// The fonts that come with the program; each thread has them for itself.
 qd::System& fonts();
 // White pixels. Throws where there is no memory for them, naming what they are for.
-qd::GWorld makeWorld(const std::string& what, int width, int height, PictureKind kind = {});
+qd::GWorld makeWorld(const std::string& what, const qd::Rect& bounds, PictureKind kind = {});

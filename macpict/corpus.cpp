@@ -1,14 +1,15 @@
 // macpict corpus: all pictures below a folder, small on one sheet.
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 #include "macpict/commands.h"
 #include "macpict/means.h"
+#include "macpict/outputs.h"
 #include "tools/failure.h"
 #include "tools/files.h"
 #include "tools/output.h"
 #include "tools/playing.h"
-#include "tools/png.h"
 
 namespace fs = std::filesystem;
 
@@ -46,7 +47,8 @@ Image imageOf(const qd::GWorld& world, int width, int height) {
   Image image{width, height, {}};
   const std::size_t rowBytes = byteCount(width);
   image.rgb.resize(rowBytes * static_cast<std::size_t>(height));
-  Means means(world, width, height);
+  Means means({world.width(), world.height()}, {width, height},
+              [&world](int y, std::span<std::uint8_t> triplets) { world.rgb(y, triplets); });
   for (int y = 0; y < height; ++y)
     means.row(y,
               {reinterpret_cast<std::uint8_t*>(image.rgb.data()) + static_cast<std::size_t>(y) * rowBytes, rowBytes});
@@ -62,7 +64,7 @@ Image label(const std::string& text) {
   recorder.font(kGeneva, 10);
   recorder.text({11, 1}, text);
   recorder.close();
-  qd::GWorld world = makeWorld("A label", kWidth, kLabelHeight);
+  qd::GWorld world = makeWorld("A label", qd::MakeRect(0, 0, kWidth, kLabelHeight));
   world.play(picture);
   return imageOf(world, kWidth, kLabelHeight);
 }
@@ -74,7 +76,7 @@ struct Sum {
 // Renders one picture, counts what became of it, and gives it small. What is wrong is thrown, or said.
 Image renderOne(const std::string& bytes, Sum& sum, std::string& report) {
   const auto [width, height] = playSize("it", asBytes(bytes), {.most = kMostShown});
-  qd::GWorld world = makeWorld("it", width, height);
+  qd::GWorld world = makeWorld("it", qd::MakeRect(0, 0, width, height));
   const qd::Playback playback = world.play(asBytes(bytes));
   sum.undrawn += playback.undrawn;
   report = std::to_string(width) + "x" + std::to_string(height) + ", " + outcomeOf(playback, false);
@@ -88,45 +90,44 @@ Image renderOne(const std::string& bytes, Sum& sum, std::string& report) {
 
 struct Options {
   std::string folder, sheet;
+  OutputOptions output;
   bool isStrict = false;
 };
 
 Status renderCorpus(const Options& options) {
-  const fs::path folder = options.folder;
-  const fs::path sheetPath = options.sheet;
-  std::error_code error;
-  std::vector<fs::path> files;
-  for (const auto& entry : fs::recursive_directory_iterator(folder, error)) {
-    std::string ending = entry.path().extension().string();
-    std::transform(ending.begin(), ending.end(), ending.begin(), [](unsigned char c) { return std::tolower(c); });
-    if (entry.is_regular_file() && (ending == ".pict" || ending == ".pct" || ending == ".pic"))
-      files.push_back(entry.path());
-  }
-  if (error) throw Failure("\"" + folder.string() + "\" can't be read: " + error.message() + ".");
-  if (files.empty()) throw Failure("There is no picture (.pict, .pct, .pic) below \"" + folder.string() + "\".");
-  std::sort(files.begin(), files.end());
+  const fs::path sheetPath = outputAt(options.sheet);
+  const OutputFormat& format = formatFor(sheetPath, options.output);
+  const Inputs inputs({options.folder});
+  std::vector<InputFile> files;
+  std::ranges::copy_if(inputs.files(), std::back_inserter(files),
+                       [](const InputFile& file) { return endsLikePicture(file.name); });
+  for (const std::string& sentence : inputs.unread()) complain(sentence);
+  if (files.empty()) throw Failure("There is no picture (.pict, .pct, .pic) below \"" + options.folder + "\".");
+  if (!mayWrite(sheetPath, inputs, options.output, true)) return kDone;
 
   std::FILE* const words = isStandardOutput(sheetPath) ? stderr : stdout;
   Sheet sheet(files.size());
   Sum sum;
   for (std::size_t i = 0; i < files.size(); ++i) {
-    const std::string name = fs::relative(files[i], folder).string();
+    const std::string name = files[i].place.string();
     std::string report;
     try {
-      sheet.place(i, workOn(files[i].string(), [&] { return renderOne(readPicture(files[i]), sum, report); }),
+      sheet.place(i, workOn(files[i].name, [&] { return renderOne(readPicture(files[i].name), sum, report); }),
                   kLabelHeight);
     } catch (const Failure& failure) {
       ++sum.failed;
       report = std::string("FAILED: ") + failure.what();
     }
     std::fprintf(words, "%-40s %s\n", name.c_str(), report.c_str());
-    sheet.place(i, label(files[i].stem().string()), 0);
+    sheet.place(i, label(files[i].place.stem().string()), 0);
   }
-  writePNG(sheetPath, sheet.image());
+  OutputFile file(sheetPath);
+  format.write(file, sheet.image().rows());
+  file.commit();
   std::fprintf(words,
                "%d pictures rendered whole, %d partly (%d opcodes are not drawn), %d failed; all of them on %s\n",
                sum.whole, sum.partly, sum.undrawn, sum.failed, sheetPath.c_str());
-  return sum.failed == 0 && (!options.isStrict || sum.partly == 0) ? kDone : kFailed;
+  return sum.failed == 0 && inputs.unread().empty() && (!options.isStrict || sum.partly == 0) ? kDone : kFailed;
 }
 
 }  // namespace
@@ -136,5 +137,6 @@ void addCorpus(CLI::App& app, Command& chosen) {
       app, chosen, "corpus", "Render all pictures below a folder, and put them on one sheet", renderCorpus);
   command->add_option("DIR", options.folder, "The folder")->required()->type_name("");
   command->add_option("SHEET.png", options.sheet, "The sheet to write")->required()->type_name("");
+  addReplacing(*command, options.output);
   addStrict(*command, options.isStrict);
 }

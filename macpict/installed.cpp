@@ -27,7 +27,7 @@ double memoryThere() {
 
 qd::System& fonts() {
   const char* const named = std::getenv("MACPICT_FONTS");
-  static qd::System system(named != nullptr ? fs::path(named) : ownFolder() / "../share/qdraw/fonts");
+  thread_local qd::System system(named != nullptr ? fs::path(named) : ownFolder() / "../share/qdraw/fonts");
   return system;
 }
 
@@ -45,18 +45,20 @@ Status startHostcode(char** arguments) {
       "\" runs host code, which takes the package macpict-host; apt install ./macpict-host_*.deb would work.");
 }
 
-qd::GWorld makeWorld(const std::string& what, int width, int height, PictureKind kind) {
+qd::GWorld makeWorld(const std::string& what, const qd::Rect& bounds, PictureKind kind) {
   const int depth = kind.bits();
   constexpr int kGrays[] = {0, 33, 34, 0, 36, 0, 0, 0, 40};
   try {
-    auto world = qd::GWorld::make(fonts(), width, height, depth, kind.isGray && depth <= 8 ? kGrays[depth] : 0);
+    auto world = qd::GWorld::make(fonts(), bounds, depth, kind.isGray && depth <= 8 ? kGrays[depth] : 0);
     if (world) return std::move(*world);
   } catch (const std::bad_alloc&) {
     // said below
   }
+  const int width = bounds.right - bounds.left;
+  const int height = bounds.bottom - bounds.top;
   const double bytes = double(width) * height * depth / 8;
   char sizes[80];
   std::snprintf(sizes, sizeof sizes, "%.0f MB, and there are %.0f MB", bytes / 1e6, memoryThere() / 1e6);
   throw Failure(what + " would take " + std::to_string(width) + "x" + std::to_string(height) + " pixels in " + sizes +
-                "; a smaller --scale would work.");
+                "; a smaller --scale, or --memory, would work.");
 }

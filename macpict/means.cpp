@@ -1,6 +1,7 @@
 #include "macpict/means.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -8,20 +9,21 @@ int edge(int at, int from, int to) { return static_cast<int>(std::int64_t{at} * 
 
 }  // namespace
 
-Means::Means(const qd::GWorld& world, int width, int height)
-    : world_(world),
-      height_(height),
-      from_(static_cast<std::size_t>(world.width()) * 3),
-      sums_(static_cast<std::size_t>(width) * 3) {
-  for (int x = 0; x <= width; ++x) edges_.push_back(edge(x, world.width(), width));
+Means::Means(Size from, Size to, ReadRow read)
+    : size_(from),
+      to_(to),
+      read_(std::move(read)),
+      from_(static_cast<std::size_t>(from.width) * 3),
+      sums_(static_cast<std::size_t>(to.width) * 3) {
+  for (int x = 0; x <= to.width; ++x) edges_.push_back(edge(x, from.width, to.width));
 }
 
 void Means::row(int y, std::span<std::uint8_t> triplets) {
   std::fill(sums_.begin(), sums_.end(), 0);
-  const int top = edge(y, world_.height(), height_);
-  const int bottom = edge(y + 1, world_.height(), height_);
+  const int top = edge(y, size_.height, to_.height);
+  const int bottom = edge(y + 1, size_.height, to_.height);
   for (int v = top; v < bottom; ++v) {
-    world_.rgb(v, from_);
+    read_(v, from_);
     const std::uint8_t* pixel = from_.data();
     for (std::size_t x = 0; x + 1 < edges_.size(); ++x) {
       for (int h = edges_[x]; h < edges_[x + 1]; ++h, pixel += 3) {

@@ -1,38 +1,60 @@
-// macpict record: makes a PICT of an image file.
+// macpict record: makes PICTs of image files.
+#include <algorithm>
 #include <cstdio>
 
+#include "macpict/batch.h"
 #include "macpict/commands.h"
+#include "macpict/outputs.h"
 #include "tools/failure.h"
 #include "tools/files.h"
-#include "tools/output.h"
+
+namespace fs = std::filesystem;
 
 namespace {
 
 struct Options {
-  std::string in, out;
+  std::vector<std::string> names;  // the last is where pictures go
   PictureKind kind;
+  qd::Transparency transparency;
+  OutputOptions output;
+  BatchOptions batch;
 };
 
-qd::GWorld readImage(const std::string& path) {
-  const std::string file = readFile(path);
+// "#FF8000".
+bool parseColor(const std::string& text, qd::RGBColor& color) {
+  unsigned red = 0, green = 0, blue = 0;
+  char rest = 0;
+  if (text.size() != 7 || std::sscanf(text.c_str(), "#%2x%2x%2x%c", &red, &green, &blue, &rest) != 3) return false;
+  const auto component = [](unsigned byte) { return static_cast<std::uint16_t>(byte * 257); };
+  color = {component(red), component(green), component(blue)};
+  return true;
+}
+
+qd::GWorld readImage(const std::string& name, const Options& options, Report& report) {
+  const std::string file = readInput(name);
   std::string why;
-  auto image = qd::GWorld::ofImage(fonts(), asBytes(file), why);
+  auto image = qd::GWorld::ofImage(fonts(), asBytes(file), why, options.transparency);
   if (!image) {
-    throw Failure("\"" + path + "\" is no image that can be read: " + why +
+    throw Failure(inQuotes(name) + " is no image that can be read: " + why +
                   "; a PNG, JPEG, GIF, TIFF or BMP file would work.");
   }
-  if (!why.empty()) complain("\"" + path + "\": " + why);
+  if (!why.empty()) report.complaints.push_back(inQuotes(name) + ": " + why + ".");
   return std::move(*image);
 }
 
-Status record(const Options& options) {
-  qd::GWorld world = readImage(options.in);
+void recordImage(const std::string& name, const fs::path& out, const Options& options, const Inputs& inputs,
+                 Report& report) {
+  if (!mayWrite(out, inputs, options.output, false)) {
+    report.lines.push_back(out.string() + ": is there already, and stays");
+    return;
+  }
+  qd::GWorld world = readImage(name, options, report);
   const int width = world.width();
   const int height = world.height();
-  const std::string what = "A PICT of \"" + options.in + "\"";
+  const std::string what = "A PICT of " + inQuotes(name);
   const qd::Rect whole = qd::MakeRect(0, 0, width, height);
   if (options.kind.depth != 0 || options.kind.isGray) {
-    qd::GWorld other = makeWorld(what, width, height, options.kind);
+    qd::GWorld other = makeWorld(what, whole, options.kind);
     other.copy(world, whole, whole);
     world = std::move(other);
   }
@@ -41,18 +63,71 @@ Status record(const Options& options) {
   qd::Recorder recorder(fonts(), qd::PictureParams(width, height), sink);
   recorder.image(world, whole, whole);
   if (!recorder.close()) throw Failure(what + " can't be made: there is no memory for it.");
-  writePicture(options.out, asText(bytes));
-  std::fprintf(isStandardOutput(options.out) ? stderr : stdout, "%s: %dx%d, %zu bytes\n", options.out.c_str(), width,
-               height, bytes.size());
+  writePicture(out, asText(bytes));
+  report.lines.push_back(out.string() + ": " + std::to_string(width) + "x" + std::to_string(height) + ", " +
+                         std::to_string(bytes.size()) + " bytes");
+}
+
+Status recordMany(const Options& options, const Inputs& inputs, const fs::path& folder) {
+  const std::vector<fs::path> places = inputs.placesIn(folder);
+  makeFolder(folder);
+  std::vector<char> isWell(places.size(), true);
+  doAll(places.size(), options.batch, false, [&](std::size_t at) {
+    Report report;
+    const InputFile& input = inputs.files()[at];
+    try {
+      makeFolder(places[at].parent_path());
+      recordImage(input.name, places[at].string() + ".pict", options, inputs, report);
+    } catch (...) {
+      report.complaints.push_back(sentenceOfCaught(input.name));
+      isWell[at] = false;
+    }
+    return report;
+  });
+  return std::count(isWell.begin(), isWell.end(), false) == 0 ? kDone : kFailed;
+}
+
+Status record(const Options& options) {
+  if (options.names.size() < 2) {
+    throw CLI::ValidationError("record takes images and where their pictures go, not \"" + options.names[0] +
+                               "\" alone: macpict record IN.png OUT.pict");
+  }
+  if (options.transparency.isKept && options.kind.bits() != 32)
+    throw CLI::ValidationError("--alpha takes pixels of 32 bits");
+  const fs::path out = outputAt(options.names.back());
+  const Inputs inputs({options.names.begin(), options.names.end() - 1}, out);
+  std::error_code error;
+  const bool isFolder = fs::is_directory(out, error) || !out.has_filename();
+  if (isFolder || inputs.files().size() != 1) return recordMany(options, inputs, out);
+  const std::string& name = inputs.files()[0].name;
+  checkPictureName(out);
+  Report report;
+  workOn(name, [&] { recordImage(name, out, options, inputs, report); });
+  tell(report, options.batch.isQuiet, isStandardOutput(out));
   return kDone;
 }
 
 }  // namespace
 
 void addRecord(CLI::App& app, Command& chosen) {
-  const auto [command, options] = addCommand<Options>(
-      app, chosen, "record", "Make a PICT file of a PNG, JPEG, GIF, TIFF or BMP file", workingOn(&Options::in, record));
-  command->add_option("IN.png", options.in, "The image")->required()->type_name("");
-  command->add_option("OUT.pict", options.out, "The picture to write")->required()->type_name("");
+  const auto [command, options] =
+      addCommand<Options>(app, chosen, "record", "Make a PICT file of an image file, or many in a folder", record);
+  command->add_option("FILES", options.names, "IN.png OUT.pict, or images into a FOLDER; PNG, JPEG, GIF, TIFF or BMP")
+      ->required()
+      ->type_name("");
   addPictureKind(*command, options.kind);
+  CLI::Option* const alpha =
+      command->add_flag("--alpha", options.transparency.isKept, "Keep transparency, as a fourth component of pixels");
+  command
+      ->add_option_function<std::string>(
+          "--background",
+          [&options = options](const std::string& text) {
+            if (!parseColor(text, options.transparency.background))
+              throw CLI::ValidationError("--background takes a colour like #FF8000, not \"" + text + "\"");
+          },
+          "What shows through where an image is transparent; white otherwise")
+      ->type_name("#RRGGBB")
+      ->excludes(alpha);
+  addReplacing(*command, options.output);
+  addBatch(*command, options.batch);
 }

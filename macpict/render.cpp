@@ -1,154 +1,227 @@
-// macpict render: plays pictures into pixels.
-#include <unistd.h>
-
-#include <algorithm>
+// macpict render: plays pictures into images.
 #include <cstdio>
-#include <map>
-#include <optional>
 
+#include "containers/containers.h"
+#include "macpict/batch.h"
 #include "macpict/commands.h"
-#include "macpict/means.h"
+#include "macpict/outputs.h"
+#include "macpict/played.h"
+#include "macpict/sizes.h"
 #include "tools/failure.h"
 #include "tools/files.h"
-#include "tools/output.h"
-#include "tools/playing.h"
-#include "tools/png.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
 struct Options {
-  std::vector<std::string> files;
-  std::string size;
-  double scale = 1;
-  bool isInPoints = false;
-  PictureKind kind;
-  bool keepGoing = false, isStrict = false, isVerbose = false, isSmooth = false;
+  std::vector<std::string> names;  // the last is where images go
+  SizeOptions size;
+  Look look;
+  OutputOptions output;
+  BatchOptions batch;
+  bool keepGoing = false, isStrict = false, isVerbose = false, isSearching = false;
 };
 
-// Nothing if the text is no size.
-std::optional<PlaySize> parseSize(const std::string& text) {
-  PlaySize size{};
-  char rest = 0;
-  if (std::sscanf(text.c_str(), "%dx%d%c", &size.width, &size.height, &rest) != 2) return std::nullopt;
-  const auto fits = [](int side) { return side > 0 && side <= kMostSide; };
-  if (!fits(size.width) || !fits(size.height)) return std::nullopt;
-  return size;
-}
+// What became of pictures, and of files that were looked at for them.
+struct Sums {
+  std::size_t whole = 0, partly = 0, failed = 0, skipped = 0;
+  std::size_t others = 0, unread = 0;  // files without a picture, and what can't be read
 
-// How many times as large a smooth picture is played as it comes out: as often as sides and memory allow.
-int smoothness(const PlaySize& size) {
-  constexpr std::int64_t kMostPixels = 1 << 28;
-  int times = 4;
-  while (times > 1 && (std::max(size.width, size.height) * times > kMostSide ||
-                       std::int64_t{size.width} * size.height * times * times > kMostPixels))
-    --times;
-  return times;
-}
-
-enum class Rendered { whole, partly, failed };
-
-// Throws what keeps a picture from being rendered. A broken one is told and still written, if it is to be kept going.
-Rendered renderOne(const fs::path& in, const fs::path& out, const Options& options) {
-  const std::string name = "The picture \"" + in.string() + "\"";
-  const std::string picture = readPicture(in);
-  const auto asked = parseSize(options.size);
-  const PlaySize size = asked ? *asked : playSize(name, asBytes(picture), {options.scale, options.isInPoints});
-  const int times = options.isSmooth ? smoothness(size) : 1;
-  qd::GWorld world = makeWorld(name, size.width * times, size.height * times, options.kind);
-  const qd::Playback playback = world.play(asBytes(picture));
-  for (const std::string& remark : playback.remarks) complain(in.string() + ": " + remark);
-  const std::string fault = faultOf(playback);
-  if (!fault.empty()) {
-    if (!options.keepGoing) throw Failure(name + " " + fault + ". --keep-going would write what was drawn.");
-    complain(name + " " + fault + ".");
+  std::size_t pictures() const { return whole + partly + failed + skipped; }
+  Sums& operator+=(const Sums& more) {
+    whole += more.whole;
+    partly += more.partly;
+    failed += more.failed;
+    skipped += more.skipped;
+    others += more.others;
+    unread += more.unread;
+    return *this;
   }
-  std::optional<Means> means;
-  if (times > 1) means.emplace(world, size.width, size.height);
-  writePNG(
-      out, size.width, size.height,
-      [&](int y, std::span<std::uint8_t> row) { means ? means->row(y, row) : world.rgb(y, row); },
-      resolutionOf(asBytes(picture), size));
-  std::fprintf(isStandardOutput(out) ? stderr : stdout, "%s: %dx%d, %s\n", out.c_str(), size.width, size.height,
-               outcomeOf(playback, options.isVerbose).c_str());
-  return !fault.empty() ? Rendered::failed : playback.undrawn > 0 ? Rendered::partly : Rendered::whole;
-}
+  bool isWell(const Options& options) const { return failed == 0 && unread == 0 && (!options.isStrict || partly == 0); }
+};
 
-Rendered renderNamed(const std::string& in, const fs::path& out, const Options& options) {
-  return workOn(in, [&] { return renderOne(in, out, options); });
-}
+// One file's part of the work.
+struct Done {
+  Report report;
+  Sums sums;
+};
 
-// Many pictures into a folder. None is passed over in silence, and none takes another's place.
-Status renderMany(const Options& options, const fs::path& folder) {
-  const std::size_t count = options.files.size() - 1;
-  std::map<fs::path, std::string> results;
-  for (std::size_t i = 0; i < count; ++i) {
-    const auto [at, isNew] =
-        results.emplace(folder / fs::path(options.files[i]).stem().concat(".png"), options.files[i]);
-    if (!isNew) {
-      throw Failure("Both \"" + at->second + "\" and \"" + options.files[i] + "\" would become \"" +
-                    at->first.string() + "\"; a folder for each would work.");
+class Rendering {
+ public:
+  Rendering(const Options& options, const Inputs& inputs) : options_(options), inputs_(inputs) {}
+
+  // Throws what keeps a picture from being rendered. A broken one is told and still written, if it is to be kept going.
+  void renderPicture(const std::string& name, qd::Bytes picture, const fs::path& out, Done& done) const {
+    const OutputFormat& format = formatFor(out, options_.output);
+    if (!mayWrite(out, inputs_, options_.output, true)) {
+      done.report.lines.push_back(out.string() + ": is there already, and stays");
+      ++done.sums.skipped;
+      return;
     }
+    const std::string what = "The picture " + inQuotes(name);
+    const PlaySize size = wantedSize(what, picture, options_.size);
+    PlayedPicture played(what, picture, size, options_.look);
+    const qd::Playback& playback = played.playback();
+    for (const std::string& remark : playback.remarks) done.report.complaints.push_back(name + ": " + remark);
+    const std::string fault = faultOf(playback);
+    if (!fault.empty()) {
+      if (!options_.keepGoing) throw Failure(what + " " + fault + ". --keep-going would write what was drawn.");
+      done.report.complaints.push_back(what + " " + fault + ".");
+    }
+    ImageRows rows = played.rows();
+    if (options_.look.hasOpacity) {
+      if (!format.hasAlpha)
+        throw Failure("\"" + out.string() + "\" can't keep opacity; a PNG or TIFF file would work.");
+      if (played.lacksOpacity())
+        done.report.complaints.push_back(what + " isn't one image with opacity, and is written without.");
+    }
+    OutputFile file(out);
+    format.write(file, rows);
+    file.commit();
+    done.report.lines.push_back(out.string() + ": " + std::to_string(size.width) + "x" + std::to_string(size.height) +
+                                ", " + outcomeOf(playback, options_.isVerbose));
+    ++(!fault.empty() ? done.sums.failed : playback.undrawn > 0 ? done.sums.partly : done.sums.whole);
   }
-  makeFolder(folder);
-  const bool showsProgress = isatty(STDERR_FILENO) != 0 && isatty(STDOUT_FILENO) == 0;
-  std::size_t done = 0;
-  std::map<Rendered, std::size_t> sums;
-  for (const auto& [out, in] : results) {
-    if (showsProgress) std::fprintf(stderr, "\r%zu of %zu", ++done, count);
+
+  // All pictures in a file. `outOf` says where one goes.
+  template <class OutOf>
+  Done renderFile(const InputFile& input, const OutOf& outOf) const {
+    Done done;
+    const auto fail = [&done](const std::string& sentence) {
+      done.report.complaints.push_back(sentence);
+      ++done.sums.failed;
+    };
+    std::string file;
+    containers::Contents contents;
     try {
-      ++sums[renderNamed(in, out, options)];
-    } catch (const Failure& error) {
-      ++sums[Rendered::failed];
-      if (showsProgress) std::fputc('\n', stderr);
-      complain(error.what());
+      file = readInput(input.name);
+      contents = containers::picturesIn(asBytes(file), options_.isSearching);
+    } catch (...) {
+      done.report.complaints.push_back(sentenceOfCaught(input.name));
+      ++done.sums.unread;
+      return done;
     }
+    if (contents.pictures.empty()) {
+      if (!input.wasNamed) {
+        ++done.sums.others;
+      } else {
+        fail(noPictureIn(input.name, contents, options_.isSearching));
+      }
+      return done;
+    }
+    for (const std::string& note : contents.notes) fail(inQuotes(input.name) + ": " + note + ".");
+    for (const containers::Found& found : contents.pictures) {
+      const std::string name = nameOf(input.name, found);
+      try {
+        workOn(name, [&] { renderPicture(name, found.picture, outOf(contents, found), done); });
+      } catch (const Failure& failure) {
+        fail(failure.what());
+      }
+    }
+    return done;
   }
-  if (showsProgress) std::fputc('\n', stderr);
-  std::printf("%zu of %zu pictures rendered whole into %s, %zu partly\n", sums[Rendered::whole], count, folder.c_str(),
-              sums[Rendered::partly]);
-  return sums[Rendered::failed] == 0 && (!options.isStrict || sums[Rendered::partly] == 0) ? kDone : kFailed;
+
+ private:
+  const Options& options_;
+  const Inputs& inputs_;
+};
+
+Status renderOne(const Options& options, const Inputs& inputs, const fs::path& out) {
+  const InputFile& input = inputs.files()[0];
+  const auto outOf = [&](const containers::Contents& contents, const containers::Found&) {
+    const std::size_t count = contents.pictures.size();
+    if (count > 1)
+      throw Failure(inQuotes(input.name) + " holds " + std::to_string(count) +
+                    " pictures; a folder for them would work.");
+    return out;
+  };
+  formatFor(out, options.output);
+  const Done done = Rendering(options, inputs).renderFile(input, outOf);
+  tell(done.report, options.batch.isQuiet, isStandardOutput(out));
+  return done.sums.isWell(options) ? kDone : kFailed;
+}
+
+Status renderMany(const Options& options, const Inputs& inputs, const fs::path& folder) {
+  const std::vector<fs::path> bases = inputs.placesIn(folder);
+  const std::string ending(formatNamed(options.output.format.empty() ? "png" : options.output.format)->ending);
+  makeFolder(folder);
+  const Rendering rendering(options, inputs);
+  std::vector<Sums> sums(bases.size());
+  doAll(bases.size(), options.batch, false, [&](std::size_t at) {
+    containers::FileNames names;
+    const auto outOf = [&](const containers::Contents&, const containers::Found& found) {
+      const fs::path& base = bases[at];
+      makeFolder(base.parent_path());
+      return found.place.empty() ? fs::path(base.string() + ending)
+                                 : base.parent_path() / (names.of(base.filename().string(), found) + ending);
+    };
+    Done done = rendering.renderFile(inputs.files()[at], outOf);
+    sums[at] = done.sums;
+    return std::move(done.report);
+  });
+  Sums sum;
+  for (const Sums& more : sums) sum += more;
+  for (const std::string& sentence : inputs.unread()) complain(sentence);
+  sum.unread += inputs.unread().size();
+  if (!options.batch.isQuiet) {
+    std::string line = std::to_string(sum.whole) + " of " + counted(sum.pictures(), "picture", "pictures") +
+                       " rendered whole into " + folder.string() + ", " + std::to_string(sum.partly) + " partly";
+    if (sum.failed > 0) line += ", " + std::to_string(sum.failed) + " failed";
+    if (sum.skipped > 0) line += ", " + std::to_string(sum.skipped) + " were there";
+    if (sum.others > 0) line += "; " + counted(sum.others, "file holds", "files hold") + " no picture";
+    if (sum.unread > 0) line += "; " + std::to_string(sum.unread) + " can't be read";
+    std::printf("%s\n", line.c_str());
+  }
+  return sum.isWell(options) ? kDone : kFailed;
 }
 
 Status render(const Options& options) {
-  if (options.files.size() < 2) {
-    throw CLI::ValidationError("render takes a PICT file and a PNG file, or PICT files and a folder, not \"" +
-                               options.files[0] + "\" alone: macpict render IN.pict OUT.png");
+  if (options.names.size() < 2) {
+    throw CLI::ValidationError("render takes pictures and where they go, not \"" + options.names[0] +
+                               "\" alone: macpict render IN.pict OUT.png");
   }
-  const fs::path out = options.files.back();
+  if (options.look.hasOpacity && options.look.kind.bits() != 32)
+    throw CLI::ValidationError("--alpha takes pixels of 32 bits");
+  const fs::path out = outputAt(options.names.back());
+  const std::vector<std::string> names(options.names.begin(), options.names.end() - 1);
   std::error_code error;
-  if (options.files.size() > 2 || fs::is_directory(out, error) || !out.has_filename()) return renderMany(options, out);
-  const Rendered rendered = renderNamed(options.files[0], out, options);
-  return rendered == Rendered::failed || (options.isStrict && rendered == Rendered::partly) ? kFailed : kDone;
+  const bool isFolder = fs::is_directory(out, error) || !out.has_filename();
+  const bool isOne = names.size() == 1 && (names[0] == kStandard || !fs::is_directory(names[0], error));
+  if (isOne && !isFolder) return renderOne(options, Inputs(names), out);
+  if (fs::exists(out, error) && !isFolder) {
+    throw Failure("\"" + out.string() + "\" is no folder, and there is more than one picture; " +
+                  "a folder for their images would work: macpict render " + names[0] + " ... FOLDER/");
+  }
+  if (!isFolder && (formatOf(out) != nullptr || endsLikePicture(out) || out == "/dev/stdout")) {
+    throw Failure("\"" + out.string() +
+                  "\" is the name of one file, and there may be more pictures; a folder would work.");
+  }
+  return renderMany(options, Inputs(names, out), out);
 }
 
 }  // namespace
 
 void addRender(CLI::App& app, Command& chosen) {
   const auto [command, options] =
-      addCommand<Options>(app, chosen, "render", "Play a picture into a PNG file, or many into a folder", render);
-  command->add_option("FILES", options.files, "IN.pict OUT.png, or IN.pict... FOLDER")->required()->type_name("");
-  command->add_option("--size", options.size, "At this size in pixels")
-      ->type_name("WxH")
-      ->check([](const std::string& text) {
-        return parseSize(text)
-                   ? std::string()
-                   : "It takes a width and a height of 1 to 32767, not \"" + text + "\"; 640x480 would work";
-      });
-  command->add_option("--scale", options.scale, "Larger or smaller than it is by this factor")
-      ->type_name("F")
-      ->check([](const std::string& text) {
-        double scale = 0;
-        return CLI::detail::lexical_cast(text, scale) && scale > 0 && scale <= 1000
-                   ? std::string()
-                   : "It takes a factor above 0 and up to 1000, not \"" + text + "\"; 2 or 0.5 would work";
-      });
-  command->add_flag("--points", options.isInPoints,
-                    "As large as it is on the page at 72 dots per inch, not with all of its dots");
-  command->add_flag("--smooth", options.isSmooth, "Play it up to 4 times as large, and take the mean of its pixels");
-  addPictureKind(*command, options.kind);
+      addCommand<Options>(app, chosen, "render", "Play a picture into an image file, or many into a folder", render);
+  command->add_option("FILES", options.names, "IN.pict OUT.png, or FILES and FOLDERS into a FOLDER; - is a pipe")
+      ->required()
+      ->type_name("");
+  addSizes(*command, options.size);
+  addFormat(*command, options.output);
+  CLI::Option* const smooth = command->add_flag("--smooth", options.look.isSmooth,
+                                                "Play it up to 4 times as large, and take the mean of its pixels");
+  command->add_flag("--alpha", options.look.hasOpacity, "Keep the opacity of a picture that is one image with some")
+      ->excludes(smooth);
+  addPictureKind(*command, options.look.kind);
+  command->add_option("--memory", options.look.memory, "Play in strips, with no more than so much memory for pixels")
+      ->type_name("BYTES")
+      ->transform(CLI::AsSizeValue(false));
+  addReplacing(*command, options.output);
+  addBatch(*command, options.batch);
+  command->add_flag("--search", options.isSearching, "Look for pictures anywhere in files that aren't known");
   command->add_flag("--keep-going", options.keepGoing, "Write what was drawn till a picture broke");
   addStrict(*command, options.isStrict);
-  command->add_flag("--verbose", options.isVerbose, "Count all opcodes, with the comments and reserved ones");
+  command->add_flag("-v,--verbose", options.isVerbose, "Count all opcodes, with the comments and reserved ones");
 }

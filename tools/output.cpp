@@ -5,6 +5,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -18,20 +19,24 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// While one lives no signal comes in between.
-class SignalsHeld {
- public:
-  SignalsHeld() {
-    sigset_t all;
-    sigfillset(&all);
-    sigprocmask(SIG_BLOCK, &all, &before_);
+// One thread at a time, or the handler of a signal, has the list of half outputs.
+std::atomic_flag listIsHeld = ATOMIC_FLAG_INIT;
+
+void holdList() {
+  while (listIsHeld.test_and_set(std::memory_order_acquire)) {
   }
-  SignalsHeld(const SignalsHeld&) = delete;
-  SignalsHeld& operator=(const SignalsHeld&) = delete;
-  ~SignalsHeld() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+}
+
+// While one lives no signal comes in between, and no other thread.
+class ListHeld {
+ public:
+  ListHeld() { holdList(); }
+  ListHeld(const ListHeld&) = delete;
+  ListHeld& operator=(const ListHeld&) = delete;
+  ~ListHeld() { listIsHeld.clear(std::memory_order_release); }
 
  private:
-  sigset_t before_;
+  const SignalsHeld signals_;  // a handler that waited for its own thread would wait for ever
 };
 
 // Where the links of a name lead, whether or not something is there. The system has followed them before, so that they
@@ -42,12 +47,29 @@ fs::path followed(fs::path path) {
   return path;
 }
 
+// What new files are kept from by the person; asked for once, as asking changes it for a moment.
+mode_t fileMask() {
+  static const mode_t mask = [] {
+    const mode_t now = umask(0);
+    umask(now);
+    return now;
+  }();
+  return mask;
+}
+
 bool isStandardOutput(const struct stat& file) {
   struct stat out = {};
   return fstat(STDOUT_FILENO, &out) == 0 && out.st_dev == file.st_dev && out.st_ino == file.st_ino;
 }
 
 }  // namespace
+
+SignalsHeld::SignalsHeld() {
+  sigset_t all;
+  sigfillset(&all);
+  pthread_sigmask(SIG_BLOCK, &all, &before_);
+}
+SignalsHeld::~SignalsHeld() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
 
 OutputFile* OutputFile::first_ = nullptr;
 
@@ -71,9 +93,7 @@ void OutputFile::open() {
   if (stat(name_.c_str(), &there) != 0) {
     if (errno != ENOENT) fail(errno);
     openBeside(followed(name_));
-    const mode_t mask = umask(0);
-    umask(mask);
-    if (fchmod(file_, 0666 & ~mask) != 0) fail(errno);
+    if (fchmod(file_, 0666 & ~fileMask()) != 0) fail(errno);
     return;
   }
   if (S_ISDIR(there.st_mode)) throw Failure("\"" + name_ + "\" is a folder, not a file.");
@@ -95,7 +115,7 @@ void OutputFile::open() {
 void OutputFile::openBeside(const fs::path& target) {
   target_ = target.string();
   std::string half = (target.parent_path() / ".macpict-XXXXXX").string();
-  const SignalsHeld held;
+  const ListHeld held;
   file_ = mkostemp(half.data(), O_CLOEXEC);
   if (file_ < 0) fail(errno);
   half_ = std::move(half);
@@ -133,15 +153,14 @@ void OutputFile::write(std::string_view bytes) {
 void OutputFile::commit() {
   if (close(std::exchange(file_, -1)) != 0 && errno != EINTR) fail(errno);
   if (half_.empty()) return;
-  const SignalsHeld held;
+  const ListHeld held;
   if (std::rename(half_.c_str(), target_.c_str()) != 0) fail(errno);
   half_.clear();
-  discard();
 }
 
 void OutputFile::discard() noexcept {
   if (file_ >= 0) close(std::exchange(file_, -1));
-  const SignalsHeld held;
+  const ListHeld held;
   for (OutputFile** at = &first_; *at != nullptr; at = &(*at)->next_) {
     if (*at == this) {
       *at = next_;
@@ -149,11 +168,16 @@ void OutputFile::discard() noexcept {
     }
   }
   if (!half_.empty()) unlink(half_.c_str());
+  half_.clear();
 }
 
-// Nothing but what may be done in the middle of anything. The signal then takes its usual course.
+// Nothing but what may be done in the middle of anything. The signal then takes its usual course, and nobody gets the
+// list any more.
 void OutputFile::removeAll(int signal) {
-  for (const OutputFile* output = first_; output != nullptr; output = output->next_) unlink(output->half_.c_str());
+  holdList();
+  for (const OutputFile* output = first_; output != nullptr; output = output->next_) {
+    if (!output->half_.empty()) unlink(output->half_.c_str());
+  }
   raise(signal);
 }
 

@@ -1,6 +1,7 @@
 // Files that are written whole, or leave what was there as it was.
 #pragma once
 
+#include <csignal>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -34,6 +35,18 @@ class OutputFile {
   int file_ = -1;
   OutputFile* next_ = nullptr;
   static OutputFile* first_;  // of those that a signal removes
+};
+
+// While one lives no signal comes to this thread, nor to those that it starts: they leave them to the others.
+class SignalsHeld {
+ public:
+  SignalsHeld();
+  SignalsHeld(const SignalsHeld&) = delete;
+  SignalsHeld& operator=(const SignalsHeld&) = delete;
+  ~SignalsHeld();
+
+ private:
+  sigset_t before_;
 };
 
 // From here on signals that end the program remove its half outputs first, and a file that grows beyond its limit is an

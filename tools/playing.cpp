@@ -19,7 +19,7 @@ PlaySize playSize(const std::string& name, qd::Bytes picture, const SizeChoice& 
   return {pixels(width), pixels(height)};
 }
 
-PNGResolution resolutionOf(qd::Bytes picture, const PlaySize& size) {
+Resolution resolutionOf(qd::Bytes picture, const PlaySize& size) {
   const auto info = qd::pictureInfo(picture);
   if (!info || info->width() <= 0 || info->height() <= 0) return {};
   return {info->hRes / 65536.0 * size.width / info->width(), info->vRes / 65536.0 * size.height / info->height()};

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "qdraw/qdraw.h"
-#include "tools/png.h"
+#include "tools/image.h"
 
 inline constexpr int kMostSide = 32767;  // pixels of what a picture can be played into
 inline constexpr int kMostShown = 4096;  // and of one that is shown among others
@@ -20,7 +20,7 @@ struct SizeChoice {
 // Throws a Failure for a picture with an empty frame, and for what is none, which begins with its name.
 PlaySize playSize(const std::string& name, qd::Bytes picture, const SizeChoice& choice = {});
 // The dots per inch of a picture that is played at that size.
-PNGResolution resolutionOf(qd::Bytes picture, const PlaySize& size);
+Resolution resolutionOf(qd::Bytes picture, const PlaySize& size);
 
 // Why a playback is none of the picture, to follow its name: "is broken at offset 42, ...". Empty if it is one, if only
 // of a part.

@@ -1,0 +1,120 @@
+#include "macpict/inputs.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <map>
+
+#include "tools/command.h"
+#include "tools/failure.h"
+#include "tools/files.h"
+
+namespace fs = std::filesystem;
+
+Inputs::Inputs(const std::vector<std::string>& names, const fs::path& made) {
+  for (const std::string& name : names) {
+    std::error_code error;
+    if (name != kStandard && fs::is_directory(name, error)) {
+      walk(name, {}, made);
+    } else {
+      add({name, name == kStandard ? fs::path("standard-input") : fs::path(name).filename(), true});
+    }
+  }
+}
+
+// In the order of names, so that two runs tell the same.
+void Inputs::walk(const fs::path& folder, const fs::path& place, const fs::path& made) {
+  std::error_code error;
+  std::vector<fs::directory_entry> entries;
+  for (fs::directory_iterator at(folder, error), end; !error && at != end; at.increment(error)) entries.push_back(*at);
+  if (error) unread_.push_back("The folder \"" + folder.string() + "\" can't be read: " + error.message() + ".");
+  std::ranges::sort(entries, {}, [](const fs::directory_entry& entry) { return entry.path(); });
+  for (const fs::directory_entry& entry : entries) {
+    const fs::path name = entry.path().filename();
+    // A link to a folder could lead back to where it is.
+    if (entry.is_directory(error) && !entry.is_symlink(error)) {
+      if (made.empty() || !fs::equivalent(entry.path(), made, error)) walk(entry.path(), place / name, made);
+    } else if (entry.is_regular_file(error)) {
+      add({entry.path().string(), place / name, false});
+    }
+  }
+}
+
+void Inputs::add(InputFile file) {
+  struct stat status = {};
+  if (file.name != kStandard && stat(file.name.c_str(), &status) == 0) known_.emplace(status.st_dev, status.st_ino);
+  files_.push_back(std::move(file));
+}
+
+bool Inputs::have(const fs::path& file) const {
+  struct stat status = {};
+  return stat(file.c_str(), &status) == 0 && known_.contains({status.st_dev, status.st_ino});
+}
+
+std::vector<fs::path> Inputs::placesIn(const fs::path& folder) const {
+  const auto whole = [&folder](const InputFile& input) { return folder / input.place; };
+  const auto withoutEnding = [&whole](const InputFile& input) { return whole(input).replace_extension(); };
+  std::map<fs::path, int> uses;
+  for (const InputFile& input : files_) ++uses[withoutEnding(input)];
+  std::map<fs::path, std::string> taken;
+  std::vector<fs::path> places;
+  for (const InputFile& input : files_) {
+    // Two that differ in their endings alone keep them.
+    const fs::path& place = places.emplace_back(uses[withoutEnding(input)] > 1 ? whole(input) : withoutEnding(input));
+    const auto [other, isNew] = taken.emplace(place, input.name);
+    if (!isNew) {
+      throw Failure("What is made of " + inQuotes(other->second) + " and of " + inQuotes(input.name) +
+                    " would both be \"" + place.string() + "\"; a folder for each would work.");
+    }
+  }
+  return places;
+}
+
+std::string readInput(const std::string& name) { return name == kStandard ? readStandardInput() : readFile(name); }
+
+std::string noPictureIn(const std::string& name, const containers::Contents& contents, bool isSearched) {
+  std::string help(contents.kind.help);
+  if (help.empty())
+    help = isSearched ? "one with PICTs in it would work" : "--search would look for them anywhere in it";
+  return inQuotes(name) + " is " + std::string(contents.kind.what) + ", and no picture is found in it; " + help + ".";
+}
+
+bool eachPicture(const Inputs& inputs, bool isSearching, const UsePicture& use) {
+  bool isWell = inputs.unread().empty();
+  for (const std::string& sentence : inputs.unread()) complain(sentence);
+  const auto fail = [&isWell](const std::string& sentence) {
+    complain(sentence);
+    isWell = false;
+  };
+  const auto attempt = [&fail](const std::string& name, const auto& work) {
+    try {
+      work();
+    } catch (...) {
+      fail(sentenceOfCaught(name));
+    }
+  };
+  for (const InputFile& input : inputs.files()) {
+    attempt(input.name, [&] {
+      const std::string file = readInput(input.name);
+      const containers::Contents contents = containers::picturesIn(asBytes(file), isSearching);
+      for (const std::string& note : contents.notes) fail(inQuotes(input.name) + ": " + note + ".");
+      if (contents.pictures.empty() && input.wasNamed) fail(noPictureIn(input.name, contents, isSearching));
+      for (const containers::Found& found : contents.pictures) {
+        const std::string name = nameOf(input.name, found);
+        attempt(name, [&] { use(name, found.picture); });
+      }
+    });
+  }
+  return isWell;
+}
+
+std::string counted(std::size_t count, const char* one, const char* many) {
+  return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+std::string nameOf(const std::string& input, const containers::Found& found) {
+  const bool isPath = !found.place.empty() && found.place[0] != '#' && found.place[0] != '@';
+  return input + (isPath ? "/" : "") + found.place;
+}
+
+std::string inQuotes(const std::string& name) { return name == kStandard ? "Standard input" : "\"" + name + "\""; }

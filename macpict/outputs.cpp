@@ -1,0 +1,86 @@
+#include "macpict/outputs.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+
+#include "tools/failure.h"
+#include "tools/files.h"
+
+namespace fs = std::filesystem;
+
+void addReplacing(CLI::App& command, OutputOptions& options) {
+  CLI::Option* const force = command.add_flag("-f,--force", options.isForced, "Replace what is there");
+  command.add_flag("--skip-existing", options.skipsExisting, "Leave what is there, and make what is missing")
+      ->excludes(force);
+}
+
+void addFormat(CLI::App& command, OutputOptions& options) {
+  command.add_option("--format", options.format, "Write " + formatNames() + ", whatever the names of files say")
+      ->type_name("F")
+      ->check([](const std::string& text) {
+        return formatNamed(text) != nullptr ? std::string() : "It takes " + formatNames() + ", not \"" + text + "\"";
+      });
+}
+
+bool endsLikePicture(const fs::path& path) {
+  constexpr std::array kEndings = {".pict", ".pct", ".pic"};
+  std::string ending = path.extension().string();
+  std::ranges::transform(ending, ending.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return std::ranges::find(kEndings, ending) != kEndings.end();
+}
+
+fs::path outputAt(const std::string& name) { return name == kStandard ? "/dev/stdout" : name; }
+
+namespace {
+
+// A device, a pipe or standard output, of which no name tells what comes.
+bool isNoFile(const fs::path& path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  return path == "/dev/stdout" || (fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status));
+}
+
+// Of a file that is there, without a word if it can't be read.
+bool isPicture(const fs::path& path) {
+  try {
+    std::string file = readFile(path);
+    return cutToPicture(file);
+  } catch (const Failure&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+const OutputFormat& formatFor(const fs::path& out, const OutputOptions& options) {
+  if (!options.format.empty()) return *formatNamed(options.format);
+  if (isNoFile(out)) return *formatNamed("png");
+  if (const OutputFormat* const format = formatOf(out)) return *format;
+  if (endsLikePicture(out)) {
+    throw Failure("\"" + out.string() +
+                  "\" is the name of a picture, and would get an image; a folder, or a name that ends in " +
+                  formatEndings() + ", would work.");
+  }
+  throw Failure("The name \"" + out.string() + "\" tells no format of images; one that ends in " + formatEndings() +
+                " would work, or --format.");
+}
+
+void checkPictureName(const fs::path& out) {
+  if (isNoFile(out) || endsLikePicture(out)) return;
+  throw Failure("\"" + out.string() + "\" would get a picture; a name that ends in .pict, .pct or .pic would work.");
+}
+
+bool mayWrite(const fs::path& out, const Inputs& inputs, const OutputOptions& options, bool isImage) {
+  std::error_code error;
+  if (!fs::exists(out, error) || isNoFile(out)) return true;
+  const std::string name = "\"" + out.string() + "\"";
+  if (inputs.have(out)) throw Failure(name + " is to be read, and would be replaced; another name would work.");
+  if (fs::is_directory(out, error)) throw Failure(name + " is a folder, not a file.");
+  if (options.skipsExisting) return false;
+  if (isImage && hasOurMark(out)) return true;
+  if (isImage && isPicture(out))
+    throw Failure(name + " is a picture, and would be replaced by an image; another name would work.");
+  if (options.isForced) return true;
+  throw Failure(name + " is there already; another name would work, or --force to replace it.");
+}
