@@ -22,9 +22,10 @@ void writeChunk(OutputFile& file, const char* kind, std::string_view data) {
   std::string head, end;
   append32(head, static_cast<std::uint32_t>(data.size()));
   head += kind;
-  const auto* const name = reinterpret_cast<const Bytef*>(head.data() + 4);
-  const auto* const bytes = reinterpret_cast<const Bytef*>(data.data());
-  append32(end, static_cast<std::uint32_t>(crc32_z(crc32_z(0, name, 4), bytes, data.size())));
+  uLong checksum = crc32_z(0, reinterpret_cast<const Bytef*>(head.data()) + 4, 4);
+  // Without bytes it would begin anew.
+  if (!data.empty()) checksum = crc32_z(checksum, reinterpret_cast<const Bytef*>(data.data()), data.size());
+  append32(end, static_cast<std::uint32_t>(checksum));
   file.write(head);
   file.write(data);
   file.write(end);
