@@ -1,5 +1,9 @@
 // TIFF files of either order, as far as strips go: bilevel, grey, of a palette or of red, green and blue; plain, packed
-// by PackBits or by LZW.
+// by PackBits, by LZW or, where the system's codecs are, by deflate.
+#ifdef QDRAW_SYSTEM_CODECS
+#include <zlib.h>
+#endif
+
 #include <algorithm>
 #include <vector>
 
@@ -14,7 +18,12 @@ namespace {
 // Of LZW, where pixels are bits.
 constexpr std::int64_t kMostPixelsPerByte = 4096 * 8;
 
-enum Packing { kPlain = 1, kLzw = 5, kPackBits = 32773 };
+enum Packing { kPlain = 1, kLzw = 5, kDeflate = 8, kPackBits = 32773 };
+#ifdef QDRAW_SYSTEM_CODECS
+constexpr bool kInflates = true;
+#else
+constexpr bool kInflates = false;
+#endif
 enum Extra { kPremultiplied = 1, kAlpha = 2 };  // the fourth sample, which may be in the colours already
 enum Meaning { kWhiteIsZero = 0, kBlackIsZero = 1, kDeep = 2, kPalette = 3 };
 
@@ -73,7 +82,7 @@ struct Tiff {
     rowsPerStrip = directory.number(278, height);
     sizes = directory.list(279);
     isInPlanes = samples > 1 && directory.number(284, 1) != 1;
-    isDifferences = packing == kLzw && directory.number(317, 1) == 2;
+    isDifferences = (packing == kLzw || packing == kDeflate) && directory.number(317, 1) == 2;
     if (meaning == kPalette) palette = directory.list(320);
     const std::uint32_t extra = directory.number(338, 0);
     hasAlpha = samples == 4 && (extra == kPremultiplied || extra == kAlpha);
@@ -81,12 +90,13 @@ struct Tiff {
   }
 
   bool isSane() const {
-    const bool isPacked = packing == kPlain || packing == kLzw || packing == kPackBits;
+    const bool isKnown =
+        packing == kPlain || packing == kLzw || packing == kPackBits || (kInflates && packing == kDeflate);
     const bool isSmall = samples >= 1 && samples <= 2 && (bits == 1 || bits == 4 || bits == 8) && meaning != kDeep &&
                          (samples == 1 || bits == 8) &&
                          (meaning != kPalette || palette.size() == std::size_t{3} << bits);
     const bool isDeep = meaning == kDeep && samples >= 3 && samples <= 4 && bits == 8;
-    return isPacked && !isInPlanes && meaning <= kPalette && (isSmall || isDeep) && rowsPerStrip > 0 &&
+    return isKnown && !isInPlanes && meaning <= kPalette && (isSmall || isDeep) && rowsPerStrip > 0 &&
            !offsets.empty() && offsets.size() == sizes.size() && (!isDifferences || bits == 8);
   }
   std::size_t rowBytes() const { return (std::size_t{width} * samples * bits + 7) / 8; }
@@ -121,11 +131,24 @@ std::uint32_t deepOf(const Tiff& tiff, const std::uint8_t* samples) {
   return alpha << 24 | component(0) << 16 | component(1) << 8 | component(2);
 }
 
+std::size_t inflate(Bytes strip, std::vector<std::uint8_t>& to) {
+#ifdef QDRAW_SYSTEM_CODECS
+  uLongf size = to.size();
+  uncompress(to.data(), &size, strip.data(), strip.size());  // what there is by a fault counts, too
+  return size;
+#else
+  (void)strip, (void)to;
+  return 0;
+#endif
+}
+
 // How many bytes there are of a strip.
 std::size_t unpackStrip(const Tiff& tiff, Bytes strip, std::vector<std::uint8_t>& to) {
   switch (tiff.packing) {
     case kLzw:
       return unpackLzw(strip, {8, true}, to);
+    case kDeflate:
+      return inflate(strip, to);
     case kPackBits:
       std::ranges::fill(to, std::uint8_t{0});
       return unpackBits(strip, 1, to) ? to.size() : 0;
@@ -158,9 +181,7 @@ bool decode(const Tiff& tiff, WholeImage& image) {
       if (tiff.samples == 1) unpackPixels(static_cast<int>(tiff.bits), samples, 0, row);
       for (std::size_t x = 0; x < row.size(); ++x) {
         const std::uint8_t* pixel = samples + x * tiff.samples;
-        row[x] = tiff.samples == 1   ? table[row[x]]
-                 : tiff.samples == 2 ? table[pixel[0]]
-                                     : deepOf(tiff, pixel);
+        row[x] = tiff.samples == 1 ? table[row[x]] : tiff.samples == 2 ? table[pixel[0]] : deepOf(tiff, pixel);
       }
       image.put(static_cast<int>(y), 0, row);
     }
@@ -174,7 +195,8 @@ bool decode(const Tiff& tiff, WholeImage& image) {
 std::unique_ptr<ImageReader> openTiff(const ImageSource& source, std::string& why) {
   const Tiff tiff(source.data);
   if (!tiff.isSane()) {
-    why = "it is no TIFF of strips of 1, 4 or 8 bits, plain or packed by LZW or PackBits";
+    why = kInflates ? "it is no TIFF of strips of 1, 4 or 8 bits, plain or packed by PackBits, LZW or deflate"
+                    : "it is no TIFF of strips of 1, 4 or 8 bits, plain or packed by PackBits or LZW";
     return nullptr;
   }
   if (!mayBeHeldWhole(tiff.width, tiff.height, source.data.size(), kMostPixelsPerByte, why)) return nullptr;
