@@ -10,7 +10,7 @@ namespace {
 using Wide = std::int64_t;  // 16.16 where nothing else is said
 constexpr Wide kOne = 0x10000;
 constexpr Wide kHalf = 0x8000;
-constexpr Wide kMost = 0x7FFFFFFF;  // that fits in 32 bits
+constexpr std::uint32_t kMost = 0x7FFFFFFF;  // that fits in 32 bits with a sign
 
 // Of 0 to 90 degrees, in 16.16: docs/pixels.md, Arcs. 90 has none, and is never asked for where it would count.
 constexpr Wide kTangents[] = {
@@ -46,10 +46,10 @@ class OvalRows {
     left_ = box_.left * kOne + w_ * kHalf;
     right_ = box_.right * kOne - w_ * kHalf + kHalf;
     if (w_ == 0) return;
-    const auto ratio = static_cast<std::uint64_t>(std::clamp(h_ * kOne / w_, Wide{1}, kMost));
-    term_ = ratio * ratio;
+    // Both fit in 32 bits, whose division takes a part of the time.
+    ratio_ = std::clamp(static_cast<std::uint32_t>(h_) * 0x10000U / static_cast<std::uint32_t>(w_), 1U, kMost);
+    term_ = ratio_ * ratio_;
     step_ = 2 * term_;
-    mostSteps_ = UINT32_MAX / ratio;
     odd_ = 1 - h_;
     target_ = 2 * Wide{h_} - 1;
   }
@@ -92,11 +92,12 @@ class OvalRows {
  private:
   // What the sum is measured against in a row of the corners.
   Wide targetOf(Wide row) const { return 2 * Wide{h_} - 1 - 4 * row * (row + 1 - h_); }
+  bool hasSquare(std::uint64_t steps) const { return steps * ratio_ <= UINT32_MAX; }
   std::uint64_t squareOf(std::uint64_t steps) const { return step_ / 2 * steps * steps; }
   Wide sumAfter(std::uint64_t steps) const { return static_cast<Wide>(squareOf(steps) >> 32); }
   // The most steps whose sum is no more than the target.
   std::uint64_t mostStepsWithin(Wide target) const {
-    std::uint64_t low = 0, high = mostSteps_;
+    std::uint64_t low = 0, high = UINT32_MAX / ratio_;
     while (low < high) {
       const std::uint64_t middle = (low + high + 1) / 2;
       if (sumAfter(middle) <= target) {
@@ -110,12 +111,12 @@ class OvalRows {
   // As many steps as rows that get wider come to: of those with the same sum the first.
   std::uint64_t stepsFromBelow(Wide target) const {
     const std::uint64_t below = target > 0 ? mostStepsWithin(target - 1) : 0;
-    const bool meets = below < mostSteps_ && target > 0 && sumAfter(below + 1) == target;
+    const bool meets = hasSquare(below + 1) && target > 0 && sumAfter(below + 1) == target;
     return meets ? below + 1 : below;
   }
 
   void advance() {
-    while (static_cast<Wide>(sum_ >> 32) < target_ && steps_ < mostSteps_) {
+    while (static_cast<Wide>(sum_ >> 32) < target_ && hasSquare(steps_ + 1)) {
       ++steps_;
       left_ -= kHalf;
       right_ += kHalf;
@@ -139,7 +140,7 @@ class OvalRows {
   Wide left_, right_;
   // Squares in 32.32; steps whose square wouldn't fit aren't made: docs/pixels.md, Fixed point.
   std::uint64_t sum_ = 0, term_ = 0, step_ = 0;
-  std::uint64_t steps_ = 0, mostSteps_ = 0;
+  std::uint64_t steps_ = 0, ratio_ = 0;
   Wide odd_ = 0, target_ = 0;
 };
 
@@ -240,14 +241,22 @@ class WedgeRows {
   Ray first_, last_;
 };
 
-// Rows of a shape without those of another inside it.
-void scanBand(OvalRows rows, Hole hole, const Box& clip, RunSink& sink) {
+// Calls `use` with the runs of the rows that the clip may show.
+template <class Use>
+void eachRow(const RoundBox& shape, const Box& clip, const Use& use) {
+  OvalRows rows(shape);
   rows.skipTo(clip.top);
-  hole.skipTo(clip.top);
   while (!rows.done() && rows.y() < clip.bottom) {
     const int y = rows.y();
-    emitWithout(y, rows.nextCut(), hole.at(y), sink);
+    use(y, rows.nextCut());
   }
+}
+
+// Rows of a shape without those of another inside it.
+void scanBand(const RoundBox& shape, const RoundBox& inside, const Box& clip, RunSink& sink) {
+  Hole hole(inside);
+  hole.skipTo(clip.top);
+  eachRow(shape, clip, [&](int y, Run run) { emitWithout(y, run, hole.at(y), sink); });
 }
 
 void scanWedge(const Box& box, const Wedge& wedge, const RoundBox& inside, const Box& clip, RunSink& sink) {
@@ -258,19 +267,17 @@ void scanWedge(const Box& box, const Wedge& wedge, const RoundBox& inside, const
     arc = -arc;
   }
   if (box.empty() || arc == 0) return;
-  Hole hole(inside);
-  OvalRows rows(RoundBox::oval(box));
-  if (arc >= 360) return scanBand(rows, hole, clip, sink);
+  const RoundBox oval = RoundBox::oval(box);
+  if (arc >= 360) return scanBand(oval, inside, clip, sink);
   WedgeRows cutter(box, (start % 360 + 360) % 360, arc);
   cutter.skip(std::max(0, clip.top - box.top));
-  rows.skipTo(clip.top);
+  Hole hole(inside);
   hole.skipTo(clip.top);
-  while (!rows.done() && rows.y() < clip.bottom) {
-    const int y = rows.y();
-    const WedgeRows::Runs cut = cutter.cut(y, rows.nextCut());
+  eachRow(oval, clip, [&](int y, Run run) {
+    const WedgeRows::Runs cut = cutter.cut(y, run);
     const Run without = hole.at(y);
     for (int i = 0; i < cut.count; ++i) emitWithout(y, cut.runs[static_cast<std::size_t>(i)], without, sink);
-  }
+  });
 }
 
 Wide slopeOf(Point from, Point to) { return (to.h - from.h) * kOne / (to.v - from.v); }
@@ -280,7 +287,7 @@ Wide slopeOf(Point from, Point to) { return (to.h - from.h) * kOne / (to.v - fro
 void scanRoundBox(const RoundBox& shape, const Box& clip, RunSink& sink) {
   if (shape.box.empty()) return;
   if (shape.ovalWidth <= 0) return sink.box(shape.box);
-  scanBand(OvalRows(shape), Hole(RoundBox{}), clip, sink);
+  eachRow(shape, clip, [&sink](int y, Run run) { emit(y, run, sink); });
 }
 
 void scanFrame(const RoundBox& shape, Point pen, const Box& clip, RunSink& sink) {
@@ -297,7 +304,7 @@ void scanFrame(const RoundBox& shape, Point pen, const Box& clip, RunSink& sink)
     }
     return sink.box({inner.bottom, outer.left, outer.bottom, outer.right});
   }
-  scanBand(OvalRows(shape), Hole(inside), clip, sink);
+  scanBand(shape, inside, clip, sink);
 }
 
 void scanArc(const Box& box, const Wedge& wedge, const Box& clip, RunSink& sink) {
