@@ -246,10 +246,8 @@ template <class Use>
 void eachRow(const RoundBox& shape, const Box& clip, const Use& use) {
   OvalRows rows(shape);
   rows.skipTo(clip.top);
-  while (!rows.done() && rows.y() < clip.bottom) {
-    const int y = rows.y();
-    use(y, rows.nextCut());
-  }
+  const int bottom = std::min(shape.box.bottom, clip.bottom);
+  for (int y = rows.y(); y < bottom; ++y) use(y, rows.nextCut());
 }
 
 // Rows of a shape without those of another inside it.
@@ -340,9 +338,10 @@ void scanLine(Point from, Point to, Point pen, const Box& clip, RunSink& sink) {
     right += slope < -kOne ? 0 : slope;
   }
   const int top = std::max(bounds.top, clip.top);
+  const int bottom = std::min(bounds.bottom, clip.bottom);
   left += slope * (top - bounds.top);
   right += slope * (top - bounds.top);
-  for (int y = top; y < std::min(bounds.bottom, clip.bottom); ++y) {
+  for (int y = top; y < bottom; ++y) {
     emit(y, {std::max(floorOf(left), bounds.left), std::min(floorOf(right), bounds.right)}, sink);
     left += slope;
     right += slope;
