@@ -11,6 +11,7 @@ void addAssemble(CLI::App& app, Command& chosen);
 void addExtract(CLI::App& app, Command& chosen);
 void addCorpus(CLI::App& app, Command& chosen);
 void addCompletion(CLI::App& app, Command& chosen);
+void addHelp(CLI::App& app, Command& chosen);
 
 // Puts the program that runs host code in the place of this one. Throws where it isn't installed.
 Status startHostcode(char** arguments);

@@ -107,9 +107,9 @@ constexpr OutputFormat kFormats[] = {
 };
 
 template <class Word>
-std::string listed(const Word& word) {
+std::string joined(const char* between, const Word& word) {
   std::string all;
-  for (const OutputFormat& format : kFormats) all += (all.empty() ? "" : ", ") + std::string(word(format));
+  for (const OutputFormat& format : kFormats) all += (all.empty() ? "" : between) + std::string(word(format));
   return all;
 }
 
@@ -130,10 +130,10 @@ const OutputFormat* formatOf(const std::filesystem::path& path) {
 }
 
 std::string formatNames() {
-  return listed([](const OutputFormat& format) { return format.name; });
+  return joined("|", [](const OutputFormat& format) { return format.name; });
 }
 std::string formatEndings() {
-  return listed([](const OutputFormat& format) { return format.ending; });
+  return joined(", ", [](const OutputFormat& format) { return format.ending; });
 }
 
 // The mark stands in what describes an image, which comes before its pixels or, in a TIFF, right after its head.

@@ -18,7 +18,7 @@ struct OutputFormat {
 const OutputFormat* formatNamed(std::string_view name);
 // By the ending of a file's name; null for one that is none of theirs.
 const OutputFormat* formatOf(const std::filesystem::path& path);
-// "png, ppm, ...", or ".png, .ppm, ...".
+// "png|ppm|...", and ".png, .ppm, ...".
 std::string formatNames();
 std::string formatEndings();
 

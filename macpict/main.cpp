@@ -19,5 +19,6 @@ int main(int count, char** arguments) {
   addGallery(app, chosen, forward);
   addCorpus(app, chosen);
   addCompletion(app, chosen);
+  addHelp(app, chosen);
   return runProgram(app, chosen, count, arguments);
 }

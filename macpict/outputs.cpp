@@ -16,8 +16,8 @@ void addReplacing(CLI::App& command, OutputOptions& options) {
 }
 
 void addFormat(CLI::App& command, OutputOptions& options) {
-  command.add_option("--format", options.format, "Write " + formatNames() + ", whatever the names of files say")
-      ->type_name("F")
+  command.add_option("--format", options.format, "The format of images, whatever the names of files say")
+      ->type_name(formatNames())
       ->check([](const std::string& text) {
         return formatNamed(text) != nullptr ? std::string() : "It takes " + formatNames() + ", not \"" + text + "\"";
       });

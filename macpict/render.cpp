@@ -217,7 +217,7 @@ void addRender(CLI::App& app, Command& chosen) {
   addPictureKind(*command, options.look.kind);
   command->add_option("--memory", options.look.memory, "Play in strips, with no more than so much memory for pixels")
       ->type_name("BYTES")
-      ->transform(CLI::AsSizeValue(false));
+      ->transform(CLI::AsSizeValue(false).description(""));
   addReplacing(*command, options.output);
   addBatch(*command, options.batch);
   command->add_flag("--search", options.isSearching, "Look for pictures anywhere in files that aren't known");

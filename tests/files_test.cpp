@@ -305,3 +305,22 @@ TEST_F(Files, TransparencyIsKeptOrLaidOnAColour) {
   EXPECT_EQ(run("render --alpha " + path("t.pict") + " " + path("t.jpg")).status, 1);
   EXPECT_EQ(run("record --background red " + path("t.png") + " " + path("x.pict")).status, 2);
 }
+
+// Blanks in names survive, and options have their values.
+TEST_F(Files, AreCompleted) {
+  fs::create_directories(folder / "two words");
+  write("two words/a picture.pict", "");
+  const auto completed = [this](const std::string& words) {
+    return execute("cd " + folder.string() + "; bash -c 'source <(" MACPICT " completion); COMP_WORDS=(macpict " +
+                   words + "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _macpict; printf \"%s|\" \"${COMPREPLY[@]}\"'")
+        .text;
+  };
+  EXPECT_EQ(completed("render two"), "two words|");
+  EXPECT_EQ(completed("render \"two words/a\""), "two words/a picture.pict|");
+  EXPECT_EQ(completed("render --format \"\""), "png|ppm|jpg|tiff|");
+  EXPECT_EQ(completed("record --depth 1"), "1|16|");
+  EXPECT_EQ(completed("run --out \"\""), "two words|");
+  EXPECT_EQ(completed("render --ske"), "|");
+  EXPECT_EQ(completed("render --skip"), "--skip-existing|");
+  EXPECT_EQ(completed("help co"), "corpus|completion|");
+}

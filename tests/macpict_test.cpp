@@ -163,9 +163,20 @@ TEST_F(Macpict, TellsWhatCanBeCalled) {
   // The man page and the completion know every command.
   const std::string manual = readAt(REFERENCE "/../macpict.1.in");
   const std::string completion = run("completion").text;
-  for (const char* command : {"render", "record", "list", "run", "classes", "gallery", "corpus", "completion"}) {
+  for (const char* command : {"render", "record", "list", "assemble", "extract", "run", "classes", "gallery", "corpus",
+                              "completion", "help"}) {
     EXPECT_NE(manual.find(std::string(".B macpict ") + command), std::string::npos) << command;
-    EXPECT_NE(completion.find(std::string("    ") + command + ") options="), std::string::npos) << command;
+    EXPECT_NE(completion.find(std::string("      ") + command + ") list="), std::string::npos) << command;
+    const std::string help = run(std::string("help ") + command).text;
+    EXPECT_EQ(help, run(command + std::string(" --help")).text);
+    // Each option stands in the manual.
+    for (std::size_t at = 0; (at = help.find(" --", at)) != std::string::npos; ++at) {
+      const std::string option = help.substr(at + 3, help.find_first_of(" ,\n", at + 3) - at - 3);
+      std::string written = "\\-\\-" + option;
+      for (std::size_t dash = 4; (dash = written.find('-', dash)) != std::string::npos; dash += 2)
+        written.insert(dash, "\\");
+      EXPECT_TRUE(option == "help" || manual.find(written) != std::string::npos) << option;
+    }
   }
 }
 

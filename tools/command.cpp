@@ -39,14 +39,12 @@ void complain(const std::string& sentence) {
 }
 
 void addPictureKind(CLI::App& command, PictureKind& kind) {
-  command.add_option("--depth", kind.depth, "Bits a pixel: 1, 2, 4, 8, 16, 24 or 32")
-      ->type_name("N")
-      ->check([](const std::string& text) {
-        for (const char* known : {"1", "2", "4", "8", "16", "24", "32"}) {
-          if (text == known) return std::string();
-        }
-        return "It takes 1, 2, 4, 8, 16, 24 or 32, not \"" + text + "\"";
-      });
+  constexpr const char* kDepths = "1|2|4|8|16|24|32";
+  command.add_option("--depth", kind.depth, "Bits a pixel")->type_name(kDepths)->check([](const std::string& text) {
+    const bool isKnown = text.find('|') == std::string::npos &&
+                         ("|" + std::string(kDepths) + "|").find("|" + text + "|") != std::string::npos;
+    return isKnown ? std::string() : "It takes " + std::string(kDepths) + ", not \"" + text + "\"";
+  });
   command.add_flag("--gray", kind.isGray, "A ramp of greys in place of colours; 8 bits if no depth is given");
 }
 
