@@ -102,7 +102,9 @@ bool readEntry(const LibArchive& library, archive* zip, Buffer& to, Finder& find
     if (count < 0) return false;
     const Bytes more = Bytes(part).first(static_cast<std::size_t>(count));
     // The films and photographs of a document are passed over unread.
-    if (to.empty() && containerOf(more) == nullptr && !isPicture(more) && knownKind(more) != nullptr) return true;
+    if (to.empty() && !finder.isSearching() && containerOf(more) == nullptr && !isPicture(more) &&
+        knownKind(more) != nullptr)
+      return true;
     if (!finder.unpack(to, more)) return true;
   }
 }

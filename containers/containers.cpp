@@ -34,19 +34,24 @@ Kind kindOf(Bytes file) {
 }
 
 void Finder::look(Bytes bytes, const std::string& place) {
+  if (const Container* const container = containerOf(bytes)) return lookAs(container->open, bytes, place);
+  lookAs(
+      [](Bytes file, const std::string& at, Finder& finder) {
+        if (const auto picture = qd::pictureInFile(file)) finder.found(at, "", *picture);
+      },
+      bytes, place);
+}
+
+void Finder::lookAs(Open open, Bytes bytes, const std::string& place) {
   if (isFull_) return;
-  const std::size_t before = count();
-  if (const Container* const container = containerOf(bytes)) {
-    if (depth_ == limits_.depth) {
-      return note(place, "It lies in " + std::to_string(limits_.depth) +
-                             " containers, one in the other, and isn't opened; unpacked by hand it would be.");
-    }
-    ++depth_;
-    container->open(bytes, place, *this);
-    --depth_;
-  } else if (const auto picture = qd::pictureInFile(bytes)) {
-    found(place, "", *picture);
+  if (depth_ > limits_.depth) {
+    return note(place, "It lies in " + std::to_string(limits_.depth) +
+                           " containers, one in the other, and isn't looked into; unpacked by hand it would be.");
   }
+  const std::size_t before = count();
+  ++depth_;
+  open(bytes, place, *this);
+  --depth_;
   if (isSearching_ && count() == before) search(bytes, place, *this);
 }
 

@@ -6,12 +6,17 @@
 
 namespace containers {
 
+class Finder;
+using Open = void (*)(Bytes file, const std::string& place, Finder& finder);
+
 class Finder {
  public:
   Finder(bool isSearching, const Limits& limits) : isSearching_(isSearching), limits_(limits) {}
 
   // Finds what is in bytes; names of what lies in them begin with their place.
   void look(Bytes bytes, const std::string& place);
+  // The same where it is known what they are.
+  void lookAs(Open open, Bytes bytes, const std::string& place);
   // Takes a picture; false if no more are taken.
   bool found(const std::string& place, const std::string& title, Bytes picture);
   // Adds bytes to those that are unpacked; false if no more may be.
@@ -19,6 +24,7 @@ class Finder {
   // A sentence on what lies at that place.
   void note(const std::string& place, const std::string& sentence);
 
+  bool isSearching() const { return isSearching_; }
   std::size_t count() const { return contents_.pictures.size(); }
   // Whether there was more than the limits allow; then nothing more is taken.
   bool isFull() const { return isFull_; }
@@ -41,6 +47,8 @@ class Finder {
 std::string shown(std::string_view text);
 // The path of something in an archive, without what would lead out of a folder.
 std::string pathIn(const std::string& place, std::string_view path);
+// What a note on damage ends in.
+inline constexpr std::string_view kSearchHelps = "macpict extract --search may find more";
 // "3 of 5 bytes".
 std::string ofBytes(std::uint64_t there, std::uint64_t told);
 
@@ -48,7 +56,7 @@ std::string ofBytes(std::uint64_t there, std::uint64_t told);
 struct Container {
   Kind kind;
   bool (*holds)(Bytes file);
-  void (*open)(Bytes file, const std::string& place, Finder& finder);
+  Open open;
 };
 const Container* containerOf(Bytes file);
 // What bytes are that are neither a picture nor a container; nothing if they are nothing that is known.

@@ -52,12 +52,15 @@ void takePicture(const Reference& reference, Cursor data, Bytes names, const std
 
 }  // namespace
 
+// One that is cut off has lost its map, and is known by where all programs put the data.
 bool isResourceFork(Bytes file) {
+  constexpr std::uint32_t kUsualData = 256;
   const ForkHead head{Cursor(file)};
-  Cursor types = Cursor(file).at(std::uint64_t{head.map} + 24);
-  const std::uint16_t typesAt = types.u16();
-  return head.data >= kForkHead && std::uint64_t{head.data} + head.dataSize <= head.map && types.good() &&
-         typesAt >= kMapHead && typesAt < head.mapSize && std::uint64_t{head.map} + typesAt <= file.size();
+  if (head.data < kForkHead || std::uint64_t{head.data} + head.dataSize > head.map || head.mapSize < kMapHead)
+    return false;
+  if (head.map >= file.size()) return head.data == kUsualData && head.data + head.dataSize == head.map;
+  const std::uint16_t types = Cursor(file).at(std::uint64_t{head.map} + 24).u16();
+  return types >= kMapHead && types < head.mapSize && std::uint64_t{head.map} + types <= file.size();
 }
 
 // Each number may be anything: forks that something else carries come here without being recognised.
@@ -88,7 +91,7 @@ void openResourceFork(Bytes file, const std::string& place, Finder& finder) {
   }
   if (!isWhole || !types.good()) {
     finder.note(place, "The map of its resources is broken or cut off: there are " + ofBytes(map.size(), head.mapSize) +
-                           "; macpict extract --search may find more.");
+                           "; " + std::string(kSearchHelps) + ".");
   }
 }
 
@@ -110,11 +113,8 @@ void openAppleFile(Bytes file, const std::string& place, Finder& finder) {
     const Bytes fork = Cursor(file).at(offset).upTo(size);
     if (fork.size() < size)
       finder.note(place, "A fork in it is cut off: there are " + ofBytes(fork.size(), size) + ".");
-    if (id == kDataFork) {
-      finder.look(fork, place);
-    } else {
-      openResourceFork(fork, place, finder);
-    }
+    if (id == kDataFork) finder.look(fork, place);
+    if (id == kResourceFork) finder.lookAs(openResourceFork, fork, place);
   }
 }
 
@@ -155,14 +155,15 @@ struct MacBinary {
 
 }  // namespace
 
-// The first version has no checksum: there the forks have to fill the file.
+// The first version has no checksum: there the forks, and a comment on the file, have to fill the file.
 bool isMacBinary(Bytes file) {
   if (file.size() < kBlock || file[0] != 0 || file[1] == 0 || file[1] > 63 || file[74] != 0 || file[82] != 0)
     return false;
   const MacBinary parts(file);
   if (parts.hasChecksum && parts.isChecked) return true;
   const std::uint64_t end = parts.resources + parts.resourcesSize;
-  return end > kBlock && end <= file.size() && file.size() <= filled(end) + kBlock;
+  const std::uint16_t comment = Cursor(file).at(99).u16();
+  return end > kBlock && end <= file.size() && file.size() <= filled(end) + filled(comment);
 }
 
 void openMacBinary(Bytes file, const std::string& place, Finder& finder) {
@@ -177,7 +178,7 @@ void openMacBinary(Bytes file, const std::string& place, Finder& finder) {
                     " of its forks.");
   }
   finder.look(data, place);
-  openResourceFork(resources, place, finder);
+  finder.lookAs(openResourceFork, resources, place);
 }
 
 }  // namespace containers

@@ -74,8 +74,9 @@ constexpr Signature kSignatures[] = {
     {0, "<?xml", {"an XML file"}},
 };
 
-constexpr Kind kEmpty = {"an empty file"};
-constexpr Kind kZeros = {"a file of nothing but zeros", "a copy from where it came may be whole"};
+constexpr std::string_view kCopy = "another copy of it may be whole";
+constexpr Kind kEmpty = {"an empty file", kCopy};
+constexpr Kind kZeros = {"a file of nothing but zeros", kCopy};
 constexpr Kind kText = {"plain text", "macpict assemble makes a PICT of a listing"};
 
 bool isThere(const Signature& signature, Bytes file) {

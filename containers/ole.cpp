@@ -61,11 +61,14 @@ class CompoundFile {
     // Streams of less than some size lie in small sectors, which are cut from the root's stream.
     leastLarge_ = head.at(56).u32();
     const auto root = std::ranges::find(streams_, kRoot, &Stream::type);
-    if (root == streams_.end()) return;
+    isWhole_ = root != streams_.end();
+    if (!isWhole_) return;
     ofSmall_ = large_.chain(root->first, root->size, finder);
     small_ = {ofSmall_, 6, 0, numbersIn(large_.chain(head.at(60).u32(), kAll, finder))};
   }
 
+  // Whether it has a directory.
+  bool isWhole() const { return isWhole_; }
   const std::vector<Stream>& streams() const { return streams_; }
   Buffer read(const Stream& stream) const {
     return (stream.size < leastLarge_ ? small_ : large_).chain(stream.first, stream.size, finder_);
@@ -111,6 +114,7 @@ class CompoundFile {
   Buffer ofSmall_;
   std::vector<Stream> streams_;
   std::uint32_t leastLarge_ = 0;
+  bool isWhole_ = false;
 };
 
 // ---- drawings
@@ -178,6 +182,8 @@ bool isCompoundFile(Bytes file) { return hasAt(file, 0, "\xD0\xCF\x11\xE0\xA1\xB
 
 void openCompoundFile(Bytes file, const std::string& place, Finder& finder) {
   const CompoundFile compound(file, finder);
+  if (!compound.isWhole())
+    finder.note(place, "Its directory is damaged or cut off; " + std::string(kSearchHelps) + ".");
   for (const Stream& stream : compound.streams()) {
     if (stream.type != kStream || finder.isFull()) continue;
     const std::string name = pathIn(place, stream.name);

@@ -1,5 +1,6 @@
 // Writes what the fuzzers begin with into a folder, a folder for each kind: small pictures, their texts, images, fonts,
-// host code and bundles. All of it is made here; the fonts are a few characters of those that are installed.
+// host code, bundles and containers. All of it is made here; the fonts are a few characters of those that are
+// installed.
 #include <cstdio>
 // It wants stdio's types before it.
 #include <jpeglib.h>
@@ -13,6 +14,7 @@
 #include "engine/pict/assembler.h"
 #include "engine/pict/bits.h"
 #include "engine/pict/opcodes.h"
+#include "tests/containers/files.h"
 #include "tests/mach_o_file.h"
 
 using namespace qd;
@@ -546,11 +548,35 @@ void writeBundles() {
   write("bundle/lazy", bundle.bytes());
 }
 
+// ---- what pictures lie in
+
+// The first byte says whether they are searched.
+void writeContainers() {
+  const std::string picture = files::picture(1), file = files::kHeader + picture;
+  const std::string fork = files::fork({{128, "name", picture}, {-5, "", files::kOld, 1}});
+  const std::string drawings = files::blip(picture, false, true) + files::blip(picture, true, false);
+  const std::string all[] = {file,
+                             fork,
+                             files::appleFile(0x00051600, picture, fork),
+                             files::macBinary(file, fork, 1),
+                             files::macBinary(picture, fork, 3),
+                             files::gzip(fork),
+                             files::zip({{"a/b.pict", picture}, {"../c", files::gzip(file)}, {"d", fork}}),
+                             files::compound({{"Pictures", drawings}, {"Raw", file}}),
+                             files::compound({{"Data", std::string(4096, 'x') + drawings}}),
+                             files::compound({{"Book", files::workbook(drawings)}}),
+                             "bytes" + file + files::kOld + picture};
+  int count = 0;
+  for (const std::string& each : all) {
+    for (const char* first : {"0", "1"}) write(format("container/%02d", count++), bytesOf(first + each));
+  }
+}
+
 }  // namespace
 
 int main(int, char** arguments) {
   folder = arguments[1];
-  for (const char* kind : {"pict", "text", "image", "font", "code", "bundle"}) {
+  for (const char* kind : {"pict", "text", "image", "font", "code", "bundle", "container"}) {
     fs::create_directories(folder / kind);
   }
   writeDrawings();
@@ -559,4 +585,5 @@ int main(int, char** arguments) {
   writeFonts();
   writePrograms();
   writeBundles();
+  writeContainers();
 }

@@ -54,8 +54,9 @@ class Extraction {
       return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
     };
     const std::string images = options_.isWithImages ? " and " + counted(images_, "image") : "";
-    std::printf("%s%s of %s written into %s\n", counted(pictures_, "picture").c_str(), images.c_str(),
-                counted(options_.files.size() - 1, "file").c_str(), folder_.c_str());
+    if (pictures_ + images_ > 0)
+      std::printf("%s%s of %s written into %s\n", counted(pictures_, "picture").c_str(), images.c_str(),
+                  counted(options_.files.size() - 1, "file").c_str(), folder_.c_str());
     return hasFailed_ ? kFailed : kDone;
   }
 

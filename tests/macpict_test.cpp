@@ -151,6 +151,69 @@ TEST_F(Macpict, RendersRecordsAndLists) {
   }
 }
 
+TEST_F(Macpict, ExtractsPicturesAndTheirImages) {
+  const auto number = [](std::size_t value) {
+    std::string bytes;
+    for (int shift = 24; shift >= 0; shift -= 8) bytes += static_cast<char>(value >> shift);
+    return bytes;
+  };
+  const auto image = [&](const std::string& codec, const std::string& data) {
+    const std::string description = number(86) + codec + std::string(24, '\0') + std::string("\0\x28\0\x14", 4) +
+                                    std::string(8, '\0') + number(data.size()) + std::string(34, '\0') +
+                                    std::string("\0\x20\xFF\xFF", 4);
+    std::string operands = std::string(68, '\0') + description + data;
+    operands += std::string(operands.size() % 2, '\0');
+    return "\x82" + std::string(1, '\0') + number(operands.size()) + operands;
+  };
+  const std::string png = readAt(REFERENCE "/pictures/lines.png");
+  const std::string picture = std::string("\0\0\0\0\0\0\0\x14\0\x28\0\x11\x02\xFF\x0C\0", 16) + std::string(24, '\0') +
+                              image("png ", png) + image("cvid", "data") + image("tga ", "data") +
+                              std::string("\0\xFF", 2);
+  const std::string header(512, '\0');
+  // A file that carries a resource fork, with the picture as number 128.
+  const std::string map = std::string(24, '\0') + std::string("\0\x1C\0\x32\0\0PICT\0\0\0\x0A\0\x80\0\0\0\0\0\0", 22) +
+                          number(0) + std::string("\4Name");
+  const std::string fork = number(256) + number(260 + picture.size()) + number(4 + picture.size()) +
+                           number(map.size()) + std::string(240, '\0') + number(picture.size()) + picture + map;
+  write("._icon.rsrc", number(0x00051607) + number(0x20000) + std::string(16, '\0') + std::string("\0\1", 2) +
+                           number(2) + number(38) + number(fork.size()) + fork);
+  write("any",
+        "\x7F"
+        "ELF" +
+            fork.substr(256));
+  const std::string carried = path("._icon.rsrc ") + path("out");
+
+  const Outcome all = run("extract --images " + carried);
+  EXPECT_EQ(all.status, 0) << all.text;
+  EXPECT_NE(all.text.find("out/icon#128.pict: 40x20, Name\n"), std::string::npos) << all.text;
+  EXPECT_NE(all.text.find("image 2 is of codec \"cvid\", depth 32, 40x20, 4 bytes, which makes no file"),
+            std::string::npos)
+      << all.text;
+  EXPECT_NE(all.text.find("1 picture and 2 images of 1 file written"), std::string::npos) << all.text;
+  EXPECT_TRUE(read("out/icon#128.pict") == header + picture);
+  EXPECT_TRUE(read("out/icon#128-1.png") == png);
+  EXPECT_EQ(read("out/icon#128-3.tga"), "data");
+
+  // What is there stays, and what isn't known says what would help.
+  write("out/icon#128.pict", "mine");
+  const Outcome again = run("extract " + carried);
+  EXPECT_EQ(again.status, 1);
+  EXPECT_NE(again.text.find("icon#128.pict\" is there already; --force would replace it.\n"), std::string::npos)
+      << again.text;
+  EXPECT_EQ(read("out/icon#128.pict"), "mine");
+  EXPECT_EQ(run("extract --force " + carried).status, 0);
+  EXPECT_TRUE(read("out/icon#128.pict") == header + picture);
+  const Outcome unknown = run("extract " + path("any ") + REFERENCE "/pictures/lines.png " + path("out"));
+  EXPECT_EQ(unknown.status, 1);
+  EXPECT_NE(unknown.text.find("any\" is a program, and no picture is found in it; --search would"), std::string::npos)
+      << unknown.text;
+  EXPECT_NE(unknown.text.find("is a PNG file, and no picture is found in it; macpict record makes"), std::string::npos)
+      << unknown.text;
+  EXPECT_EQ(run("extract --search " + path("any ") + path("out")).status, 0);
+  EXPECT_TRUE(read("out/any@8.pict") == header + picture);
+  EXPECT_EQ(run("extract " + path("any")).status, 2);
+}
+
 TEST_F(Macpict, TellsWhatCanBeCalled) {
   const Outcome classes = run("classes");
   EXPECT_NE(
