@@ -35,21 +35,26 @@ std::uint32_t Map::pixelOf(const Color& color) const {
   };
   if (depth == 32) return component(0, 8) << 16 | component(1, 8) << 8 | component(2, 8);
   if (depth == 16) return component(0, 5) << 10 | component(1, 5) << 5 | component(2, 5);
+  const auto [known, isNew] = nearest_.try_emplace(color);
+  if (!isNew) return known->second;
   const auto distance = [&color](const Color& other) {
     std::int64_t sum = 0;
     for (std::size_t i = 0; i < 3; ++i) sum += std::int64_t{other[i] - color[i]} * (other[i] - color[i]);
     return sum;
   };
-  const auto nearest = std::ranges::min_element(table, {}, distance);
-  return static_cast<std::uint32_t>(nearest - table.begin());
+  return known->second = static_cast<std::uint32_t>(std::ranges::min_element(table, {}, distance) - table.begin());
 }
 
 Table tableOf(int id) {
   Table table;
   if (id < 64) {
     const int last = (1 << (id - 32)) - 1;
-    for (int i = 0; i <= last; ++i)
-      table.push_back(Color{} = {0xFFFF - 0xFFFF * i / last, 0xFFFF - 0xFFFF * i / last, 0xFFFF - 0xFFFF * i / last});
+    for (int i = 0; i <= last; ++i) {
+      const int level = 0xFFFF - 0xFFFF * i / last;
+      table.push_back({level, level, level});
+    }
+  } else if (id == 66) {
+    table = {{0xFFFF, 0xFFFF, 0xFFFF}, {0x8000, 0x8000, 0x8000}, kHighlight, {0, 0, 0}};
   } else if (id == 68) {
     table = {{0xFFFF, 0xFFFF, 0xFFFF}, {0xFC00, 0xF37D, 0x052F}, {0xFFFF, 0x648A, 0x028C}, {0xDD6B, 0x08C2, 0x06A2},
              {0xF2D7, 0x0856, 0x84EC}, {0x46E3, 0x0000, 0xA53E}, {0x0000, 0x0000, 0xD400}, {0x0241, 0xAB54, 0xEAFF},
@@ -182,8 +187,7 @@ std::vector<int> ray(const Rect& r, int degrees) {
   const auto turned = static_cast<std::size_t>(degrees % 180);
   const std::int64_t tangent = turned <= 90 ? -kTangents[turned] : kTangents[180 - turned];
   const std::int64_t ratio = r.width() * kOne / r.height();
-  const std::int64_t size = (std::abs(tangent) * ratio + kHalf) >> 16;
-  const std::int64_t slope = tangent < 0 ? -size : size;
+  const std::int64_t slope = (tangent * ratio + kHalf) >> 16;
   std::int64_t at = ((r.left + r.right) >> 1) * kOne - slope * (r.height() >> 1);
   std::vector<int> rows;
   for (int y = r.top; y < r.bottom; ++y, at += slope) rows.push_back(whole(at));
@@ -285,11 +289,16 @@ int shown(int k, int from, int to) { return (from * (2 * k + 1) + 2 * to - 1) / 
 
 constexpr int kHilite = 50;
 
-// One bit deep there is nothing to calculate.
-int standIn(int mode, int depth) {
-  constexpr int kCopy = 0, kOr = 1, kXor = 2, kBic = 3;
+// The mode of a source that a mode is, for a map of that depth.
+int sourceMode(int mode, int depth) {
+  constexpr int kCopy = 0, kOr = 1, kXor = 2, kBic = 3, kGrey = 49;
+  // One bit deep there is nothing to calculate.
   constexpr int kStandIns[] = {kCopy, kBic, kXor, kOr, kOr, kBic, kXor, kOr};
-  return depth == 1 && mode >= 32 && mode < 40 ? kStandIns[mode - 32] : mode;
+  mode &= ~64;
+  if (mode == kHilite) return mode;
+  if (mode == kGrey) return kOr;
+  if (mode >= 32 && mode < 48) return depth == 1 ? kStandIns[mode % 8] : 32 + mode % 8;
+  return mode >= 0 && mode < 16 ? mode % 8 : kCopy;
 }
 
 }  // namespace
@@ -309,7 +318,7 @@ Region Player::mapped(const Region& region) const {
 }
 
 Point Player::sized(Point size) const {
-  const auto one = [](int at, int from, int to) { return from == to ? at : std::max(scaled(at, from, to), 1); };
+  const auto one = [](int at, int from, int to) { return at <= 0 ? at : std::max(scaled(at, from, to), 1); };
   return {one(size.h, from_.width(), to_.width()), one(size.v, from_.height(), to_.height())};
 }
 
@@ -392,7 +401,8 @@ void Player::region(Verb verb) { region(verb, Region(region_)); }
 
 void Player::draw(Verb verb, const Pixels& pixels) {
   constexpr int kPatCopy = 8, kPatXor = 10;
-  const bool isOfPatterns = (penMode >= 8 && penMode < 16) || (penMode >= 32 && penMode < 48) || penMode == kHilite;
+  const int mode = penMode & ~64;
+  const bool isOfPatterns = (mode >= 8 && mode < 16) || (mode >= 32 && mode < 48) || mode == kHilite;
   switch (verb) {
     case Verb::frame:
     case Verb::paint:
@@ -411,8 +421,7 @@ void Player::draw(Verb verb, const Pixels& pixels) {
 }
 
 void Player::fill(const Pixels& pixels, const Pattern& pattern, int mode) {
-  const bool isPatternMode = mode < 16 || (mode >= 40 && mode < 48);
-  const int sourceMode = standIn(isPatternMode ? mode - 8 : mode, map_.depth);
+  const int made = sourceMode(mode, map_.depth);
   std::size_t i = 0;
   for (int y = map_.bounds.top; y < map_.bounds.bottom; ++y) {
     for (int x = map_.bounds.left; x < map_.bounds.right; ++x) {
@@ -424,57 +433,74 @@ void Player::fill(const Pixels& pixels, const Pattern& pattern, int mode) {
         const auto folded = [](int at, int size) { return (at % size + size) % size; };
         const std::uint32_t pixel =
             pattern.tile->at(tile.left + folded(x, tile.width()), tile.top + folded(y, tile.height()));
-        there = transferred(map_.pixelOf(pattern.tile->colorOf(pixel)), there, sourceMode);
-      } else if (sourceMode < 8) {
-        there = logical(isSet ? map_.ones() : 0, there, sourceMode);
+        there = transferred(map_.pixelOf(pattern.tile->colorOf(pixel)), there, made);
       } else {
-        there = transferred(map_.pixelOf(isSet ? foreground : background), there, sourceMode);
+        there = withBit(isSet, there, made);
       }
     }
   }
 }
 
-void Player::bits(const Map& source, const Rect& from, const Rect& to, int mode, const Region* mask, const Map* matte) {
+void Player::bits(const Map& source, const Rect& from, const Rect& to, int mode, const std::vector<Region>& masks,
+                  const Map* matte) {
   const Rect place = mapped(to);
-  const Region within = mask != nullptr ? mapped(*mask) : Region();
+  std::vector<Region> within;
+  for (const Region& mask : masks) within.push_back(mapped(mask));
   const Map before = source;
-  const int made = standIn(mode & ~64, map_.depth);
+  const int made = matte != nullptr ? 0 : sourceMode(mode, map_.depth);
+  // A map of one bit in white and black is one.
+  const bool isBitMap = source.depth == 1 && (source.table.empty() || source.table == tableOf(33));
   std::size_t i = 0;
   for (int y = map_.bounds.top; y < map_.bounds.bottom; ++y) {
     for (int x = map_.bounds.left; x < map_.bounds.right; ++x) {
-      if (!clip_[i++] || !place.holds(x, y) || (mask != nullptr && !within.holds(x, y))) continue;
-      const int sx = from.left + shown(x - place.left, from.width(), place.width());
-      const int sy = from.top + shown(y - place.top, from.height(), place.height());
-      if (!source.bounds.holds(sx, sy)) continue;
+      if (!clip_[i++] || !place.holds(x, y)) continue;
+      if (!std::ranges::all_of(within, [&](const Region& mask) { return mask.holds(x, y); })) continue;
+      const auto pixelOf = [&](const Map& map, const Rect& part) -> std::optional<std::uint32_t> {
+        const int sx = part.left + shown(x - place.left, part.width(), place.width());
+        const int sy = part.top + shown(y - place.top, part.height(), place.height());
+        if (!map.bounds.holds(sx, sy)) return std::nullopt;
+        return map.at(sx, sy);
+      };
+      const auto pixel = pixelOf(before, from);
+      if (!pixel) continue;
       std::uint32_t& there = map_.at(x, y);
-      const std::uint32_t bit = before.at(sx, sy);
-      // What calculates takes a bit map's bits for the port's colours.
-      const bool isOfPort = before.table.empty() && !before.isDirect() && matte == nullptr && made >= 32;
-      const Color color = isOfPort ? bit != 0 ? foreground : background : before.colorOf(bit);
-      const std::uint32_t pixel = map_.pixelOf(color);
-      if (matte == nullptr) {
-        there = transferred(pixel, there, made);
-        continue;
-      }
-      // Mixed by component.
-      const Color s = map_.colorOf(pixel), d = map_.colorOf(there), m = matte->colorOf(matte->at(sx, sy));
-      Color mix = {};
-      for (std::size_t c = 0; c < 3; ++c)
-        mix[c] = static_cast<int>((std::int64_t{s[c]} * (0xFFFF - m[c]) + std::int64_t{d[c]} * m[c] + 0x7FFF) / 0xFFFF);
-      there = map_.pixelOf(mix);
+      const std::uint32_t copied =
+          isBitMap ? withBit(*pixel != 0, there, made) : transferred(map_.pixelOf(before.colorOf(*pixel)), there, made);
+      there = matte != nullptr ? mixed(copied, there, *matte, *pixelOf(*matte, matte->bounds)) : copied;
     }
   }
+}
+
+std::uint32_t Player::mixed(std::uint32_t copied, std::uint32_t there, const Map& matte, std::uint32_t weight) const {
+  if (matte.depth == 1) return weight != 0 ? copied : there;
+  const Color s = map_.colorOf(copied), d = map_.colorOf(there), m = matte.colorOf(weight);
+  Color mix = {};
+  for (std::size_t c = 0; c < 3; ++c)
+    mix[c] = static_cast<int>((std::int64_t{s[c]} * (0xFFFF - m[c]) + std::int64_t{d[c]} * m[c] + 0x7FFF) / 0xFFFF);
+  if (m == Color{}) return copied;
+  return m == Color{0xFFFF, 0xFFFF, 0xFFFF} ? there : map_.pixelOf(mix);
 }
 
 // ---- modes
 
+// A set bit of a pattern or of a bit map is all ink. What calculates takes it for the foreground, and a clear one for
+// the background.
+std::uint32_t Player::withBit(bool isSet, std::uint32_t there, int mode) const {
+  if (mode < 8) return logical(isSet ? map_.ones() : 0, there, mode);
+  if (mode == kHilite) return isSet ? highlighted(there) : there;
+  return calculated(map_.pixelOf(isSet ? foreground : background), there, mode);
+}
+
 std::uint32_t Player::transferred(std::uint32_t source, std::uint32_t there, int mode) const {
-  if (mode == kHilite) {
-    const std::uint32_t b = map_.pixelOf(background), h = map_.pixelOf(highlight);
-    return there == b ? h : there == h ? b : there;
-  }
-  if (mode >= 32) return calculated(source, there, mode);
-  return logical(map_.isDirect() ? ~source & map_.ones() : source, there, mode);
+  const std::uint32_t ink = map_.isDirect() ? ~source & map_.ones() : source;
+  if (mode < 8) return logical(ink, there, mode);
+  if (mode == kHilite) return ink != 0 ? highlighted(there) : there;
+  return calculated(source, there, mode);
+}
+
+std::uint32_t Player::highlighted(std::uint32_t there) const {
+  const std::uint32_t b = map_.pixelOf(background), h = map_.pixelOf(highlight);
+  return there == b ? h : there == h ? b : there;
 }
 
 std::uint32_t Player::logical(std::uint32_t ink, std::uint32_t there, int mode) const {

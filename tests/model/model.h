@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <vector>
 
@@ -23,6 +24,7 @@ struct Rect {
 
 using Color = std::array<int, 3>;  // red, green, blue, of 16 bits
 using Table = std::vector<Color>;
+inline constexpr Color kHighlight = {0xB5B5, 0xD5D5, 0xFFFF};
 
 // A pixel is an index into the table, or 5 or 8 bits of red, green and blue.
 struct Map {
@@ -39,6 +41,9 @@ struct Map {
   Rect bounds;
   Table table;  // of a bit map none: set bits are black
   std::vector<std::uint32_t> pixels;
+
+ private:
+  mutable std::map<Color, std::uint32_t> nearest_;  // that were looked for
 };
 
 // The colours of the tables that are known by number.
@@ -71,6 +76,7 @@ class Player {
   Player(Map& map, const Rect& from, const Rect& to);
 
   void clip(const Region& region);
+  void unclip() { clip_.assign(clip_.size(), true); }
   void origin(int dh, int dv);
 
   void line(Point from, Point to);
@@ -83,12 +89,12 @@ class Player {
   void polygon(Verb verb);
   void region(Verb verb, const Region& region);
   void region(Verb verb);
-  // A matte's black takes the source, its white leaves what is there.
-  void bits(const Map& source, const Rect& from, const Rect& to, int mode, const Region* mask = nullptr,
+  // Only what lies in all of the masks is copied. Through a matte, stretched like the source, all is copied: its black
+  // takes the source, its white leaves what is there; of one bit deep set bits take the source.
+  void bits(const Map& source, const Rect& from, const Rect& to, int mode, const std::vector<Region>& masks = {},
             const Map* matte = nullptr);
 
-  Color foreground = {0, 0, 0}, background = {0xFFFF, 0xFFFF, 0xFFFF}, operand = {0, 0, 0},
-        highlight = {0xB5B5, 0xD5D5, 0xFFFF};
+  Color foreground = {0, 0, 0}, background = {0xFFFF, 0xFFFF, 0xFFFF}, operand = {0, 0, 0}, highlight = kHighlight;
   bool highlights = false;  // the next inversion
   Point penSize = {1, 1}, ovalSize;
   int penMode = 8;
@@ -104,7 +110,10 @@ class Player {
 
   void draw(Verb verb, const Pixels& pixels);
   void fill(const Pixels& pixels, const Pattern& pattern, int mode);
+  std::uint32_t mixed(std::uint32_t copied, std::uint32_t there, const Map& matte, std::uint32_t weight) const;
+  std::uint32_t withBit(bool isSet, std::uint32_t there, int mode) const;
   std::uint32_t transferred(std::uint32_t source, std::uint32_t there, int mode) const;
+  std::uint32_t highlighted(std::uint32_t there) const;
   std::uint32_t logical(std::uint32_t ink, std::uint32_t there, int mode) const;
   std::uint32_t calculated(std::uint32_t source, std::uint32_t there, int mode) const;
 

@@ -362,6 +362,50 @@ void addColor(Chance& chance, Scene& scene) {
   add(scene, name + (" " + text(color)), [color, field = field](Player& p) { p.*field = color; });
 }
 
+constexpr int kPenModes[] = {8,  9,  10, 11, 12, 13, 14, 15, 32, 33, 34,     35, 36, 37, 38, 39,
+                             40, 41, 42, 43, 44, 45, 46, 47, 50, 50, 8 + 64, 0,  3,  24, 49};
+
+int anySourceMode(Chance& chance) {
+  constexpr int kOthers[] = {10, 42, 49, 50, 50, 50, 24, 100, -1};
+  const int mode = chance.oneIn(2) ? chance.any(0, 7) : chance.any(32, 39);
+  return chance.oneIn(8) ? chance.of(kOthers) : chance.oneIn(6) ? mode + 64 : mode;
+}
+
+// A QuickTime image's description and its pixels, uncompressed, and what they are.
+struct EncodedImage {
+  std::vector<std::uint8_t> bytes;
+  Map map;
+};
+
+// Depths above 32 are those of greys.
+EncodedImage anyEncoded(Chance& chance, const Scene& scene, int depth, int width, int height) {
+  const bool isGrey = depth > 32;
+  const int bits = isGrey ? depth - 32 : depth == 24 ? 32 : depth;
+  Map map = anyMap(chance, scene, bits, {0, 0, width, height});
+  if (isGrey) map.table = tableOf(depth);
+  while (bits <= 8 && map.table.empty()) map = anyMap(chance, scene, bits, map.bounds);
+
+  Out pixels;
+  for (int y = 0; y < height; ++y) {
+    std::vector<std::uint8_t> row(static_cast<std::size_t>((width * (depth == 24 ? 24 : bits) + 7) / 8));
+    for (int x = 0; x < width; ++x) putPixel(row, depth == 24 ? 24 : bits, x, map.at(x, y));
+    pixels.put(row);
+  }
+  Out out;
+  out.words({0x7261, 0x7720, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, width, height, 72, 0, 72, 0});  // 'raw '
+  out.u32(static_cast<std::uint32_t>(pixels.bytes.size())).u16(1);
+  for (int i = 0; i < 16; ++i) out.u16(0);
+  const bool hasTable = bits <= 8 && !isGrey;
+  out.words({depth, hasTable ? 0 : -1});
+  if (hasTable) {
+    out.words({0, 0, 0, static_cast<int>(map.table.size()) - 1});
+    for (std::size_t i = 0; i < map.table.size(); ++i) out.u16(static_cast<int>(i)).color(map.table[i]);
+  }
+  Out sized;
+  sized.u32(static_cast<std::uint32_t>(out.bytes.size()) + 4).put(out.bytes).put(pixels.bytes);
+  return {sized.bytes, map};
+}
+
 }  // namespace
 
 void addState(Chance& chance, Scene& scene) {
@@ -373,9 +417,7 @@ void addState(Chance& chance, Scene& scene) {
     case 3:
       return addPattern(chance, scene);
     case 4: {
-      const int mode = chance.oneIn(3)   ? chance.any(40, 47)
-                       : chance.oneIn(8) ? chance.of(std::array{0, 3, 33, 36, 50})
-                                         : chance.any(8, 15);
+      const int mode = chance.of(kPenModes);
       return add(scene, format("PnMode %d", mode), [mode](Player& p) { p.penMode = mode; });
     }
     case 5: {
@@ -395,6 +437,8 @@ void addState(Chance& chance, Scene& scene) {
       const Region region =
           chance.oneIn(2) ? Region(Rect{chance.any(-3, 10), chance.any(-3, 8), chance.any(20, 45), chance.any(15, 40)})
                           : anyRegion(chance);
+      const Region open = Region(Rect{-32767, -32767, 32767, 32767});
+      if (chance.oneIn(4)) return add(scene, "Clip " + text(open), [](Player& p) { p.unclip(); });
       return add(scene, "Clip " + text(region), [region](Player& p) { p.clip(region); });
     }
   }
@@ -454,6 +498,52 @@ void addShape(Chance& chance, Scene& scene) {
   }
 }
 
+void addImage(Chance& chance, Scene& scene) {
+  scene.version = 2;
+  constexpr int kDepths[] = {1, 2, 4, 8, 16, 24, 32, 33, 34, 36, 40};
+  const int width = chance.any(1, 24), height = chance.any(1, 8);
+  const EncodedImage image = anyEncoded(chance, scene, chance.of(kDepths), width, height);
+  const bool hasMatte = chance.oneIn(2), hasMask = chance.oneIn(3), isCut = chance.oneIn(3);
+  constexpr int kMatteDepths[] = {1, 8, 16, 32, 33, 36, 40};
+  const EncodedImage matte =
+      hasMatte ? anyEncoded(chance, scene, chance.of(kMatteDepths), chance.oneIn(2) ? width : chance.any(1, 24), height)
+               : EncodedImage{{}, Map(1, {})};
+  const Region mask = anyRegion(chance);
+  const Rect all = {0, 0, width, height};
+  Rect part;
+  if (isCut) {
+    part.left = chance.any(0, width - 1);
+    part.right = chance.any(part.left + 1, width);
+    part.bottom = chance.any(1, height);
+  }
+  const int left = chance.any(-8, 30), top = chance.any(-4, 24), across = chance.any(1, 3), down = chance.any(1, 3);
+  const auto placed = [=](const Rect& r) {
+    return Rect{left + across * r.left, top + down * r.top, left + across * r.right, top + down * r.bottom};
+  };
+  const int mode = anySourceMode(chance);
+
+  Out region;
+  if (hasMask) region.region(mask);
+  Out out;
+  const auto fixed = [&out](int number) { out.words({number, 0}); };
+  out.u16(0);
+  for (const int cell : {across, 0, 0, 0, down, 0, left, top}) fixed(cell);
+  out.u32(0x40000000).u32(static_cast<std::uint32_t>(matte.bytes.size())).rect(matte.map.bounds).u16(mode).rect(part);
+  out.u32(0).u32(static_cast<std::uint32_t>(region.bytes.size()));
+  out.put(matte.bytes).put(region.bytes).put(image.bytes);
+  Out opcode;
+  opcode.u32(static_cast<std::uint32_t>(out.bytes.size())).put(out.bytes);
+  // What stands in for it in the same place isn't drawn; anything else is.
+  const std::string next = chance.oneIn(2) ? "NOP"
+                                           : "BitsRect { rowBytes bitMap 2 bounds (0, 0, 1, 1) } (0, 0, 1, 1) " +
+                                                 text(placed(all)) + " 0 { 8000 }";
+  std::vector<Region> masks;
+  if (hasMask) masks.push_back(mask);
+  if (isCut) masks.emplace_back(placed(part));
+  add(scene, "CompressedQuickTime hex " + hex(opcode.bytes) + "\n" + next,
+      [=](Player& p) { p.bits(image.map, all, placed(all), mode, masks, hasMatte ? &matte.map : nullptr); });
+}
+
 void addBits(Chance& chance, Scene& scene) {
   constexpr int kDepths[] = {1, 2, 4, 8, 16, 32};
   const int left = chance.any(-9, 9), top = chance.any(-9, 9);
@@ -471,7 +561,7 @@ void addBits(Chance& chance, Scene& scene) {
   const bool isStretched = chance.oneIn(2);
   to.right = to.left + (isStretched ? chance.any(1, 50) : from.width());
   to.bottom = to.top + (isStretched ? chance.any(1, 20) : from.height());
-  const int mode = chance.oneIn(3) ? chance.any(32, 39) : chance.any(0, 7) + (chance.oneIn(5) ? 64 : 0);
+  const int mode = anySourceMode(chance);
   const bool isMasked = chance.oneIn(3);
   const Region mask = chance.oneIn(2) ? anyRegion(chance) : Region(anyRect(chance));
 
@@ -482,7 +572,8 @@ void addBits(Chance& chance, Scene& scene) {
   if (isMasked) out.region(mask);
   out.put(bytes.rows);
   const std::string line = name + (isMasked ? "Rgn" : "Rect") + " hex " + hex(out.bytes);
-  add(scene, line, [=](Player& p) { p.bits(map, from, to, mode, isMasked ? &mask : nullptr); });
+  const std::vector<Region> masks(isMasked ? 1 : 0, mask);
+  add(scene, line, [=](Player& p) { p.bits(map, from, to, mode, masks); });
 }
 
 }  // namespace model

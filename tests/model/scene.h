@@ -79,5 +79,6 @@ Written written(Chance& chance, const Map& map);
 void addState(Chance& chance, Scene& scene);
 void addShape(Chance& chance, Scene& scene);
 void addBits(Chance& chance, Scene& scene);
+void addImage(Chance& chance, Scene& scene);
 
 }  // namespace model
