@@ -140,7 +140,8 @@ std::string difference(const Scene& scene) {
   const auto word = [](int at) { return static_cast<std::int16_t>(at); };
   const Rect& to = scene.target;
   const qd::Playback playback =
-      world->play(made.picture, {word(to.top), word(to.left), word(to.bottom), word(to.right)});
+      scene.isRecorded ? world->play(recorded(made.picture, scene.width, scene.height, to))
+                       : world->play(made.picture, {word(to.top), word(to.left), word(to.bottom), word(to.right)});
   if (playback.error) return describe(*playback.error);
   Player player(map, scene.frame, scene.target);
   for (const Step& step : scene.steps) step.play(player);
@@ -153,19 +154,27 @@ std::string difference(const Scene& scene) {
   return {};
 }
 
+// Fails with the fewest of its steps that still differ.
+void expectNoDifference(Scene scene) {
+  if (difference(scene).empty()) return;
+  for (std::size_t i = scene.steps.size(); i-- > 0;) {
+    Scene less = scene;
+    less.steps.erase(less.steps.begin() + static_cast<std::ptrdiff_t>(i));
+    if (!difference(less).empty()) scene = less;
+  }
+  ADD_FAILURE() << (scene.isRecorded ? "recorded, " : "") << "into " << text(scene.target) << " of " << scene.width
+                << "x" << scene.height << ", depth " << scene.depth << ", table " << scene.table << ": "
+                << difference(scene) << "\n"
+                << textOf(scene);
+}
+
 }  // namespace
 
-void expectSame(const Scene& scene) {
-  if (difference(scene).empty()) return;
-  Scene least = scene;
-  for (std::size_t i = least.steps.size(); i-- > 0;) {
-    Scene less = least;
-    less.steps.erase(less.steps.begin() + static_cast<std::ptrdiff_t>(i));
-    if (!difference(less).empty()) least = less;
-  }
-  ADD_FAILURE() << "into " << text(least.target) << " of " << least.width << "x" << least.height << ", depth "
-                << least.depth << ", table " << least.table << ": " << difference(least) << "\n"
-                << textOf(least);
+void expectSame(Scene scene) {
+  expectNoDifference(scene);
+  scene.isRecorded = true;
+  std::erase_if(scene.steps, [](const Step& step) { return !step.isRecorded; });
+  expectNoDifference(scene);
 }
 
 // ---- what chance makes
@@ -542,6 +551,7 @@ void addImage(Chance& chance, Scene& scene) {
   if (isCut) masks.emplace_back(placed(part));
   add(scene, "CompressedQuickTime hex " + hex(opcode.bytes) + "\n" + next,
       [=](Player& p) { p.bits(image.map, all, placed(all), mode, masks, hasMatte ? &matte.map : nullptr); });
+  scene.steps.back().isRecorded = !hasMatte;
 }
 
 void addBits(Chance& chance, Scene& scene) {

@@ -45,6 +45,7 @@ std::string hex(const std::vector<std::uint8_t>& bytes);
 struct Step {
   std::string line;
   std::function<void(Player&)> play;
+  bool isRecorded = true;  // there is an opcode for it
 };
 
 // A world, with noise in it to begin with, and a picture for it.
@@ -56,9 +57,14 @@ struct Scene {
   std::vector<Color> colors;  // that are met often
   unsigned noise = 0;
   std::vector<Step> steps;
+  bool isRecorded = false;  // what counts is what is recorded while it is played
 };
-// Fails, and says where, if the engine draws it in another way than the model.
-void expectSame(const Scene& scene);
+// Fails, and says where, if the engine draws it in another way than the model: the picture, or what is recorded while
+// it is played.
+void expectSame(Scene scene);
+
+// What a port of that size records while a picture is played into a part of it.
+std::vector<std::uint8_t> recorded(const std::vector<std::uint8_t>& picture, int width, int height, const Rect& target);
 
 // What commands can be made of.
 std::string text(Point p);
