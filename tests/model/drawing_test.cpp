@@ -56,6 +56,23 @@ TEST_P(Model, BitsTouchTheSamePixels) { expectSameScenes(GetParam(), 20, {addSta
 
 TEST_P(Model, ImagesTouchTheSamePixels) { expectSameScenes(GetParam(), 12, {addState, addImage, addImage}); }
 
+// Also within one world, whose pixels are all read before the first is written.
+TEST_P(Model, CopiesTouchTheSamePixels) {
+  for (unsigned seed = 0; seed < 300; ++seed) {
+    Chance chance(seed);
+    const Scene scene = sceneOf(chance, GetParam());
+    const World from = chance.of(kWorlds);
+    Drawn to(scene.depth, scene.table, scene.width, scene.height, scene.colors, Chance(scene.noise));
+    Drawn other(from.depth, from.table, 30, 20, scene.colors, Chance(scene.noise + 1));
+    const Drawn& source = chance.oneIn(4) ? to : other;
+    const Rect part = anyRect(chance), place = anyRect(chance);
+    to.world.copy(source.world, plain(part), plain(place));
+    Player(to.map, to.map.bounds, to.map.bounds).bits(source.map, part, place, 0);
+    ASSERT_EQ(to.difference(), "") << text(part) << " of depth " << from.depth << (&source == &to ? ", its own, " : "")
+                                   << " to " << text(place) << ", seed " << seed;
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Depths, Model, ::testing::ValuesIn(kWorlds), [](const auto& info) {
   return "Depth" + std::to_string(info.param.depth) + "Table" + std::to_string(info.param.table);
 });

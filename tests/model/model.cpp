@@ -138,18 +138,20 @@ struct Run {
 std::vector<Run> roundRuns(const Rect& r, Point corner) {
   const std::int64_t w = std::clamp(corner.h, 0, r.width()), h = std::clamp(corner.v, 0, r.height());
   std::int64_t left = r.left * kOne + w * kHalf, right = r.right * kOne - w * kHalf + kHalf;
-  const std::int64_t ratio = w == 0 ? 0x7FFFFFFF : h * kOne / w;
-  std::int64_t term = ratio * ratio, sum = 0, target = 2 * h - 1, odd = 1 - h;
-  const std::int64_t step = 2 * term;
+  const auto ratio = static_cast<std::uint64_t>(w == 0 ? 0x7FFFFFFF : h * kOne / w);
+  std::uint64_t term = ratio * ratio, sum = 0;
+  const std::uint64_t step = 2 * term;
+  std::int64_t target = 2 * h - 1, odd = 1 - h;
+  const auto wholeSum = [&sum] { return static_cast<std::int64_t>(sum >> 32); };
   std::vector<Run> runs;
   for (int y = r.top; y < r.bottom; ++y) {
     if (y < r.top + h / 2 || y >= r.top + h / 2 + r.height() - h) {
-      for (; (sum >> 32) < target; term += step) {
+      for (; wholeSum() < target; term += step) {
         left -= kHalf;
         right += kHalf;
         sum += term;
       }
-      while ((sum >> 32) > target) {
+      while (wholeSum() > target) {
         left += kHalf;
         right -= kHalf;
         term -= step;
@@ -443,6 +445,7 @@ void Player::fill(const Pixels& pixels, const Pattern& pattern, int mode) {
 
 void Player::bits(const Map& source, const Rect& from, const Rect& to, int mode, const std::vector<Region>& masks,
                   const Map* matte) {
+  if (from.isEmpty()) return;
   const Rect place = mapped(to);
   std::vector<Region> within;
   for (const Region& mask : masks) within.push_back(mapped(mask));

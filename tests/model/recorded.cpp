@@ -13,7 +13,7 @@ std::vector<std::uint8_t> recorded(const std::vector<std::uint8_t>& picture, int
   std::vector<std::uint8_t> bytes;
   qd::VectorSink sink(bytes);
   port.recording = std::make_unique<qd::PictureWriter>(qd::PictureParams(width, height), sink, resources.fonts);
-  play(port, picture, qd::toRect({target.top, target.left, target.bottom, target.right}));
+  play(port, picture, plain(target));
   port.recording->close();
   return bytes;
 }

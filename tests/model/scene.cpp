@@ -1,7 +1,6 @@
 #include "tests/model/scene.h"
 
 #include <gtest/gtest.h>
-#include <qdraw/qdraw.h>
 
 #include <algorithm>
 #include <cstdarg>
@@ -115,43 +114,60 @@ void putPixel(std::span<std::uint8_t> row, int depth, int x, std::uint32_t pixel
   }
 }
 
+qd::System& theSystem() {
+  static qd::System system("no fonts are needed");
+  return system;
+}
+
+}  // namespace
+
+qd::Rect plain(const Rect& r) {
+  const auto word = [](int at) { return static_cast<std::int16_t>(at); };
+  return {word(r.top), word(r.left), word(r.bottom), word(r.right)};
+}
+
+Drawn::Drawn(int depth, int table, int width, int height, const std::vector<Color>& colors, Chance chance)
+    : world(*qd::GWorld::make(theSystem(), width, height, depth, table)),
+      map(depth, {0, 0, width, height}, table != 0 ? tableOf(table) : Table()) {
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      std::uint32_t& pixel = map.at(x, y);
+      pixel = chance.oneIn(3) ? static_cast<std::uint32_t>(chance.any(0, 0xFFFFFF)) & map.ones()
+                              : map.pixelOf(chance.of(colors));
+      putPixel(world.row(y), depth, x, pixel);
+    }
+  }
+}
+
+std::string Drawn::difference() const {
+  for (int y = 0; y < map.bounds.bottom; ++y) {
+    for (int x = 0; x < map.bounds.right; ++x) {
+      const std::uint32_t is = pixelIn(world.row(y), map.depth, x);
+      if (is != map.at(x, y)) return format("pixel (%d, %d) is %X; the model has %X", x, y, is, map.at(x, y));
+    }
+  }
+  return {};
+}
+
+namespace {
+
 std::string textOf(const Scene& scene) {
   std::string all = format("picture version %d frame ", scene.version) + text(scene.frame) + "\n";
   for (const Step& step : scene.steps) all += step.line + "\n";
   return all + "OpEndPic\n";
 }
 
-// Where the two differ, in words; empty if they don't.
 std::string difference(const Scene& scene) {
-  static qd::System system("no fonts are needed");
-  auto world = qd::GWorld::make(system, scene.width, scene.height, scene.depth, scene.table);
-  Map map(scene.depth, {0, 0, scene.width, scene.height}, scene.table != 0 ? tableOf(scene.table) : Table());
-  Chance chance(scene.noise);
-  for (int y = 0; y < scene.height; ++y) {
-    for (int x = 0; x < scene.width; ++x) {
-      std::uint32_t& pixel = map.at(x, y);
-      pixel = chance.oneIn(3) ? static_cast<std::uint32_t>(chance.any(0, 0xFFFFFF)) & map.ones()
-                              : map.pixelOf(chance.of(scene.colors));
-      putPixel(world->row(y), scene.depth, x, pixel);
-    }
-  }
   const qd::Assembled made = qd::assemblePicture(textOf(scene));
   if (made.error) return format("line %d can't be assembled: ", made.error->line) + made.error->what;
-  const auto word = [](int at) { return static_cast<std::int16_t>(at); };
-  const Rect& to = scene.target;
-  const qd::Playback playback =
-      scene.isRecorded ? world->play(recorded(made.picture, scene.width, scene.height, to))
-                       : world->play(made.picture, {word(to.top), word(to.left), word(to.bottom), word(to.right)});
+  Drawn drawn(scene.depth, scene.table, scene.width, scene.height, scene.colors, Chance(scene.noise));
+  const qd::Playback playback = scene.isRecorded
+                                    ? drawn.world.play(recorded(made.picture, scene.width, scene.height, scene.target))
+                                    : drawn.world.play(made.picture, plain(scene.target));
   if (playback.error) return describe(*playback.error);
-  Player player(map, scene.frame, scene.target);
+  Player player(drawn.map, scene.frame, scene.target);
   for (const Step& step : scene.steps) step.play(player);
-  for (int y = 0; y < scene.height; ++y) {
-    for (int x = 0; x < scene.width; ++x) {
-      const std::uint32_t is = pixelIn(world->row(y), scene.depth, x);
-      if (is != map.at(x, y)) return format("pixel (%d, %d) is %X; the model has %X", x, y, is, map.at(x, y));
-    }
-  }
-  return {};
+  return drawn.difference();
 }
 
 // Fails with the fewest of its steps that still differ.
@@ -179,9 +195,16 @@ void expectSame(Scene scene) {
 
 // ---- what chance makes
 
+// A coordinate in the world or about it; now and then far away.
+int Chance::near(int high) {
+  if (!oneIn(24)) return any(-8, high + 8);
+  return oneIn(2) ? any(-300, 300) : any(-15000, 15000);
+}
+
 Rect anyRect(Chance& chance) {
-  const int left = chance.any(-8, 36), top = chance.any(-8, 28);
-  return {left, top, left + chance.any(-1, chance.oneIn(4) ? 60 : 20), top + chance.any(-1, chance.oneIn(4) ? 50 : 14)};
+  if (chance.oneIn(3)) return {chance.near(40), chance.near(30), chance.near(40), chance.near(30)};
+  const int left = chance.near(36), top = chance.near(28);
+  return {left, top, left + chance.any(-1, 20), top + chance.any(-1, 14)};
 }
 
 Region anyRegion(Chance& chance) {
@@ -430,7 +453,8 @@ void addState(Chance& chance, Scene& scene) {
       return add(scene, format("PnMode %d", mode), [mode](Player& p) { p.penMode = mode; });
     }
     case 5: {
-      const Point size = {chance.any(chance.oneIn(9) ? -1 : 1, 5), chance.any(chance.oneIn(9) ? 0 : 1, 5)};
+      const auto one = [&chance] { return chance.oneIn(12) ? chance.any(-1, 20) : chance.any(1, 5); };
+      const Point size = {one(), one()};
       return add(scene, "PnSize " + text(size), [size](Player& p) { p.penSize = size; });
     }
     case 6: {
@@ -457,7 +481,7 @@ void addShape(Chance& chance, Scene& scene) {
   const auto verb = static_cast<Verb>(chance.any(0, 4));
   const std::string verbs = kVerbs[static_cast<std::size_t>(verb)];
   const bool isSame = chance.oneIn(5);
-  const auto point = [&chance] { return Point{chance.any(-8, 48), chance.any(-8, 38)}; };
+  const auto point = [&chance] { return Point{chance.near(40), chance.near(30)}; };
   switch (chance.any(0, 8)) {
     case 0:
     case 1: {

@@ -2,6 +2,8 @@
 // to the fewest commands that still differ, and printed as a text that macpict assembles.
 #pragma once
 
+#include <qdraw/qdraw.h>
+
 #include <functional>
 #include <random>
 #include <string>
@@ -16,6 +18,7 @@ class Chance {
   explicit Chance(unsigned seed) : random_(seed) {}
   int any(int low, int high) { return low + static_cast<int>(random_() % static_cast<unsigned>(high - low + 1)); }
   bool oneIn(int many) { return any(1, many) == 1; }
+  int near(int high);
   template <class Choices>
   auto of(const Choices& choices) {
     return *(std::begin(choices) + any(0, static_cast<int>(std::size(choices)) - 1));
@@ -48,7 +51,17 @@ struct Step {
   bool isRecorded = true;  // there is an opcode for it
 };
 
-// A world, with noise in it to begin with, and a picture for it.
+// A world and the model's map of it, with the same noise to begin with: many of its pixels have one of the colours.
+struct Drawn {
+  Drawn(int depth, int table, int width, int height, const std::vector<Color>& colors, Chance chance);
+  // Where the two differ, in words; empty if they don't.
+  std::string difference() const;
+
+  qd::GWorld world;
+  Map map;
+};
+
+// A world, and a picture for it.
 struct Scene {
   int depth = 32, table = 0;
   int width = 40, height = 30;
@@ -67,6 +80,7 @@ void expectSame(Scene scene);
 std::vector<std::uint8_t> recorded(const std::vector<std::uint8_t>& picture, int width, int height, const Rect& target);
 
 // What commands can be made of.
+qd::Rect plain(const Rect& r);
 std::string text(Point p);
 std::string text(const Rect& r);
 std::string text(const Region& region);
