@@ -7,7 +7,10 @@ namespace qd {
 namespace {
 
 // Frames and paints take pattern modes; in any other nothing is drawn.
-bool isPatternMode(int mode) { return (mode & 8) != 0 || (mode >= blend && mode < blend + 8) || mode == hilite; }
+bool isPatternMode(int mode) {
+  mode &= ~ditherCopy;
+  return (mode >= patCopy && mode < 16) || (mode >= blend && mode < blend + 16) || mode == hilite;
+}
 
 struct Brush {
   const Pattern& pattern;

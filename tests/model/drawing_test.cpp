@@ -1,0 +1,81 @@
+// What the engine draws, compared with the model.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/model/scene.h"
+
+namespace model {
+namespace {
+
+struct World {
+  int depth, table;
+};
+constexpr World kWorlds[] = {{1, 33}, {2, 34}, {2, 66}, {4, 68}, {4, 36}, {8, 72}, {8, 40}, {16, 0}, {32, 0}};
+
+Scene sceneOf(Chance& chance, const World& world) {
+  Scene scene;
+  scene.depth = world.depth;
+  scene.table = world.table;
+  scene.version = chance.any(1, 2);
+  // Half of them are played at another size or in another place.
+  if (chance.oneIn(2)) {
+    constexpr int kSizes[][2] = {{40, 30}, {80, 60}, {20, 15}, {60, 45}, {57, 20}, {13, 44}};
+    const auto& [width, height] = kSizes[chance.any(0, 5)];
+    const int left = chance.any(-5, 5), top = chance.any(-5, 5);
+    scene.width = std::max(width, 20);
+    scene.height = height;
+    scene.target = {left, top, left + width, top + height};
+    const int h = chance.any(-3, 3), v = chance.any(-3, 3);
+    scene.frame = {h, v, h + 40, v + 30};
+  }
+  scene.noise = static_cast<unsigned>(chance.any(0, 0xFFFF));
+  scene.colors = {{0, 0, 0}, {0xFFFF, 0xFFFF, 0xFFFF}};
+  for (int i = 0; i < 3; ++i)
+    scene.colors.push_back({chance.any(0, 0xFFFF), chance.any(0, 0xFFFF), chance.any(0, 0xFFFF)});
+  return scene;
+}
+
+class Model : public ::testing::TestWithParam<World> {};
+
+using Add = void (*)(Chance&, Scene&);
+
+// Draws many scenes of so many commands, most of them by one of these.
+void expectSameScenes(const World& world, int steps, std::initializer_list<Add> adds) {
+  for (unsigned seed = 0; seed < 300 && !::testing::Test::HasFailure(); ++seed) {
+    Chance chance(seed);
+    Scene scene = sceneOf(chance, world);
+    for (int i = 0; i < steps; ++i) chance.of(adds)(chance, scene);
+    expectSame(scene);
+  }
+}
+
+TEST_P(Model, ShapesTouchTheSamePixels) { expectSameScenes(GetParam(), 30, {addState, addShape}); }
+
+TEST_P(Model, BitsTouchTheSamePixels) { expectSameScenes(GetParam(), 20, {addState, addBits, addBits}); }
+
+TEST_P(Model, ImagesTouchTheSamePixels) { expectSameScenes(GetParam(), 12, {addState, addImage, addImage}); }
+
+// Also within one world, whose pixels are all read before the first is written.
+TEST_P(Model, CopiesTouchTheSamePixels) {
+  for (unsigned seed = 0; seed < 300; ++seed) {
+    Chance chance(seed);
+    const Scene scene = sceneOf(chance, GetParam());
+    const World from = chance.of(kWorlds);
+    Drawn to(scene.depth, scene.table, scene.width, scene.height, scene.colors, Chance(scene.noise));
+    Drawn other(from.depth, from.table, 30, 20, scene.colors, Chance(scene.noise + 1));
+    const Drawn& source = chance.oneIn(4) ? to : other;
+    const Rect part = anyRect(chance), place = anyRect(chance);
+    to.world.copy(source.world, plain(part), plain(place));
+    Player(to.map, to.map.bounds, to.map.bounds).bits(source.map, part, place, 0);
+    ASSERT_EQ(to.difference(), "") << text(part) << " of depth " << from.depth << (&source == &to ? ", its own, " : "")
+                                   << " to " << text(place) << ", seed " << seed;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Depths, Model, ::testing::ValuesIn(kWorlds), [](const auto& info) {
+  return "Depth" + std::to_string(info.param.depth) + "Table" + std::to_string(info.param.table);
+});
+
+}  // namespace
+}  // namespace model

@@ -1,0 +1,104 @@
+// Pictures made by chance, drawn by the engine and by the model, and compared pixel by pixel. What differs is cut down
+// to the fewest commands that still differ, and printed as a text that macpict assembles.
+#pragma once
+
+#include <qdraw/qdraw.h>
+
+#include <functional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tests/model/model.h"
+
+namespace model {
+
+class Chance {
+ public:
+  explicit Chance(unsigned seed) : random_(seed) {}
+  int any(int low, int high) { return low + static_cast<int>(random_() % static_cast<unsigned>(high - low + 1)); }
+  bool oneIn(int many) { return any(1, many) == 1; }
+  int near(int high);
+  template <class Choices>
+  auto of(const Choices& choices) {
+    return *(std::begin(choices) + any(0, static_cast<int>(std::size(choices)) - 1));
+  }
+
+ private:
+  std::mt19937 random_;
+};
+
+// The bytes of a picture's operands.
+class Out {
+ public:
+  Out& u8(int value);
+  Out& u16(int value);
+  Out& u32(std::uint32_t value);
+  Out& words(std::initializer_list<int> values);
+  Out& rect(const Rect& r) { return words({r.top, r.left, r.bottom, r.right}); }
+  Out& color(const Color& c) { return words({c[0], c[1], c[2]}); }
+  Out& region(const Region& region);
+  Out& put(const std::vector<std::uint8_t>& more);
+
+  std::vector<std::uint8_t> bytes;
+};
+std::string hex(const std::vector<std::uint8_t>& bytes);
+
+// A line of the picture, and what it means.
+struct Step {
+  std::string line;
+  std::function<void(Player&)> play;
+  bool isRecorded = true;  // there is an opcode for it
+};
+
+// A world and the model's map of it, with the same noise to begin with: many of its pixels have one of the colours.
+struct Drawn {
+  Drawn(int depth, int table, int width, int height, const std::vector<Color>& colors, Chance chance);
+  // Where the two differ, in words; empty if they don't.
+  std::string difference() const;
+
+  qd::GWorld world;
+  Map map;
+};
+
+// A world, and a picture for it.
+struct Scene {
+  int depth = 32, table = 0;
+  int width = 40, height = 30;
+  int version = 2;
+  Rect frame = {0, 0, 40, 30}, target = {0, 0, 40, 30};
+  std::vector<Color> colors;  // that are met often
+  unsigned noise = 0;
+  std::vector<Step> steps;
+  bool isRecorded = false;  // what counts is what is recorded while it is played
+};
+// Fails, and says where, if the engine draws it in another way than the model: the picture, or what is recorded while
+// it is played.
+void expectSame(Scene scene);
+
+// What a port of that size records while a picture is played into a part of it.
+std::vector<std::uint8_t> recorded(const std::vector<std::uint8_t>& picture, int width, int height, const Rect& target);
+
+// What commands can be made of.
+qd::Rect plain(const Rect& r);
+std::string text(Point p);
+std::string text(const Rect& r);
+std::string text(const Region& region);
+Rect anyRect(Chance& chance);
+Region anyRegion(Chance& chance);
+Color anyColor(Chance& chance, const Scene& scene);
+// Pixels of a depth and a size; those of a table have some of the scene's colours.
+Map anyMap(Chance& chance, const Scene& scene, int depth, const Rect& bounds);
+// As an opcode's operands have them: the map, and its rows.
+struct Written {
+  std::vector<std::uint8_t> map, rows;
+  bool isPacked;
+};
+Written written(Chance& chance, const Map& map);
+
+void addState(Chance& chance, Scene& scene);
+void addShape(Chance& chance, Scene& scene);
+void addBits(Chance& chance, Scene& scene);
+void addImage(Chance& chance, Scene& scene);
+
+}  // namespace model
