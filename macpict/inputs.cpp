@@ -97,11 +97,11 @@ bool eachPicture(const Inputs& inputs, bool isSearching, const UsePicture& use) 
     attempt(input.name, [&] {
       const std::string file = readInput(input.name);
       const containers::Contents contents = containers::picturesIn(asBytes(file), isSearching);
-      for (const std::string& note : contents.notes) fail(inQuotes(input.name) + ": " + note + ".");
+      for (const std::string& note : contents.notes) fail(inQuotes(input.name) + ": " + note);
       if (contents.pictures.empty() && input.wasNamed) fail(noPictureIn(input.name, contents, isSearching));
       for (const containers::Found& found : contents.pictures) {
         const std::string name = nameOf(input.name, found);
-        attempt(name, [&] { use(name, found.picture); });
+        attempt(name, [&] { use(name, input, found); });
       }
     });
   }

@@ -47,8 +47,8 @@ std::string readInput(const std::string& name);
 // Why nothing is done with a file that holds no picture, in a sentence.
 std::string noPictureIn(const std::string& name, const containers::Contents& contents, bool isSearched);
 
-// Calls `use` with the name and the bytes of each picture in each input, and says what is wrong. True if nothing was.
-using UsePicture = std::function<void(const std::string& name, qd::Bytes picture)>;
+// Calls `use` with each picture in each input, and its name, and says what is wrong. True if nothing was.
+using UsePicture = std::function<void(const std::string& name, const InputFile& input, const containers::Found& found)>;
 bool eachPicture(const Inputs& inputs, bool isSearching, const UsePicture& use);
 
 // "1 file", "2 files".

@@ -49,9 +49,10 @@ Json jsonOf(const std::string& name, qd::Bytes picture, bool& isWell) {
 bool listAsJson(const Options& options) {
   Json all = Json::array();
   bool isWell = true;
-  const bool isRead =
-      eachPicture(Inputs(options.names), options.isSearching,
-                  [&](const std::string& name, qd::Bytes picture) { all.push_back(jsonOf(name, picture, isWell)); });
+  const bool isRead = eachPicture(Inputs(options.names), options.isSearching,
+                                  [&](const std::string& name, const InputFile&, const containers::Found& found) {
+                                    all.push_back(jsonOf(name, found.picture, isWell));
+                                  });
   if (all.empty()) return false;
   std::puts((all.size() == 1 ? all[0] : all).dump(2, ' ', true, Json::error_handler_t::replace).c_str());
   return isRead && isWell;
@@ -89,12 +90,14 @@ Status list(const Options& options) {
   if (options.isJson) return listAsJson(options) ? kDone : kFailed;
   const Inputs inputs(options.names);
   std::size_t count = 0;
-  const bool isWell = eachPicture(inputs, options.isSearching, [&](const std::string& name, qd::Bytes picture) {
-    // Whose lines these are, where there may be several.
-    if (name != options.names[0]) std::printf("%s%s:\n", count > 0 ? "\n" : "", name.c_str());
-    ++count;
-    listOne(name, picture);
-  });
+  const bool isWell = eachPicture(inputs, options.isSearching,
+                                  [&](const std::string& name, const InputFile&, const containers::Found& found) {
+                                    // Whose lines these are, where there may be several.
+                                    if (name != options.names[0])
+                                      std::printf("%s%s:\n", count > 0 ? "\n" : "", name.c_str());
+                                    ++count;
+                                    listOne(name, found.picture);
+                                  });
   return isWell ? kDone : kFailed;
 }
 

@@ -110,7 +110,7 @@ class Rendering {
       }
       return done;
     }
-    for (const std::string& note : contents.notes) fail(inQuotes(input.name) + ": " + note + ".");
+    for (const std::string& note : contents.notes) fail(inQuotes(input.name) + ": " + note);
     for (const containers::Found& found : contents.pictures) {
       const std::string name = nameOf(input.name, found);
       try {

@@ -95,7 +95,7 @@ TEST_F(Files, NoCommandReplacesWhatItReadsOrWhatIsAnothers) {
       {"assemble %/b.txt %/a.pict", "--force to replace it"},
       {"corpus --force %/sub %/sub/a.pict", "name of a picture"},
       {"corpus %/sub %/theirs.png", "--force to replace it"},
-      {"extract %/a.pict %/sub", "--force would replace it"},
+      {"extract %/a.pict %/sub", "--force to replace it"},
   };
   for (const auto& [arguments, sentence] : refused) {
     const Outcome outcome = in(MACPICT " " + std::string(arguments));
