@@ -6,6 +6,7 @@
 
 void addRender(CLI::App& app, Command& chosen);
 void addRecord(CLI::App& app, Command& chosen);
+void addInfo(CLI::App& app, Command& chosen);
 void addList(CLI::App& app, Command& chosen);
 void addAssemble(CLI::App& app, Command& chosen);
 void addExtract(CLI::App& app, Command& chosen);

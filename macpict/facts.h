@@ -18,12 +18,6 @@ struct OpcodeCount {
   std::size_t count;
 };
 
-// A font that a picture chooses, by its number.
-struct FontUse {
-  int number;
-  std::string name;  // empty where the picture gives none with it
-};
-
 struct Facts {
   std::string name;      // of the picture, as it is told
   std::size_t bytes;     // without a file's header
@@ -31,7 +25,7 @@ struct Facts {
   Resolution resolution;
   std::vector<OpcodeCount> opcodes;      // by their numbers, up to what is broken
   std::vector<qd::PictureImage> images;  // by QuickTime; their bytes are the picture's own
-  std::vector<FontUse> fonts;            // in the order in which they come
+  std::vector<qd::PictureFont> fonts;
   Outcome outcome;
   std::string words;  // of the outcome, to follow the name after a colon: "partly: 2 opcodes are not drawn"
   std::vector<std::string> remarks;

@@ -10,6 +10,7 @@ int main(int count, char** arguments) {
   Command chosen;
   addRender(app, chosen);
   addRecord(app, chosen);
+  addInfo(app, chosen);
   addList(app, chosen);
   addAssemble(app, chosen);
   addExtract(app, chosen);

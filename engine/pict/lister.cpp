@@ -161,20 +161,47 @@ PictureExtent pictureExtent(Bytes picture) {
   return {reader.ended() ? reader.at() : opcode.offset, reader.ended()};
 }
 
+namespace {
+
+// Calls `use` with each opcode of a kind, its fields read.
+template <class... Ops, class Use>
+void eachOf(Bytes picture, const Use& use) {
+  PictureReader reader(picture);
+  Opcode opcode;
+  const auto look = [&]<class Op>(Op op) {
+    if (opcode.number != Op::kNumber) return;
+    readOperands(opcode.operands, op);
+    if (opcode.operands.good()) use(op);
+  };
+  while (reader.next(opcode)) (look(Ops()), ...);
+}
+
+}  // namespace
+
 std::vector<PictureImage> imagesIn(Bytes picture) {
   std::vector<PictureImage> images;
   ColorTables tables;
-  PictureReader reader(picture);
-  Opcode opcode;
-  while (reader.next(opcode)) {
-    if (opcode.number != op::CompressedQuickTime::kNumber) continue;
-    op::CompressedQuickTime op;
-    readOperands(opcode.operands, op);
+  eachOf<op::CompressedQuickTime>(picture, [&](const op::CompressedQuickTime& op) {
     ByteReader data(op.data);
     const auto image = readQuickTimeImage(data, tables);
     if (image) images.push_back(image->told());
-  }
+  });
   return images;
+}
+
+std::vector<PictureFont> fontsIn(Bytes picture) {
+  std::vector<PictureFont> fonts;
+  eachOf<op::TxFont, op::FontName>(picture, [&fonts]<class Op>(const Op& op) {
+    PictureFont font{op.font, {}};
+    if constexpr (requires { op.name; })
+      font.name = utf8OfMacRoman({reinterpret_cast<const char*>(op.name.data()), op.name.size()});
+    // A name holds for its number from there on.
+    const bool isKnown = std::ranges::any_of(fonts, [&font](const PictureFont& known) {
+      return known.number == font.number && (font.name.empty() || known.name == font.name);
+    });
+    if (!isKnown) fonts.push_back(std::move(font));
+  });
+  return fonts;
 }
 
 bool listPicture(Bytes picture, const std::function<void(const std::string&)>& line) {

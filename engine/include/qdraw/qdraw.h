@@ -94,6 +94,15 @@ struct PictureImage {
 };
 // In their order, up to the picture's end or to what is broken.
 std::vector<PictureImage> imagesIn(Bytes picture);
+
+// A font that a picture chooses; without a name where none comes with its number.
+struct PictureFont {
+  int number;
+  std::string name;  // UTF-8
+  bool operator==(const PictureFont&) const = default;
+};
+// Those of a picture in the order in which they come, once each, up to what is broken.
+std::vector<PictureFont> fontsIn(Bytes picture);
 // "codec "jpeg", depth 32, 40x30, 1234 bytes".
 std::string describe(const PictureImage& image);
 
