@@ -52,7 +52,7 @@ bool isGzip(Bytes file) { return hasAt(file, 0, "\x1F\x8B\x08"); }
 
 void openGzip(Bytes file, const std::string& place, Finder& finder) {
   Buffer unpacked;
-  if (!inflate(file, Packing::gzip, unpacked, finder))
+  if (!inflate(file, Packing::gzip, unpacked, finder) && !finder.isFull())
     finder.note(place, "What gzip packed is damaged or cut off after " + std::to_string(unpacked.size()) + " bytes.");
   finder.look(unpacked, place);
 }

@@ -51,6 +51,7 @@ std::string pathIn(const std::string& place, std::string_view path) {
     if (!whole.empty()) whole += '/';
     whole += shown(part);
   }
+  if (whole.size() == place.size()) whole += place.empty() ? "?" : "/?";
   return whole;
 }
 

@@ -150,6 +150,7 @@ std::size_t takeBlip(Cursor in, bool hasTwoIds, const std::string& place, Finder
   const bool isWhole = packing == kNone ? finder.unpack(unpacked, data) && data.size() == size
                                         : inflate(data, Packing::zlib, unpacked, finder);
   finder.look(unpacked, place);
+  if (finder.isFull()) return blip.size();
   if (!isWhole) {
     finder.note(place, "This drawing is damaged or cut off after " + std::to_string(unpacked.size()) + " bytes.");
   } else if (finder.count() == before) {

@@ -23,7 +23,7 @@ Bytes candidate(Bytes bytes) {
 }  // namespace
 
 void search(Bytes bytes, const std::string& place, Finder& finder) {
-  constexpr std::uint64_t kMostWork = std::uint64_t{1} << 31;  // bytes walked in vain
+  constexpr std::uint64_t kMostWork = std::uint64_t{1} << 30;  // bytes walked in vain
   constexpr std::size_t kTry = 1 << 16;                        // what beginning takes, in bytes
   std::uint64_t work = 0;
   const std::string_view text = textOf(bytes);
