@@ -10,6 +10,7 @@ void addList(CLI::App& app, Command& chosen);
 void addAssemble(CLI::App& app, Command& chosen);
 void addExtract(CLI::App& app, Command& chosen);
 void addCorpus(CLI::App& app, Command& chosen);
+void addBrowse(CLI::App& app, Command& chosen);
 void addCompletion(CLI::App& app, Command& chosen);
 
 // Puts the program that runs host code in the place of this one. Throws where it isn't installed.
