@@ -9,6 +9,7 @@
 #include "macpict/facts.h"
 #include "macpict/outputs.h"
 #include "macpict/played.h"
+#include "pages/page.h"
 #include "tools/failure.h"
 #include "tools/files.h"
 #include "tools/playing.h"
@@ -174,10 +175,6 @@ std::string asScript(const Json& json) {
   return script;
 }
 
-std::string filled(std::string page, const std::string& place, const std::string& text) {
-  return page.replace(page.find(place), place.size(), text);
-}
-
 void checkFolder(const fs::path& out, const std::vector<std::string>& names) {
   std::error_code error;
   if (out.extension() == ".html" && !fs::is_directory(out, error)) {
@@ -190,6 +187,13 @@ void checkFolder(const fs::path& out, const std::vector<std::string>& names) {
                     "\" is to be looked through, and would get a page; another folder for it would work.");
     }
   }
+}
+
+// What a file or folder is called where it lies: "pictures" for "../pictures/".
+std::string ownName(const std::string& name) {
+  std::error_code error;
+  const fs::path own = fs::canonical(name, error).filename();
+  return own.empty() ? name : own.string();
 }
 
 Status browse(const Options& options) {
@@ -210,14 +214,14 @@ Status browse(const Options& options) {
   for (const std::string& sentence : inputs.unread()) complain(sentence);
 
   std::string title;
-  for (const std::string& name : names) title += (title.empty() ? "" : ", ") + name;
+  for (const std::string& name : names) title += (title.empty() ? "" : ", ") + ownName(name);
   Json page = {{"title", title}, {"pictures", Json::array()}, {"problems", inputs.unread()}};
   for (Looked& looked : all) {
     for (Json& picture : looked.pictures) page["pictures"].push_back(std::move(picture));
     for (std::string& problem : looked.problems) page["problems"].push_back(std::move(problem));
   }
   if (page["pictures"].empty()) throw Failure("There is no picture in " + title + "; a folder with PICTs would work.");
-  writeFile(index, filled(filled(std::string(kBrowsePage), "{{software}}", kSoftware), "{{data}}", asScript(page)));
+  writeFile(index, filled(filled(std::string(kBrowsePage), "software", kSoftware), "data", asScript(page)));
 
   const auto count = [&page](Outcome outcome) {
     return std::ranges::count(page["pictures"], wordOf(outcome),
