@@ -207,6 +207,7 @@ Status browse(const Options& options) {
   const Inputs inputs(names, out);
   const fs::path index = out / "index.html";
   mayWrite(index, inputs, options.output, true);
+  makeFolder(out);
 
   const Browsing browsing(options, inputs, out);
   std::vector<Looked> all(inputs.files().size());
@@ -220,7 +221,7 @@ Status browse(const Options& options) {
     for (Json& picture : looked.pictures) page["pictures"].push_back(std::move(picture));
     for (std::string& problem : looked.problems) page["problems"].push_back(std::move(problem));
   }
-  if (page["pictures"].empty()) throw Failure("There is no picture in " + title + "; a folder with PICTs would work.");
+  if (page["pictures"].empty()) throw Failure("No picture is found in " + title + "; a folder with PICTs would work.");
   writeFile(index, filled(filled(std::string(kBrowsePage), "software", kSoftware), "data", asScript(page)));
 
   const auto count = [&page](Outcome outcome) {

@@ -23,7 +23,7 @@ std::string fork(const std::string& picture, const std::string& title) {
 struct Browse : Macpict {
   Browse() {
     fs::create_directories(folder / "in/deep");
-    make("in/<img src=x onerror=alert(1)>", "(0, 0, 40, 20)\nPaintRect (0, 0, 20, 20)\n");
+    make("in/<img src=x onerror=document.body.remove()>", "(0, 0, 40, 20)\nPaintRect (0, 0, 20, 20)\n");
     make("in/line\xE2\x80\xA8 _ \"end\"",
          "(0, 0, 90, 10)\nFontName 900 \"Some </script> Font\"\nTxFont 900\nTxFont 3\n" +
              std::string("LongText (3, 8) \"x\"\nPaintRect (0, 0, 9, 9)\n"));
@@ -58,13 +58,7 @@ TEST_F(Browse, ShowsWhatIsInAFolder) {
       say(textOf("#sum") + " " + textOf("#count"));
       say(namesShown());
       say(document.querySelectorAll("img").length + " images, " + document.scripts.length + " scripts");
-      const previews = await Promise.all([...document.images].map(async ({src}) => {
-        const image = new Image();
-        image.src = src;
-        await new Promise(done => image.onload = image.onerror = done);
-        return `${image.naturalWidth}x${image.naturalHeight}`;
-      }));
-      say(previews.join(" "));
+      say((await Promise.all([...document.images].map(image => pixelsIn(image.src)))).join(" "));
       choose("sort", "size");
       say(namesShown());
       choose("outcome", "failed");
@@ -84,6 +78,7 @@ TEST_F(Browse, ShowsWhatIsInAFolder) {
       say(textOf("#open-name"));
       press("ArrowRight");
       say(textOf("#open-name") + ": " + textOf("#listed") + " " + document.querySelectorAll("tbody tr").length);
+      say(await pixelsIn(document.querySelector("figure a").href));
       say(facts());
       press("ArrowRight");
       say(textOf("#open-name"));
@@ -95,10 +90,12 @@ TEST_F(Browse, ShowsWhatIsInAFolder) {
   )"),
       "Pictures in in\n"
       "5 pictures: 3 whole, 1 partly, 1 failed. Showing 5 of 5\n"
-      "_img src=x onerror=alert(1)_.pict, cut.pict, deep/many.pict, icons.rsrc#128, line\u2028 _ \"end\".pict\n"
+      "_img src=x onerror=document.body.remove()_.pict, cut.pict, deep/many.pict, icons.rsrc#128, line\u2028 _ "
+      "\"end\".pict\n"
       "5 images, 3 scripts\n"
       "40x20 30x30 320x1 30x30 90x10\n"
-      "deep/many.pict, cut.pict, icons.rsrc#128, line\u2028 _ \"end\".pict, _img src=x onerror=alert(1)_.pict\n"
+      "deep/many.pict, cut.pict, icons.rsrc#128, line\u2028 _ \"end\".pict, _img src=x "
+      "onerror=document.body.remove()_.pict\n"
       "Showing 1 of 5: it is broken at offset 24, in opcode 0030 FrameRect: its operands are broken or go past the "
       "end of the picture\n"
       "Showing 1 of 5: partly: 1 opcode is not drawn\n"
@@ -106,6 +103,7 @@ TEST_F(Browse, ShowsWhatIsInAFolder) {
       "Showing 5 of 5\n"
       "cut.pict\n"
       "deep/many.pict: The first 300 of 401; macpict list prints all of them. 300\n"
+      "4096x7\n"
       "Outcome whole Size 5000 \u00D7 8 pixels Shown as 4096 \u00D7 7 pixels Resolution 72 dpi Frame (0, 0) to "
       "(5000, 8) Version 2 Bytes 4,016\n"
       "icons.rsrc#128 _/script__script_document.title = 'broken'_/script_\n"
@@ -145,7 +143,7 @@ TEST_F(Browse, ReplacesOnlyWhatIsItsOwn) {
   EXPECT_TRUE(fs::is_empty(folder / "out/images"));
   refused(path("in/deep") + " " + path("in/") + " " + path("in"), "another folder for it would work");
   refused(path("in") + " " + path("page.html"), "name of one file");
-  refused(path("out") + " " + path("new"), "There is no picture in out");
+  refused(path("out") + " " + path("new"), "No picture is found in out");
   EXPECT_FALSE(fs::exists(folder / "new/index.html"));
 
   // Its own page and images are made anew without a word, however many work on it.

@@ -18,7 +18,13 @@ inline std::string told(const fs::path& page, int width, const std::string& scri
     const textOf = selector => document.querySelector(selector).textContent;
     const namesShown = () => [...document.querySelectorAll(".name")].map(name => name.textContent).join(", ");
     const facts = () => [...document.querySelectorAll("dt, dd")].map(part => part.textContent).join(" ");
-    const isNarrow = () => [...document.querySelectorAll("html, body, dialog[open] .parts, dialog[open] .parts > *")]
+    const pixelsIn = async src => {
+      const image = new Image();
+      image.src = src;
+      await new Promise(done => image.onload = image.onerror = done);
+      return `${image.naturalWidth}x${image.naturalHeight}`;
+    };
+    const isNarrow = () => [...document.querySelectorAll("html, body, .card, section, dialog header, .parts, .parts > *")]
       .every(part => part.scrollWidth <= part.clientWidth);
     try {)" << script << R"(} catch (error) { say(error); }
     parent.postMessage(said.join("|"), "*");
