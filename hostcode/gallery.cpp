@@ -3,6 +3,8 @@
 
 #include "hostcode/commands.h"
 #include "hostcode/examples.h"
+#include "hostcode/gallery.html.h"
+#include "pages/page.h"
 #include "tools/failure.h"
 #include "tools/files.h"
 #include "tools/png.h"
@@ -10,20 +12,6 @@
 namespace fs = std::filesystem;
 
 namespace {
-
-constexpr const char* kHead =
-    "<!DOCTYPE html>\n<html lang=\"en\">\n<meta charset=\"utf-8\">\n<title>QuickDraw pictures from host code</title>\n"
-    "<style>\n"
-    "body { font: 16px/1.5 system-ui, sans-serif; max-width: 70rem; margin: 2rem auto; padding: 0 1rem; color: #222; "
-    "}\n"
-    "section { display: grid; grid-template-columns: minmax(0, 1fr) minmax(0, 1fr); gap: 1rem; margin: 2rem 0; }\n"
-    "h1, h2, h3, figcaption { font-weight: 600; } h3 { grid-column: 1 / -1; margin: 0; }\n"
-    "pre { background: #f4f4f0; padding: 1rem; overflow: auto; margin: 0 0 1rem; font-size: 13px; line-height: 1.4; "
-    "align-self: start; }\n"
-    "figure { margin: 0 1rem 1rem 0; display: inline-block; } img { max-width: 100%; border: 1px solid #ccc; "
-    "image-rendering: pixelated; }\n"
-    "</style>\n"
-    "<h1>QuickDraw pictures from host code</h1>\n";
 
 std::string escaped(const std::string& text) {
   std::string html;
@@ -50,9 +38,9 @@ std::string figure(const fs::path& png, const std::string& caption) {
          "\"><figcaption>" + escaped(caption) + "</figcaption></figure>\n";
 }
 
-std::string sectionOf(const Example& example, const fs::path& folder) {
-  std::string html =
-      "<section>\n<h3>" + escaped(example.title) + "</h3>\n<pre>" + escaped(example.code) + "</pre>\n<div>\n";
+std::string sectionOf(const Example& example, const std::string& id, const fs::path& folder) {
+  std::string html = "<section id=\"" + id + "\">\n<h3>" + escaped(example.title) + "</h3>\n<pre>" +
+                     escaped(example.code) + "</pre>\n<div>\n";
   for (const std::string& name : example.saved) {
     if (name.ends_with(".png")) html += figure(folder / name, name);
   }
@@ -77,13 +65,22 @@ Status makeGallery(const GalleryOptions& options) {
   makeFolder(folder);
   Session session;
   session.requireQuickDraw();
-  std::string html = kHead, page;
+  std::string index, html, chapter;
+  std::size_t number = 0;
   for (Example& example : readExamples()) {
     runExample(session, example, folder);
-    if (example.page != page) html += "<h2>" + escaped(fs::path(page = example.page).stem().string()) + "</h2>\n";
-    html += sectionOf(example, folder);
+    const std::string id = "example-" + std::to_string(++number);
+    if (example.page != chapter) {
+      const std::string heading = escaped(fs::path(example.page).stem().string());
+      index += (chapter.empty() ? "" : "</ul>\n") + ("<h2>" + heading) + "</h2>\n<ul>\n";
+      html += "<h2>" + heading + "</h2>\n";
+      chapter = example.page;
+    }
+    index += "<li><a href=\"#" + id + "\">" + escaped(example.title) + "</a></li>\n";
+    html += sectionOf(example, id, folder);
     for (const std::string& name : example.saved) std::printf("%-20s %s\n", name.c_str(), example.title.c_str());
   }
+  index += "</ul>\n";
   Status status = kDone;
   if (!options.samples.empty()) html += "<h2>Samples</h2>\n";
   for (const fs::path sample : options.samples) {
@@ -94,7 +91,7 @@ Status makeGallery(const GalleryOptions& options) {
       status = kFailed;
     }
   }
-  writeFile(folder / "index.html", html + "</html>\n");
+  writeFile(folder / "index.html", filled(filled(std::string(kGalleryPage), "index", index), "examples", html));
   std::printf("%-20s all of them on one page\n", "index.html");
   return status;
 }

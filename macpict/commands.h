@@ -11,6 +11,7 @@ void addList(CLI::App& app, Command& chosen);
 void addAssemble(CLI::App& app, Command& chosen);
 void addExtract(CLI::App& app, Command& chosen);
 void addCorpus(CLI::App& app, Command& chosen);
+void addBrowse(CLI::App& app, Command& chosen);
 void addCompletion(CLI::App& app, Command& chosen);
 void addHelp(CLI::App& app, Command& chosen);
 

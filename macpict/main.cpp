@@ -19,6 +19,7 @@ int main(int count, char** arguments) {
   addClasses(app, chosen, forward);
   addGallery(app, chosen, forward);
   addCorpus(app, chosen);
+  addBrowse(app, chosen);
   addCompletion(app, chosen);
   addHelp(app, chosen);
   return runProgram(app, chosen, count, arguments);
