@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <map>
@@ -233,7 +234,8 @@ Color anyColor(Chance& chance, const Scene& scene) {
 Map anyMap(Chance& chance, const Scene& scene, int depth, const Rect& bounds) {
   Map map(depth, bounds);
   if (depth < 8 ? depth > 1 || chance.oneIn(2) : depth == 8) {
-    for (int i = 1 << depth; i > 0; --i) map.table.push_back(anyColor(chance, scene));
+    const int told = chance.any(1, 1 << depth);  // what a table leaves out is black
+    for (int i = 0; i < 1 << depth; ++i) map.table.push_back(i < told ? anyColor(chance, scene) : Color{});
   }
   std::uint32_t pixel = 0;
   for (std::uint32_t& each : map.pixels) {
@@ -292,6 +294,7 @@ Written written(Chance& chance, const Map& map) {
   }
   if (!map.table.empty()) {
     std::vector<int> order(map.table.size());
+    while (order.size() > 1 && map.table[order.size() - 1] == Color{}) order.pop_back();
     for (std::size_t i = 0; i < order.size(); ++i) order[i] = static_cast<int>(i);
     // Entries that tell their index may come in any order.
     if (!isDevices) std::ranges::reverse(order);
@@ -386,12 +389,35 @@ void addPattern(Chance& chance, Scene& scene) {
   add(scene, line, [pattern, field = field](Player& p) { p.*field = pattern; });
 }
 
+struct Classic {
+  int number;
+  Color color;
+};
+const Classic kClassics[] = {{30, {0xFFFF, 0xFFFF, 0xFFFF}},  {33, {0, 0, 0}},
+                             {69, {0xFC00, 0xF37D, 0x052F}},  {137, {0xF2D7, 0x0856, 0x84EC}},
+                             {205, {0xDD6B, 0x08C2, 0x06A2}}, {273, {0x0241, 0xAB54, 0xEAFF}},
+                             {341, {0x0000, 0x64AF, 0x11B0}}, {409, {0x0000, 0x0000, 0xD400}}};
+
 void addColor(Chance& chance, Scene& scene) {
-  const auto [name, field] =
-      chance.of(std::array{std::pair("RGBFgCol", &Player::foreground), std::pair("RGBBkCol", &Player::background),
-                           std::pair("OpColor", &Player::operand), std::pair("HiliteColor", &Player::highlight)});
+  using Field = Color Player::*;
+  struct Name {
+    const char* name;
+    const char* classic;
+    Field field;
+  };
+  constexpr Name kNames[] = {{"RGBFgCol", "FgColor", &Player::foreground},
+                             {"RGBBkCol", "BkColor", &Player::background},
+                             {"OpColor", nullptr, &Player::operand},
+                             {"HiliteColor", nullptr, &Player::highlight}};
+  const Name name = chance.of(kNames);
+  const auto set = [field = name.field](const Color& color) { return [=](Player& p) { p.*field = color; }; };
+  if (name.field == &Player::highlight && chance.oneIn(4)) return add(scene, "DefHilite", set(kHighlight));
+  if (name.classic != nullptr && chance.oneIn(6)) {
+    const Classic classic = chance.of(kClassics);
+    return add(scene, name.classic + format(" %d", classic.number), set(classic.color));
+  }
   const Color color = anyColor(chance, scene);
-  add(scene, name + (" " + text(color)), [color, field = field](Player& p) { p.*field = color; });
+  add(scene, name.name + (" " + text(color)), set(color));
 }
 
 constexpr int kPenModes[] = {8,  9,  10, 11, 12, 13, 14, 15, 32, 33, 34,     35, 36, 37, 38, 39,
@@ -410,11 +436,15 @@ struct EncodedImage {
 };
 
 // Depths above 32 are those of greys.
-EncodedImage anyEncoded(Chance& chance, const Scene& scene, int depth, int width, int height) {
+EncodedImage anyEncoded(Chance& chance, const Scene& scene, int depth, int width, int height, bool isLast = false) {
   const bool isGrey = depth > 32;
   const int bits = isGrey ? depth - 32 : depth == 24 ? 32 : depth;
   Map map = anyMap(chance, scene, bits, {0, 0, width, height});
-  if (isGrey) map.table = tableOf(depth);
+  constexpr int kStandard[] = {0, 33, 66, 0, 68, 0, 0, 0, 72};
+  constexpr int kByNumber[] = {0, 33, 34, 0, 36, 0, 0, 0, 40};
+  const int number = bits <= 8 && !isGrey ? chance.of(std::array{0, -1, kByNumber[bits]}) : -1;
+  if (isGrey || number > 0) map.table = tableOf(isGrey ? depth : number);
+  if (!isGrey && bits <= 8 && number < 0) map.table = tableOf(kStandard[bits]);
   while (bits <= 8 && map.table.empty()) map = anyMap(chance, scene, bits, map.bounds);
 
   Out pixels;
@@ -425,11 +455,11 @@ EncodedImage anyEncoded(Chance& chance, const Scene& scene, int depth, int width
   }
   Out out;
   out.words({0x7261, 0x7720, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, width, height, 72, 0, 72, 0});  // 'raw '
-  out.u32(static_cast<std::uint32_t>(pixels.bytes.size())).u16(1);
+  // The last data need no size.
+  out.u32(isLast && chance.oneIn(4) ? 0 : static_cast<std::uint32_t>(pixels.bytes.size())).u16(1);
   for (int i = 0; i < 16; ++i) out.u16(0);
-  const bool hasTable = bits <= 8 && !isGrey;
-  out.words({depth, hasTable ? 0 : -1});
-  if (hasTable) {
+  out.words({depth, number});
+  if (number == 0) {
     out.words({0, 0, 0, static_cast<int>(map.table.size()) - 1});
     for (std::size_t i = 0; i < map.table.size(); ++i) out.u16(static_cast<int>(i)).color(map.table[i]);
   }
@@ -535,7 +565,7 @@ void addImage(Chance& chance, Scene& scene) {
   scene.version = 2;
   constexpr int kDepths[] = {1, 2, 4, 8, 16, 24, 32, 33, 34, 36, 40};
   const int width = chance.any(1, 24), height = chance.any(1, 8);
-  const EncodedImage image = anyEncoded(chance, scene, chance.of(kDepths), width, height);
+  const EncodedImage image = anyEncoded(chance, scene, chance.of(kDepths), width, height, true);
   const bool hasMatte = chance.oneIn(2), hasMask = chance.oneIn(3), isCut = chance.oneIn(3);
   constexpr int kMatteDepths[] = {1, 8, 16, 32, 33, 36, 40};
   const EncodedImage matte =
@@ -549,18 +579,23 @@ void addImage(Chance& chance, Scene& scene) {
     part.right = chance.any(part.left + 1, width);
     part.bottom = chance.any(1, height);
   }
-  const int left = chance.any(-8, 30), top = chance.any(-4, 24), across = chance.any(1, 3), down = chance.any(1, 3);
+  // The matrix in quarters of a pixel.
+  const auto quarters = [&chance](int low, int high) {
+    return chance.oneIn(2) ? chance.any(low, high) : chance.any(low, high) / 4 * 4;
+  };
+  const int left = quarters(-32, 120), top = quarters(-16, 96), across = quarters(4, 12), down = quarters(4, 12);
   const auto placed = [=](const Rect& r) {
-    return Rect{left + across * r.left, top + down * r.top, left + across * r.right, top + down * r.bottom};
+    const auto rounded = [](int at) { return static_cast<int>(std::lround(at / 4.0)); };
+    return Rect{rounded(left + across * r.left), rounded(top + down * r.top), rounded(left + across * r.right),
+                rounded(top + down * r.bottom)};
   };
   const int mode = anySourceMode(chance);
 
   Out region;
   if (hasMask) region.region(mask);
   Out out;
-  const auto fixed = [&out](int number) { out.words({number, 0}); };
   out.u16(0);
-  for (const int cell : {across, 0, 0, 0, down, 0, left, top}) fixed(cell);
+  for (const int cell : {across, 0, 0, 0, down, 0, left, top}) out.u32(static_cast<std::uint32_t>(cell * 0x4000));
   out.u32(0x40000000).u32(static_cast<std::uint32_t>(matte.bytes.size())).rect(matte.map.bounds).u16(mode).rect(part);
   out.u32(0).u32(static_cast<std::uint32_t>(region.bytes.size()));
   out.put(matte.bytes).put(region.bytes).put(image.bytes);
@@ -581,8 +616,10 @@ void addImage(Chance& chance, Scene& scene) {
 void addBits(Chance& chance, Scene& scene) {
   constexpr int kDepths[] = {1, 2, 4, 8, 16, 32};
   const int left = chance.any(-9, 9), top = chance.any(-9, 9);
-  const int width = chance.oneIn(8) ? chance.any(60, 300) : chance.any(1, 40);
-  const Map map = anyMap(chance, scene, chance.of(kDepths), {left, top, left + width, top + chance.any(1, 6)});
+  const int depth = chance.of(kDepths);
+  // Now and then about as wide as rows are that count their bytes in a word.
+  const int width = chance.oneIn(8) ? chance.any(244, 256) * 8 / depth : chance.any(1, 40);
+  const Map map = anyMap(chance, scene, depth, {left, top, left + width, top + chance.any(1, 6)});
   const Written bytes = written(chance, map);
   Rect from = map.bounds;
   if (chance.oneIn(2)) {
