@@ -1,0 +1,305 @@
+// Where one form of the format ends and the next begins, in what is recorded and in what is read: each a row of a
+// table.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/model/scene.h"
+
+namespace model {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+// Records into a picture of 40 by 30.
+template <class Record>
+Bytes recordedBy(const Record& record) {
+  qd::System system(FONTS);
+  Bytes picture;
+  qd::VectorSink sink(picture);
+  qd::Recorder recorder(system, qd::PictureParams(40, 30), sink);
+  record(recorder);
+  EXPECT_TRUE(recorder.close());
+  return picture;
+}
+
+// The opcodes that draw, with their operands, a line each.
+std::string drawnIn(const Bytes& picture) {
+  std::string lines;
+  const qd::ListingEnd end = qd::listOpcodes(picture, [&lines](const qd::Listing& opcode) {
+    const bool draws = opcode.number >= 0x20 && opcode.number < 0xFF;
+    if (!draws) return;
+    if (!lines.empty()) lines += "\n";
+    lines += opcode.name;
+    for (const std::string& operand : opcode.operands) lines += " " + operand;
+  });
+  EXPECT_FALSE(end.error);
+  EXPECT_EQ(end.left, 0U);
+  return lines;
+}
+
+TEST(Limits, RecordingsHaveTheShortestFormThatHolds) {
+  using Record = void (*)(qd::Recorder&);
+  const std::pair<Record, const char*> cases[] = {
+      // Lines go on from the last one's end, or begin elsewhere; how far they go is a byte or two.
+      {[](qd::Recorder& r) {
+         r.line({0, 0}, {-128, 127});
+       },
+       "ShortLineFrom 127 -128"},
+      {[](qd::Recorder& r) {
+         r.line({0, 0}, {0, 128});
+       },
+       "LineFrom (128, 0)"},
+      {[](qd::Recorder& r) {
+         r.line({0, 0}, {128, 0});
+       },
+       "LineFrom (0, 128)"},
+      {[](qd::Recorder& r) {
+         r.line({0, 0}, {0, -129});
+       },
+       "LineFrom (-129, 0)"},
+      {[](qd::Recorder& r) {
+         r.line({0, 0}, {-129, 0});
+       },
+       "LineFrom (0, -129)"},
+      {[](qd::Recorder& r) {
+         r.line({5, 6}, {-123, 133});
+       },
+       "ShortLine (6, 5) 127 -128"},
+      {[](qd::Recorder& r) {
+         r.line({5, 6}, {5, 134});
+       },
+       "Line (6, 5) (134, 5)"},
+      {[](qd::Recorder& r) {
+         r.line({5, 6}, {-124, 6});
+       },
+       "Line (6, 5) (6, -124)"},
+      {[](qd::Recorder& r) {
+         r.line({5, 6}, {7, 8});
+         r.line({7, 8}, {7, 9});
+         r.line({7, 8}, {7, 9});
+       },
+       "ShortLine (6, 5) 2 2\nShortLineFrom 1 0\nShortLine (8, 7) 1 0"},
+      // A text counts from where the last one began, and only forward.
+      {[](qd::Recorder& r) {
+         r.text({0, 255}, "a");
+       },
+       "DHText 255 \"a\""},
+      {[](qd::Recorder& r) {
+         r.text({0, 256}, "a");
+       },
+       "LongText (256, 0) \"a\""},
+      {[](qd::Recorder& r) {
+         r.text({255, 0}, "a");
+       },
+       "DVText 255 \"a\""},
+      {[](qd::Recorder& r) {
+         r.text({256, 0}, "a");
+       },
+       "LongText (0, 256) \"a\""},
+      {[](qd::Recorder& r) {
+         r.text({255, 255}, "a");
+       },
+       "DHDVText 255 255 \"a\""},
+      {[](qd::Recorder& r) {
+         r.text({9, 9}, "a");
+         r.text({8, 10}, "a");
+         r.text({9, 9}, "a");
+         r.text({9, 10}, "a");
+       },
+       "DHDVText 9 9 \"a\"\nLongText (10, 8) \"a\"\nLongText (9, 9) \"a\"\nDHText 1 \"a\""},
+      // The rectangle is left out if it was the last one, and the last one of this shape.
+      {[](qd::Recorder& r) {
+         const qd::Rect rect = {1, 2, 9, 8};
+         r.rect(qd::Verb::paint, rect);
+         r.rect(qd::Verb::invert, rect);
+         r.oval(qd::Verb::paint, rect);
+         r.rect(qd::Verb::erase, rect);
+         r.oval(qd::Verb::paint, {1, 2, 9, 9});
+         r.rect(qd::Verb::erase, rect);
+         r.arc(qd::Verb::paint, rect, -5, 90);
+         r.arc(qd::Verb::fill, rect, 7, -90);
+       },
+       "PaintRect (2, 1, 8, 9)\nInvertSameRect\nPaintOval (2, 1, 8, 9)\nEraseSameRect\nPaintOval (2, 1, 9, 9)\n"
+       "EraseRect (2, 1, 8, 9)\nPaintArc (2, 1, 8, 9) -5 90\nFillSameArc 7 -90"},
+      // Nothing is recorded of an image that shows nothing.
+      {[](qd::Recorder& r) {
+         qd::System system(FONTS);
+         const auto world = qd::GWorld::make(system, 4, 4);
+         r.image(*world, {0, 4, 4, 8}, {0, 0, 4, 4});
+         r.image(*world, {0, 0, 4, 4}, {0, 4, 4, 4});
+         r.polygon(qd::Verb::paint, std::array{qd::Point{1, 1}});
+         r.text({3, 3}, "");
+       },
+       ""},
+  };
+  for (const auto& [record, lines] : cases) EXPECT_EQ(drawnIn(recordedBy(record)), lines);
+
+  // A text of more bytes than an opcode can have goes on where its first part ended.
+  for (const std::size_t count : {255, 256, 511}) {
+    const std::string lines = drawnIn(recordedBy([count](qd::Recorder& r) {
+      r.text({5, 5}, std::string(count, 'i'));
+    }));
+    EXPECT_EQ(std::ranges::count(lines, 'i'), static_cast<std::ptrdiff_t>(count));
+    EXPECT_EQ(std::ranges::count(lines, '\n'), static_cast<std::ptrdiff_t>((count - 1) / 255));
+    EXPECT_EQ(lines.find("\nDHText 0"), lines.npos) << lines;
+  }
+}
+
+// How many bytes a white row takes tells how it was packed, and how wide its count is.
+TEST(Limits, RowsArePackedFromEightBytesOnAndCountWordsBeyond250) {
+  struct Case {
+    int depth, width;
+    const char* opcode;
+    std::size_t bytes;  // of one more row
+  };
+  constexpr Case kCases[] = {
+      {1, 48, "Bits", 6},       {1, 49, "PackBits", 3},   {1, 2000, "PackBits", 5},   {1, 2001, "PackBits", 6},
+      {2, 24, "Bits", 6},       {2, 25, "PackBits", 3},   {4, 12, "Bits", 6},         {4, 13, "PackBits", 3},
+      {8, 6, "Bits", 6},        {8, 7, "PackBits", 3},    {8, 250, "PackBits", 5},    {8, 251, "PackBits", 6},
+      {16, 3, "DirectBits", 6}, {16, 4, "DirectBits", 4}, {16, 125, "DirectBits", 4}, {16, 126, "DirectBits", 5},
+      {32, 1, "DirectBits", 4}, {32, 2, "DirectBits", 3}, {32, 62, "DirectBits", 5},  {32, 63, "DirectBits", 6},
+  };
+  qd::System system(FONTS);
+  for (const auto& [depth, width, opcode, bytes] : kCases) {
+    std::size_t sizes[2] = {};
+    for (const int more : {0, 1}) {
+      const auto world = qd::GWorld::make(system, width, 10 + 2 * more, depth);
+      const Rect all = {0, 0, width, 10 + 2 * more};
+      const Bytes picture = recordedBy([&](qd::Recorder& r) { r.image(*world, plain(all), plain(all)); });
+      EXPECT_EQ(drawnIn(picture).find(opcode), 0U) << depth << " " << width;
+      EXPECT_FALSE(qd::GWorld::make(system, 9, 9)->play(picture).error);
+      sizes[more] = picture.size();
+    }
+    // Opcodes begin at even offsets: two rows tell.
+    EXPECT_EQ(sizes[1] - sizes[0], 2 * bytes) << depth << " " << width;
+  }
+}
+
+// Rows that are too long for the format go out in pieces, which meet without a seam.
+TEST(Limits, WideImagesAreRecordedInPieces) {
+  struct Case {
+    int depth, width, pieces;
+  };
+  constexpr Case kCases[] = {{32, 4095, 1}, {32, 4096, 2}, {32, 9001, 4}, {16, 8191, 1}, {16, 8192, 2}, {8, 16383, 2}};
+  Chance chance(1);
+  for (const auto& [depth, width, pieces] : kCases) {
+    const Drawn wide(depth, depth == 8 ? 72 : 0, width, 2, {{0, 0, 0}}, chance);
+    for (const bool isStretched : {false, true}) {
+      for (const int shift : {0, width / 4 - 20, width / 2 - 20, width - 40}) {
+        const Rect all = {0, 0, width, 2}, to = {-shift, 1, width - shift, isStretched ? 6 : 3};
+        const Bytes picture = recordedBy([&](qd::Recorder& r) { r.image(wide.world, plain(all), plain(to), 2); });
+        EXPECT_EQ(std::ranges::count(drawnIn(picture), '\n'), pieces - 1) << depth << " " << width;
+        Drawn drawn(32, 0, 40, 30, {{0, 0, 0}}, chance);
+        EXPECT_FALSE(drawn.world.play(picture).error);
+        Player(drawn.map, drawn.map.bounds, drawn.map.bounds).bits(wide.map, all, to, 2);
+        ASSERT_EQ(drawn.difference(), "")
+            << depth << " " << width << " at " << shift << (isStretched ? " stretched" : "");
+      }
+    }
+  }
+}
+
+TEST(Limits, HeadsSayWhereAPictureLies) {
+  constexpr int k72 = 0x480000, k144 = 0x900000;
+  struct Case {
+    const char* picture;
+    int version;  // 0: it is none
+    qd::Rect source;
+    int hRes, vRes;
+    int drawn;  // -1: an error is told
+    std::size_t remarks = 0;
+  };
+  const Case cases[] = {
+      {"picture version 1 frame (2, 1, 9, 8)\nPaintRect (0, 0, 1, 1)\nOpEndPic", 1, {1, 2, 8, 9}, k72, k72, 1},
+      {"picture version 1 frame (2, 1, 9, 8)\nTxFace 1\nPaintRect (0, 0, 1, 1)", 1, {1, 2, 8, 9}, k72, k72, 1, 1},
+      {"picture version 1 frame (2, 1, 9, 8)\nPaintRect (0, 0, 1, 1)\nOpEndPic\nbytes 31",
+       1,
+       {1, 2, 8, 9},
+       k72,
+       k72,
+       1},
+      {"picture version 1 frame (2, 1, 9, 8)\nPaintRect (0, 0, 1, 1)\nbytes 3100", 1, {1, 2, 8, 9}, k72, k72, -1},
+      {"picture version 1 frame (2, 1, 9, 8)\nOpEndPic", 1, {1, 2, 8, 9}, k72, k72, 0},
+      {"picture version 1 frame (2, 1, 9, 8)", 1, {1, 2, 8, 9}, k72, k72, -1},
+      {"picture frame (2, 1, 9, 8)\nTxFace 1\nPaintRect (0, 0, 1, 1)\nOpEndPic", 2, {1, 2, 8, 9}, k72, k72, 1},
+      {"picture frame (2, 1, 9, 8)\nPaintRect (0, 0, 1, 1)\nbytes 00", 2, {1, 2, 8, 9}, k72, k72, 1, 1},
+      // A frame without pixels is played into nothing.
+      {"picture frame (2, 1, 2, 8)\nPaintRect (0, 0, 1, 1)\nOpEndPic", 2, {1, 2, 8, 2}, k72, k72, 0},
+      {"picture frame (2, 9, 9, 8)\nPaintRect (0, 0, 1, 1)\nOpEndPic", 2, {9, 2, 8, 9}, k72, k72, 0},
+      // The head's rectangle and its resolutions count if they can be.
+      {"picture frame (2, 1, 9, 8)\nHeaderOp { version -2 hRes 144 vRes 72 source (0, 0, 6, 5) }\nOpEndPic",
+       2,
+       {0, 0, 5, 6},
+       k144,
+       k72,
+       0},
+      {"picture frame (2, 1, 2, 1)\nHeaderOp { version -2 hRes 72 vRes 144 source (0, 0, 6, 5) }\nPaintRect (0, 0, 1, "
+       "1)\nOpEndPic",
+       2,
+       {0, 0, 5, 6},
+       k72,
+       k144,
+       1},
+      {"picture frame (2, 1, 9, 8)\nHeaderOp { version -2 hRes 0 vRes 144 source (0, 0, 6, 5) }\nOpEndPic",
+       2,
+       {0, 0, 5, 6},
+       k72,
+       k72,
+       0},
+      {"picture frame (2, 1, 9, 8)\nHeaderOp { version -2 hRes 144 vRes -1 source (0, 0, 6, 5) }\nOpEndPic",
+       2,
+       {0, 0, 5, 6},
+       k72,
+       k72,
+       0},
+      {"picture frame (2, 1, 9, 8)\nHeaderOp { version -2 hRes 144 vRes 144 source (0, 0, 0, 5) }\nOpEndPic",
+       2,
+       {1, 2, 8, 9},
+       k144,
+       k144,
+       0},
+      {"picture frame (2, 1, 9, 8)\nHeaderOp { version -1 left 5 right 6 bottom 7 }\nOpEndPic",
+       2,
+       {1, 2, 8, 9},
+       k72,
+       k72,
+       0},
+      {"picture frame (2, 1, 9, 8)\nNOP\nHeaderOp { version -2 hRes 144 vRes 144 source (0, 0, 6, 5) }\nOpEndPic",
+       2,
+       {1, 2, 8, 9},
+       k72,
+       k72,
+       0},
+      // No-ops may come before the version; another version is none.
+      {"bytes 0000000100020008000900001101FF", 1, {1, 2, 8, 9}, k72, k72, 0},
+      {"bytes 00000001000200080009001102FF00FF", 2, {1, 2, 8, 9}, k72, k72, 0},
+      {"bytes 000000010002000800091103FF", 0, {}, 0, 0, -1},
+      {"bytes 00000001000200080009001102FE00FF", 0, {}, 0, 0, -1},
+      {"bytes 00000001000200080009001002FF00FF", 0, {}, 0, 0, -1},
+      {"bytes 0000000100020008", 0, {}, 0, 0, -1},
+  };
+  qd::System system(FONTS);
+  for (const auto& [text, version, source, hRes, vRes, drawn, remarks] : cases) {
+    SCOPED_TRACE(text);
+    const qd::Assembled made = qd::assemblePicture(text);
+    ASSERT_FALSE(made.error) << made.error->what;
+    const auto info = qd::pictureInfo(made.picture);
+    ASSERT_EQ(info.has_value(), version != 0);
+    if (info) {
+      EXPECT_EQ(info->version, version);
+      EXPECT_EQ(info->source, source);
+      EXPECT_EQ(std::pair(info->hRes, info->vRes), std::pair(hRes, vRes));
+    }
+    auto world = qd::GWorld::make(system, 9, 9);
+    const qd::Playback playback = world->play(made.picture);
+    EXPECT_EQ(playback.error.has_value(), drawn < 0);
+    EXPECT_EQ(playback.remarks.size(), remarks);
+    if (drawn >= 0) {
+      EXPECT_EQ(playback.drawn, drawn);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace model
