@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <random>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,10 @@ class Out {
 
   std::vector<std::uint8_t> bytes;
 };
+// A pixel of that depth in a row, the most significant bits first.
+void putPixel(std::span<std::uint8_t> row, int depth, int x, std::uint32_t pixel);
+
+__attribute__((format(printf, 1, 2))) std::string format(const char* pattern, ...);
 std::string hex(const std::vector<std::uint8_t>& bytes);
 
 // A line of the picture, and what it means.
@@ -67,6 +72,7 @@ struct Scene {
   int width = 40, height = 30;
   int version = 2;
   Rect frame = {0, 0, 40, 30}, target = {0, 0, 40, 30};
+  std::optional<Rect> head;   // the frame where another rectangle is the picture's space
   std::vector<Color> colors;  // that are met often
   unsigned noise = 0;
   std::vector<Step> steps;
@@ -100,5 +106,7 @@ void addState(Chance& chance, Scene& scene);
 void addShape(Chance& chance, Scene& scene);
 void addBits(Chance& chance, Scene& scene);
 void addImage(Chance& chance, Scene& scene);
+// Bits that are copied through a matte.
+void addMatte(Chance& chance, Scene& scene);
 
 }  // namespace model
