@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <numbers>
 
 #include "tests/model/scene.h"
 
@@ -38,7 +40,7 @@ Scene sceneOf(Chance& chance, const World& world) {
   return scene;
 }
 
-class Model : public ::testing::TestWithParam<World> {};
+class ModelAt : public ::testing::TestWithParam<World> {};
 
 using Add = void (*)(Chance&, Scene&);
 
@@ -52,14 +54,14 @@ void expectSameScenes(const World& world, int steps, std::initializer_list<Add> 
   }
 }
 
-TEST_P(Model, ShapesTouchTheSamePixels) { expectSameScenes(GetParam(), 30, {addState, addShape}); }
+TEST_P(ModelAt, ShapesTouchTheSamePixels) { expectSameScenes(GetParam(), 30, {addState, addShape}); }
 
-TEST_P(Model, BitsTouchTheSamePixels) { expectSameScenes(GetParam(), 20, {addState, addBits, addBits}); }
+TEST_P(ModelAt, BitsTouchTheSamePixels) { expectSameScenes(GetParam(), 20, {addState, addBits, addBits}); }
 
-TEST_P(Model, ImagesTouchTheSamePixels) { expectSameScenes(GetParam(), 12, {addState, addImage, addMatte}); }
+TEST_P(ModelAt, ImagesTouchTheSamePixels) { expectSameScenes(GetParam(), 12, {addState, addImage, addMatte}); }
 
 // Also within one world, whose pixels are all read before the first is written.
-TEST_P(Model, CopiesTouchTheSamePixels) {
+TEST_P(ModelAt, CopiesTouchTheSamePixels) {
   for (unsigned seed = 0; seed < 300; ++seed) {
     Chance chance(seed);
     const Scene scene = sceneOf(chance, GetParam());
@@ -75,9 +77,34 @@ TEST_P(Model, CopiesTouchTheSamePixels) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Depths, Model, ::testing::ValuesIn(kWorlds), [](const auto& info) {
+INSTANTIATE_TEST_SUITE_P(Depths, ModelAt, ::testing::ValuesIn(kWorlds), [](const auto& info) {
   return "Depth" + std::to_string(info.param.depth) + "Table" + std::to_string(info.param.table);
 });
+
+// Each degree in large rectangles, near the end of its ray, where a tangent that is off by a bit has led to other
+// pixels.
+TEST(Model, RaysOfAllDegreesTouchTheSamePixels) {
+  for (const auto& [h, v] : {std::pair(15000, 15000), {15000, 6000}, {4500, 15000}}) {
+    for (int degrees = 1; degrees < 90; ++degrees) {
+      const double angle = degrees * std::numbers::pi / 180;
+      const int x = static_cast<int>(0.99 * h * std::sin(angle)), y = static_cast<int>(0.99 * v * -std::cos(angle));
+      Scene scene;
+      scene.width = 600;
+      scene.depth = 1;
+      scene.table = 33;
+      scene.frame = {x - 300, y - 15, x + 300, y + 15};
+      scene.target = {0, 0, 600, 30};
+      scene.colors = {{0, 0, 0}};
+      for (const int start : {0, 180}) {
+        scene.steps = {{format("InvertArc (%d, %d, %d, %d) %d %d", -h, -v, h, v, start, degrees - start),
+                        [=, h = h, v = v](Player& p) {
+                          p.shape(Shape::arc, Verb::invert, {-h, -v, h, v}, start, degrees - start);
+                        }}};
+        expectSame(scene);
+      }
+    }
+  }
+}
 
 }  // namespace
 }  // namespace model
