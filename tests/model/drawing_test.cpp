@@ -106,5 +106,23 @@ TEST(Model, RaysOfAllDegreesTouchTheSamePixels) {
   }
 }
 
+TEST(Model, DamagedPicturesEndWithoutHarm) {
+  int broken = 0;
+  for (unsigned seed = 0; seed < 1500; ++seed) {
+    Chance chance(seed);
+    Scene scene = sceneOf(chance, chance.of(kWorlds));
+    for (int i = 0; i < 12; ++i) chance.of(std::array{addState, addShape, addBits, addImage, addMatte})(chance, scene);
+    auto picture = pictureOf(scene);
+    if (chance.oneIn(3)) picture.resize(static_cast<std::size_t>(chance.any(0, static_cast<int>(picture.size()))));
+    for (int i = picture.empty() ? 0 : chance.any(0, 6); i > 0; --i)
+      picture[static_cast<std::size_t>(chance.any(0, static_cast<int>(picture.size()) - 1))] ^= 1 << chance.any(0, 7);
+    Drawn drawn(scene.depth, scene.table, scene.width, scene.height, scene.colors, chance);
+    broken += drawn.world.play(picture, plain(scene.target)).error ? 1 : 0;
+    qd::listPicture(picture, [](const std::string&) {});
+    recorded(picture, scene.width, scene.height, scene.target);
+  }
+  EXPECT_GT(broken, 500);
+}
+
 }  // namespace
 }  // namespace model

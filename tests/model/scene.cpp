@@ -152,13 +152,22 @@ std::string textOf(const Scene& scene) {
   return all + "OpEndPic\n";
 }
 
+}  // namespace
+
+std::vector<std::uint8_t> pictureOf(const Scene& scene) {
+  qd::Assembled made = qd::assemblePicture(textOf(scene));
+  EXPECT_FALSE(made.error) << made.error->line << ": " << made.error->what << "\n" << textOf(scene);
+  return std::move(made.picture);
+}
+
+namespace {
+
 std::string difference(const Scene& scene) {
-  const qd::Assembled made = qd::assemblePicture(textOf(scene));
-  if (made.error) return format("line %d can't be assembled: ", made.error->line) + made.error->what;
+  const std::vector<std::uint8_t> picture = pictureOf(scene);
   Drawn drawn(scene.depth, scene.table, scene.width, scene.height, scene.colors, Chance(scene.noise));
   const qd::Playback playback = scene.isRecorded
-                                    ? drawn.world.play(recorded(made.picture, scene.width, scene.height, scene.target))
-                                    : drawn.world.play(made.picture, plain(scene.target));
+                                    ? drawn.world.play(recorded(picture, scene.width, scene.height, scene.target))
+                                    : drawn.world.play(picture, plain(scene.target));
   if (playback.error) return describe(*playback.error);
   Player player(drawn.map, scene.frame, scene.target);
   for (const Step& step : scene.steps) step.play(player);

@@ -78,6 +78,7 @@ struct Scene {
   std::vector<Step> steps;
   bool isRecorded = false;  // what counts is what is recorded while it is played
 };
+std::vector<std::uint8_t> pictureOf(const Scene& scene);
 // Fails, and says where, if the engine draws it in another way than the model: the picture, or what is recorded while
 // it is played.
 void expectSame(Scene scene);
