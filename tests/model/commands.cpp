@@ -464,10 +464,11 @@ void addImage(Chance& chance, Scene& scene) {
   out.u32(static_cast<std::uint32_t>(matte.bytes.size())).rect(matte.map.bounds).u16(mode).rect(part);
   out.u32(0).u32(static_cast<std::uint32_t>(region.bytes.size()));
   out.put(matte.bytes).put(region.bytes).put(image.bytes);
-  // What stands in for it in the same place isn't drawn; anything else is.
-  const std::string next = chance.oneIn(2) ? "NOP"
-                                           : "BitsRect { rowBytes bitMap 2 bounds (0, 0, 1, 1) } (0, 0, 1, 1) " +
-                                                 text(placed(all)) + " 0 { 8000 }";
+  // Bits in the same place, or as many bytes of opcodes as a pen size says, stand in for it and aren't drawn.
+  const std::string nexts[] = {
+      "NOP", "PnSize (10, 99)\nPaintRect (0, 0, 40, 30)",
+      "BitsRect { rowBytes bitMap 2 bounds (0, 0, 1, 1) } (0, 0, 1, 1) " + text(placed(all)) + " 0 { 8000 }"};
+  const std::string next = chance.of(nexts);
   std::vector<Region> masks;
   if (hasMask) masks.push_back(mask);
   if (isCut) masks.emplace_back(placed(part));

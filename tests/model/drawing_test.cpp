@@ -33,7 +33,7 @@ Scene sceneOf(Chance& chance, const World& world) {
     const int h = chance.any(-3, 3), v = chance.any(-3, 3);
     scene.frame = {h, v, h + 40, v + 30};
   }
-  scene.noise = static_cast<unsigned>(chance.any(0, 0xFFFF));
+  scene.seed = static_cast<unsigned>(chance.any(0, 0xFFFF));
   scene.colors = {{0, 0, 0}, {0xFFFF, 0xFFFF, 0xFFFF}};
   for (int i = 0; i < 3; ++i)
     scene.colors.push_back({chance.any(0, 0xFFFF), chance.any(0, 0xFFFF), chance.any(0, 0xFFFF)});
@@ -66,8 +66,8 @@ TEST_P(ModelAt, CopiesTouchTheSamePixels) {
     Chance chance(seed);
     const Scene scene = sceneOf(chance, GetParam());
     const World from = chance.of(kWorlds);
-    Drawn to(scene.depth, scene.table, scene.width, scene.height, scene.colors, Chance(scene.noise));
-    Drawn other(from.depth, from.table, 30, 20, scene.colors, Chance(scene.noise + 1));
+    Drawn to(scene.noise(), scene.table);
+    Drawn other(noise(from.depth, from.table, {0, 0, 30, 20}, scene.colors, chance), from.table);
     const Drawn& source = chance.oneIn(4) ? to : other;
     const Rect part = anyRect(chance), place = anyRect(chance);
     to.world.copy(source.world, plain(part), plain(place));
@@ -116,10 +116,10 @@ TEST(Model, DamagedPicturesEndWithoutHarm) {
     if (chance.oneIn(3)) picture.resize(static_cast<std::size_t>(chance.any(0, static_cast<int>(picture.size()))));
     for (int i = picture.empty() ? 0 : chance.any(0, 6); i > 0; --i)
       picture[static_cast<std::size_t>(chance.any(0, static_cast<int>(picture.size()) - 1))] ^= 1 << chance.any(0, 7);
-    Drawn drawn(scene.depth, scene.table, scene.width, scene.height, scene.colors, chance);
+    Drawn drawn(scene.noise(), scene.table);
     broken += drawn.world.play(picture, plain(scene.target)).error ? 1 : 0;
     qd::listPicture(picture, [](const std::string&) {});
-    recorded(picture, scene.width, scene.height, scene.target);
+    recorded(picture, drawn.map.bounds, scene.target);
   }
   EXPECT_GT(broken, 500);
 }

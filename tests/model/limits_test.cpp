@@ -39,102 +39,65 @@ std::string drawnIn(const Bytes& picture) {
 }
 
 TEST(Limits, RecordingsHaveTheShortestFormThatHolds) {
-  using Record = void (*)(qd::Recorder&);
-  const std::pair<Record, const char*> cases[] = {
-      // Lines go on from the last one's end, or begin elsewhere; how far they go is a byte or two.
-      {[](qd::Recorder& r) {
-         r.line({0, 0}, {-128, 127});
-       },
-       "ShortLineFrom 127 -128"},
-      {[](qd::Recorder& r) {
-         r.line({0, 0}, {0, 128});
-       },
-       "LineFrom (128, 0)"},
-      {[](qd::Recorder& r) {
-         r.line({0, 0}, {128, 0});
-       },
-       "LineFrom (0, 128)"},
-      {[](qd::Recorder& r) {
-         r.line({0, 0}, {0, -129});
-       },
-       "LineFrom (-129, 0)"},
-      {[](qd::Recorder& r) {
-         r.line({0, 0}, {-129, 0});
-       },
-       "LineFrom (0, -129)"},
-      {[](qd::Recorder& r) {
-         r.line({5, 6}, {-123, 133});
-       },
-       "ShortLine (6, 5) 127 -128"},
-      {[](qd::Recorder& r) {
-         r.line({5, 6}, {5, 134});
-       },
-       "Line (6, 5) (134, 5)"},
-      {[](qd::Recorder& r) {
-         r.line({5, 6}, {-124, 6});
-       },
-       "Line (6, 5) (6, -124)"},
-      {[](qd::Recorder& r) {
-         r.line({5, 6}, {7, 8});
-         r.line({7, 8}, {7, 9});
-         r.line({7, 8}, {7, 9});
-       },
+  // Lines go on from the last one's end, or begin elsewhere; how far they go is a byte or two.
+  const std::pair<std::vector<std::pair<Point, Point>>, const char*> lines[] = {
+      {{{{0, 0}, {127, -128}}}, "ShortLineFrom 127 -128"},
+      {{{{0, 0}, {128, 0}}}, "LineFrom (128, 0)"},
+      {{{{0, 0}, {0, 128}}}, "LineFrom (0, 128)"},
+      {{{{0, 0}, {-129, 0}}}, "LineFrom (-129, 0)"},
+      {{{{0, 0}, {0, -129}}}, "LineFrom (0, -129)"},
+      {{{{6, 5}, {133, -123}}}, "ShortLine (6, 5) 127 -128"},
+      {{{{6, 5}, {134, 5}}}, "Line (6, 5) (134, 5)"},
+      {{{{6, 5}, {6, -124}}}, "Line (6, 5) (6, -124)"},
+      {{{{6, 5}, {8, 7}}, {{8, 7}, {9, 7}}, {{8, 7}, {9, 7}}},
        "ShortLine (6, 5) 2 2\nShortLineFrom 1 0\nShortLine (8, 7) 1 0"},
-      // A text counts from where the last one began, and only forward.
-      {[](qd::Recorder& r) {
-         r.text({0, 255}, "a");
-       },
-       "DHText 255 \"a\""},
-      {[](qd::Recorder& r) {
-         r.text({0, 256}, "a");
-       },
-       "LongText (256, 0) \"a\""},
-      {[](qd::Recorder& r) {
-         r.text({255, 0}, "a");
-       },
-       "DVText 255 \"a\""},
-      {[](qd::Recorder& r) {
-         r.text({256, 0}, "a");
-       },
-       "LongText (0, 256) \"a\""},
-      {[](qd::Recorder& r) {
-         r.text({255, 255}, "a");
-       },
-       "DHDVText 255 255 \"a\""},
-      {[](qd::Recorder& r) {
-         r.text({9, 9}, "a");
-         r.text({8, 10}, "a");
-         r.text({9, 9}, "a");
-         r.text({9, 10}, "a");
-       },
-       "DHDVText 9 9 \"a\"\nLongText (10, 8) \"a\"\nLongText (9, 9) \"a\"\nDHText 1 \"a\""},
-      // The rectangle is left out if it was the last one, and the last one of this shape.
-      {[](qd::Recorder& r) {
-         const qd::Rect rect = {1, 2, 9, 8};
-         r.rect(qd::Verb::paint, rect);
-         r.rect(qd::Verb::invert, rect);
-         r.oval(qd::Verb::paint, rect);
-         r.rect(qd::Verb::erase, rect);
-         r.oval(qd::Verb::paint, {1, 2, 9, 9});
-         r.rect(qd::Verb::erase, rect);
-         r.arc(qd::Verb::paint, rect, -5, 90);
-         r.arc(qd::Verb::fill, rect, 7, -90);
-       },
-       "PaintRect (2, 1, 8, 9)\nInvertSameRect\nPaintOval (2, 1, 8, 9)\nEraseSameRect\nPaintOval (2, 1, 9, 9)\n"
-       "EraseRect (2, 1, 8, 9)\nPaintArc (2, 1, 8, 9) -5 90\nFillSameArc 7 -90"},
-      // Nothing is recorded of an image that shows nothing.
-      {[](qd::Recorder& r) {
-         qd::System system(FONTS);
-         const auto world = qd::GWorld::make(system, 4, 4);
-         r.image(*world, {0, 4, 4, 8}, {0, 0, 4, 4});
-         r.image(*world, {0, 0, 4, 4}, {0, 4, 4, 4});
-         r.polygon(qd::Verb::paint, std::array{qd::Point{1, 1}});
-         r.text({3, 3}, "");
-       },
-       ""},
   };
-  for (const auto& [record, lines] : cases) EXPECT_EQ(drawnIn(recordedBy(record)), lines);
-
+  for (const auto& [drawn, opcodes] : lines) {
+    EXPECT_EQ(drawnIn(recordedBy([&drawn = drawn](qd::Recorder& r) {
+                for (const auto& [from, to] : drawn) r.line(plain(from), plain(to));
+              })),
+              opcodes);
+  }
+  // A text counts from where the last one began, and only forward.
+  const std::pair<std::vector<Point>, const char*> texts[] = {
+      {{{255, 0}}, "DHText 255 \"a\""},
+      {{{256, 0}}, "LongText (256, 0) \"a\""},
+      {{{0, 255}}, "DVText 255 \"a\""},
+      {{{0, 256}}, "LongText (0, 256) \"a\""},
+      {{{255, 255}}, "DHDVText 255 255 \"a\""},
+      {{{9, 9}, {10, 8}, {9, 9}, {10, 9}},
+       "DHDVText 9 9 \"a\"\nLongText (10, 8) \"a\"\nLongText (9, 9) \"a\"\nDHText 1 \"a\""},
+  };
+  for (const auto& [drawn, opcodes] : texts) {
+    EXPECT_EQ(drawnIn(recordedBy([&drawn = drawn](qd::Recorder& r) {
+                for (const Point& at : drawn) r.text(plain(at), "a");
+              })),
+              opcodes);
+  }
+  // A rectangle is left out if it was the last one, and the last one of this shape.
+  EXPECT_EQ(drawnIn(recordedBy([](qd::Recorder& r) {
+              const qd::Rect rect = {1, 2, 9, 8};
+              r.rect(qd::Verb::paint, rect);
+              r.rect(qd::Verb::invert, rect);
+              r.oval(qd::Verb::paint, rect);
+              r.rect(qd::Verb::erase, rect);
+              r.oval(qd::Verb::paint, {1, 2, 9, 9});
+              r.rect(qd::Verb::erase, rect);
+              r.arc(qd::Verb::paint, rect, -5, 90);
+              r.arc(qd::Verb::fill, rect, 7, -90);
+            })),
+            "PaintRect (2, 1, 8, 9)\nInvertSameRect\nPaintOval (2, 1, 8, 9)\nEraseSameRect\nPaintOval (2, 1, 9, 9)\n"
+            "EraseRect (2, 1, 8, 9)\nPaintArc (2, 1, 8, 9) -5 90\nFillSameArc 7 -90");
+  // Nothing is recorded of what shows nothing.
+  EXPECT_EQ(drawnIn(recordedBy([](qd::Recorder& r) {
+              qd::System system(FONTS);
+              const auto world = qd::GWorld::make(system, 4, 4);
+              r.image(*world, {0, 4, 4, 8}, {0, 0, 4, 4});
+              r.image(*world, {0, 0, 4, 4}, {0, 4, 4, 4});
+              r.polygon(qd::Verb::paint, std::array{qd::Point{1, 1}});
+              r.text({3, 3}, "");
+            })),
+            "");
   // A text of more bytes than an opcode can have goes on where its first part ended.
   for (const std::size_t count : {255, 256, 511}) {
     const std::string lines = drawnIn(recordedBy([count](qd::Recorder& r) {
@@ -184,13 +147,14 @@ TEST(Limits, WideImagesAreRecordedInPieces) {
   constexpr Case kCases[] = {{32, 4095, 1}, {32, 4096, 2}, {32, 9001, 4}, {16, 8191, 1}, {16, 8192, 2}, {8, 16383, 2}};
   Chance chance(1);
   for (const auto& [depth, width, pieces] : kCases) {
-    const Drawn wide(depth, depth == 8 ? 72 : 0, width, 2, {{0, 0, 0}}, chance);
+    const int table = depth == 8 ? 72 : 0;
+    const Drawn wide(noise(depth, table, {0, 0, width, 2}, {{0, 0, 0}}, chance), table);
     for (const bool isStretched : {false, true}) {
       for (const int shift : {0, width / 4 - 20, width / 2 - 20, width - 40}) {
         const Rect all = {0, 0, width, 2}, to = {-shift, 1, width - shift, isStretched ? 6 : 3};
         const Bytes picture = recordedBy([&](qd::Recorder& r) { r.image(wide.world, plain(all), plain(to), 2); });
         EXPECT_EQ(std::ranges::count(drawnIn(picture), '\n'), pieces - 1) << depth << " " << width;
-        Drawn drawn(32, 0, 40, 30, {{0, 0, 0}}, chance);
+        Drawn drawn(noise(32, 0, {0, 0, 40, 30}, {{0, 0, 0}}, chance), 0);
         EXPECT_FALSE(drawn.world.play(picture).error);
         Player(drawn.map, drawn.map.bounds, drawn.map.bounds).bits(wide.map, all, to, 2);
         ASSERT_EQ(drawn.difference(), "")

@@ -113,34 +113,48 @@ qd::System& theSystem() {
   return system;
 }
 
+std::int16_t word(int at) { return static_cast<std::int16_t>(at); }
+
 }  // namespace
 
-qd::Rect plain(const Rect& r) {
-  const auto word = [](int at) { return static_cast<std::int16_t>(at); };
-  return {word(r.top), word(r.left), word(r.bottom), word(r.right)};
+qd::Point plain(Point p) { return {word(p.v), word(p.h)}; }
+qd::Rect plain(const Rect& r) { return {word(r.top), word(r.left), word(r.bottom), word(r.right)}; }
+
+Map noise(int depth, int table, const Rect& bounds, const std::vector<Color>& colors, Chance chance) {
+  Map map(depth, bounds, table != 0 ? tableOf(table) : Table());
+  for (std::uint32_t& pixel : map.pixels) {
+    pixel = chance.oneIn(3) ? static_cast<std::uint32_t>(chance.any(0, 0xFFFFFF)) & map.ones()
+                            : map.pixelOf(chance.of(colors));
+  }
+  return map;
 }
 
-Drawn::Drawn(int depth, int table, int width, int height, const std::vector<Color>& colors, Chance chance)
-    : world(*qd::GWorld::make(theSystem(), width, height, depth, table)),
-      map(depth, {0, 0, width, height}, table != 0 ? tableOf(table) : Table()) {
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      std::uint32_t& pixel = map.at(x, y);
-      pixel = chance.oneIn(3) ? static_cast<std::uint32_t>(chance.any(0, 0xFFFFFF)) & map.ones()
-                              : map.pixelOf(chance.of(colors));
-      putPixel(world.row(y), depth, x, pixel);
-    }
+namespace {
+
+std::string differenceOf(const Map& is, const Map& model) {
+  const auto at = std::ranges::mismatch(is.pixels, model.pixels).in1 - is.pixels.begin();
+  if (at == std::ssize(is.pixels)) return {};
+  const auto i = static_cast<int>(at);
+  const int x = i % is.bounds.width() + is.bounds.left, y = i / is.bounds.width() + is.bounds.top;
+  return format("pixel (%d, %d) is %X; the model has %X", x, y, is.at(x, y), model.at(x, y));
+}
+
+}  // namespace
+
+Drawn::Drawn(Map pixels, int table)
+    : map(std::move(pixels)),
+      world(*qd::GWorld::make(theSystem(), map.bounds.width(), map.bounds.height(), map.depth, table)) {
+  for (int y = 0; y < map.bounds.bottom; ++y) {
+    for (int x = 0; x < map.bounds.right; ++x) putPixel(world.row(y), map.depth, x, map.at(x, y));
   }
 }
 
 std::string Drawn::difference() const {
+  Map is = map;
   for (int y = 0; y < map.bounds.bottom; ++y) {
-    for (int x = 0; x < map.bounds.right; ++x) {
-      const std::uint32_t is = pixelIn(world.row(y), map.depth, x);
-      if (is != map.at(x, y)) return format("pixel (%d, %d) is %X; the model has %X", x, y, is, map.at(x, y));
-    }
+    for (int x = 0; x < map.bounds.right; ++x) is.at(x, y) = pixelIn(world.row(y), map.depth, x);
   }
-  return {};
+  return differenceOf(is, map);
 }
 
 namespace {
@@ -164,14 +178,21 @@ namespace {
 
 std::string difference(const Scene& scene) {
   const std::vector<std::uint8_t> picture = pictureOf(scene);
-  Drawn drawn(scene.depth, scene.table, scene.width, scene.height, scene.colors, Chance(scene.noise));
-  const qd::Playback playback = scene.isRecorded
-                                    ? drawn.world.play(recorded(picture, scene.width, scene.height, scene.target))
-                                    : drawn.world.play(picture, plain(scene.target));
-  if (playback.error) return describe(*playback.error);
-  Player player(drawn.map, scene.frame, scene.target);
-  for (const Step& step : scene.steps) step.play(player);
-  return drawn.difference();
+  const auto byModel = [&scene](Map& map) {
+    Player player(map, scene.frame, scene.target);
+    for (const Step& step : scene.steps) step.play(player);
+  };
+  const auto inWords = [](const qd::Playback& playback) { return playback.error ? describe(*playback.error) : ""; };
+  if (scene.isRecorded) {
+    Map is = scene.noise(), model = is;
+    const std::string error = inWords(playInto(is, recorded(picture, is.bounds, scene.target)));
+    byModel(model);
+    return error + differenceOf(is, model);
+  }
+  Drawn drawn(scene.noise(), scene.table);
+  const std::string error = inWords(drawn.world.play(picture, plain(scene.target)));
+  byModel(drawn.map);
+  return error + drawn.difference();
 }
 
 // Fails with the fewest of its steps that still differ.
@@ -193,6 +214,8 @@ void expectNoDifference(Scene scene) {
 void expectSame(Scene scene) {
   expectNoDifference(scene);
   scene.isRecorded = true;
+  Chance chance(scene.seed);
+  scene.corner = {chance.any(-9, 9), chance.any(-9, 9)};
   std::erase_if(scene.steps, [](const Step& step) { return !step.isRecorded; });
   expectNoDifference(scene);
 }
