@@ -17,7 +17,7 @@ std::string text(const Color& c) {
 // A coordinate in the world or about it; now and then far away.
 int Chance::near(int high) {
   if (!oneIn(24)) return any(-8, high + 8);
-  return oneIn(2) ? any(-300, 300) : any(-15000, 15000);
+  return oneIn(2) ? any(-300, 300) : any(-32768, 32767);
 }
 
 Rect anyRect(Chance& chance) {
@@ -28,19 +28,8 @@ Rect anyRect(Chance& chance) {
 
 Region anyRegion(Chance& chance) {
   Region region;
-  std::set<int> open;
-  int v = chance.any(-5, 8);
-  const auto toggle = [&](int h) {
-    region.points.push_back({h, v});
-    if (!open.erase(h)) open.insert(h);
-  };
-  for (int row = chance.any(1, 5); row > 0; --row, v += chance.any(1, 9)) {
-    std::set<int> edges;
-    for (int pair = chance.any(1, 4); pair > 0; --pair) edges.insert(chance.any(-6, 46));
-    if (edges.size() % 2 != 0) edges.erase(edges.begin());
-    for (const int h : edges) toggle(h);
-  }
-  for (const int h : std::set<int>(open)) toggle(h);
+  for (int i = chance.any(1, 5); i > 0; --i)
+    region.toggle({chance.any(-6, 24), chance.any(-5, 20), chance.any(10, 46), chance.any(5, 38)});
   return region;
 }
 
@@ -73,9 +62,7 @@ std::vector<std::uint8_t> packed(Chance& chance, const std::vector<std::uint8_t>
   Out out;
   const std::size_t count = row.size() / unit;
   const auto isSame = [&](std::size_t a, std::size_t b) {
-    return std::equal(row.begin() + static_cast<std::ptrdiff_t>(a * unit),
-                      row.begin() + static_cast<std::ptrdiff_t>((a + 1) * unit),
-                      row.begin() + static_cast<std::ptrdiff_t>(b * unit));
+    return std::ranges::equal(std::span(row).subspan(a * unit, unit), std::span(row).subspan(b * unit, unit));
   };
   for (std::size_t at = 0; at < count;) {
     if (chance.oneIn(9)) out.u8(-128);
@@ -401,7 +388,7 @@ void addShape(Chance& chance, Scene& scene) {
       if (isSame) return add(scene, verbs + "SamePoly", [=](Player& p) { p.polygon(verb); });
       std::vector<Point> points;
       std::string all;
-      for (int i = chance.any(1, 7); i > 0; --i) {
+      for (int i = chance.any(1, chance.oneIn(9) ? 80 : 7); i > 0; --i) {
         points.push_back(point());
         all += " " + text(points.back());
       }

@@ -49,9 +49,11 @@ namespace {
 struct Rows {
   explicit Rows(const Region& region) {
     for (const auto& [h, v] : region.points) {
-      box = {std::min(box.left, h), std::min(box.top, v), std::max(box.right, h), std::max(box.bottom, v)};
-      edges[v].insert(h);
+      if (!edges[v].erase(h)) edges[v].insert(h);
     }
+    std::erase_if(edges, [](const auto& row) { return row.second.empty(); });
+    for (const auto& [v, row] : edges)
+      box = {std::min(box.left, *row.begin()), std::min(box.top, v), std::max(box.right, *row.rbegin()), v};
     if (edges.empty()) box = {};
   }
   bool isRect() const { return edges.empty() || (edges.size() == 2 && edges.begin()->second.size() == 2); }
