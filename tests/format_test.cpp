@@ -192,89 +192,63 @@ TEST(Format, StateIsWrittenOnceAndComesBack) {
   const auto text = [](Port& port) { perform(port, TextCommand{{0, 0}, "a"}); };
   struct Row {
     const char* written;
-    void (*set)(PortState& state);
+    std::function<void(PortState&)> set;
     std::function<void(Port&)> draw;
     const char* drawn;
   };
+  const auto isSet = [](auto PortState::*field, const auto& value) {
+    return [=](PortState& state) { state.*field = value; };
+  };
+  const auto hasColor = [](RGBColor TransferColors::*field) {
+    return [=](PortState& state) { state.colors.*field = {1, 2, 3}; };
+  };
+  const auto hasText = [](auto TextState::*field, const auto& value) {
+    return [=](PortState& state) { state.text.*field = value; };
+  };
+  const auto both = [](const auto& one, const auto& two) {
+    return [=](PortState& state) { return one(state), two(state); };
+  };
+  PixelPatternFields red;
+  red.type = PixelPatternFields::kColor;
+  red.color = {0xFFFF, 0, 0};
+  const Pattern bits{{1, 2, 3, 4, 5, 6, 7, 8}, nullptr};
   const char* const lines = "ShortLineFrom 3 0\nShortLine (0, 0) 3 0\n";
   const char* const paints = "PaintRect (1, 2, 9, 9)\nPaintSameRect\n";
   const char* const texts = "DHText 0 \"a\"\nDHText 0 \"a\"\n";
   const auto paint = shape(Shape::rect, Verb::paint);
   const Row rows[] = {
-      {"OpColor #000100020003\n",
-       [](PortState& s) {
-         s.colors.operand = {1, 2, 3};
-       },
-       paint, paints},
-      {"HiliteColor #000100020003\n",
-       [](PortState& s) {
-         s.colors.highlight = {1, 2, 3};
-       },
-       line, lines},
-      {"RGBFgCol #000100020003\n",
-       [](PortState& s) {
-         s.colors.foreground = {1, 2, 3};
-       },
-       text, texts},
-      {"RGBBkCol #000100020003\n",
-       [](PortState& s) {
-         s.colors.background = {1, 2, 3};
-       },
-       paint, paints},
-      {"PnSize (3, 2)\n",
-       [](PortState& s) {
-         s.penSize = {2, 3};
-       },
-       line, lines},
-      {"",
-       [](PortState& s) {
-         s.penSize = {2, 3};
-       },
-       paint, paints},
-      {"PnMode 10\n", [](PortState& s) { s.penMode = patXor; }, line, lines},
-      {"PnPat 0102030405060708\n", [](PortState& s) { s.penPattern.bits = {1, 2, 3, 4, 5, 6, 7, 8}; }, paint, paints},
-      {"BkPat 0102030405060708\n", [](PortState& s) { s.backPattern.bits = {1, 2, 3, 4, 5, 6, 7, 8}; },
-       shape(Shape::rect, Verb::erase), "EraseRect (1, 2, 9, 9)\nEraseSameRect\n"},
-      {"FillPat 0102030405060708\n", [](PortState& s) { s.fillPattern.bits = {1, 2, 3, 4, 5, 6, 7, 8}; },
-       shape(Shape::oval, Verb::fill), "FillOval (1, 2, 9, 9)\nFillSameOval\n"},
-      {"FillPixPat a colour\n",
-       [](PortState& s) {
-         PixelPatternFields red;
-         red.type = PixelPatternFields::kColor;
-         red.color = {0xFFFF, 0, 0};
-         s.fillPattern = *patternOf(red);
-       },
-       shape(Shape::rect, Verb::fill), "FillRect (1, 2, 9, 9)\nFillSameRect\n"},
+      {"OpColor #000100020003\n", hasColor(&TransferColors::operand), paint, paints},
+      {"HiliteColor #000100020003\n", hasColor(&TransferColors::highlight), line, lines},
+      {"RGBFgCol #000100020003\n", hasColor(&TransferColors::foreground), text, texts},
+      {"RGBBkCol #000100020003\n", hasColor(&TransferColors::background), paint, paints},
+      {"PnSize (3, 2)\n", isSet(&PortState::penSize, Point{2, 3}), line, lines},
+      {"", isSet(&PortState::penSize, Point{2, 3}), paint, paints},
+      {"PnMode 10\n", isSet(&PortState::penMode, patXor), line, lines},
+      {"PnPat 0102030405060708\n", isSet(&PortState::penPattern, bits), paint, paints},
+      {"BkPat 0102030405060708\n", isSet(&PortState::backPattern, bits), shape(Shape::rect, Verb::erase),
+       "EraseRect (1, 2, 9, 9)\nEraseSameRect\n"},
+      {"FillPat 0102030405060708\n", isSet(&PortState::fillPattern, bits), shape(Shape::oval, Verb::fill),
+       "FillOval (1, 2, 9, 9)\nFillSameOval\n"},
+      {"FillPixPat a colour\n", isSet(&PortState::fillPattern, *patternOf(red)), shape(Shape::rect, Verb::fill),
+       "FillRect (1, 2, 9, 9)\nFillSameRect\n"},
       {"OvSize (6, 4)\n", [](PortState&) {}, shape(Shape::roundRect, Verb::invert),
        "InvertRRect (1, 2, 9, 9)\nInvertSameRRect\n"},
-      {"HiliteMode\n", [](PortState& s) { s.highlights = true; }, shape(Shape::arc, Verb::invert),
+      {"HiliteMode\n", isSet(&PortState::highlights, true), shape(Shape::arc, Verb::invert),
        "InvertArc (1, 2, 9, 9) 0 360\nInvertSameArc 0 360\n"},
-      {"TxFont 7\n", [](PortState& s) { s.text.font = 7; }, text, texts},
-      {"FontName 6 bytes\nTxFont 7\n",
-       [](PortState& s) {
-         s.text.font = 7;
-         s.text.fontName = "abc";
-       },
-       text, texts},
-      {"TxFace 3\n", [](PortState& s) { s.text.face = 3; }, text, texts},
-      {"TxMode 2\n", [](PortState& s) { s.text.mode = 2; }, text, texts},
-      {"TxSize 9\n", [](PortState& s) { s.text.size = 9; }, text, texts},
-      {"SpExtra 1.5\n", [](PortState& s) { s.text.extra = 0x18000; }, text, texts},
-      {"ChExtra -5\n", [](PortState& s) { s.text.charExtra = -5; }, text, texts},
-      {"PnLocHFrac 7\n", [](PortState& s) { s.text.fraction = 7; }, text, texts},
-      {"GlyphState 4 bytes\n", [](PortState& s) { s.text.hasExactWidths = true; }, text, texts},
-      {"LineJustify 8 bytes\n",
-       [](PortState& s) {
-         s.text.spacing = 0x8000;
-         s.text.slack = -0x20000;
-       },
-       text, texts},
+      {"TxFont 7\n", hasText(&TextState::font, 7), text, texts},
+      {"FontName 6 bytes\nTxFont 7\n", both(hasText(&TextState::font, 7), hasText(&TextState::fontName, "abc")), text,
+       texts},
+      {"TxFace 3\n", hasText(&TextState::face, 3), text, texts},
+      {"TxMode 2\n", hasText(&TextState::mode, 2), text, texts},
+      {"TxSize 9\n", hasText(&TextState::size, 9), text, texts},
+      {"SpExtra 1.5\n", hasText(&TextState::extra, 0x18000), text, texts},
+      {"ChExtra -5\n", hasText(&TextState::charExtra, -5), text, texts},
+      {"PnLocHFrac 7\n", hasText(&TextState::fraction, 7), text, texts},
+      {"GlyphState 4 bytes\n", hasText(&TextState::hasExactWidths, true), text, texts},
+      {"LineJustify 8 bytes\n", both(hasText(&TextState::spacing, 0x8000), hasText(&TextState::slack, -0x20000)), text,
+       texts},
       {"TxRatio (3, 2) (5, 4)\n",
-       [](PortState& s) {
-         s.text.numerator = {2, 3};
-         s.text.denominator = {4, 5};
-       },
-       text, texts},
+       both(hasText(&TextState::numerator, Point{2, 3}), hasText(&TextState::denominator, Point{4, 5})), text, texts},
   };
   const auto again = [](const PictBytes& picture) {
     return recorded([&](Port& port) { play(port, picture, {0, 0, 32, 40}); });

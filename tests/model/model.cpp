@@ -78,8 +78,11 @@ Table tableOf(int id) {
 
 // ---- regions and sets of pixels
 
-Region::Region(const Rect& r) {
-  if (!r.isEmpty()) points = {{r.left, r.top}, {r.right, r.top}, {r.left, r.bottom}, {r.right, r.bottom}};
+void Region::toggle(const Rect& r) {
+  if (r.isEmpty()) return;
+  for (const int h : {r.left, r.right}) {
+    for (const int v : {r.top, r.bottom}) points.push_back({h, v});
+  }
 }
 
 bool Region::holds(int x, int y) const {
@@ -137,30 +140,21 @@ struct Run {
 // The runs of a round rectangle, from its top row on. They may be wider than it is.
 std::vector<Run> roundRuns(const Rect& r, Point corner) {
   const std::int64_t w = std::clamp(corner.h, 0, r.width()), h = std::clamp(corner.v, 0, r.height());
-  std::int64_t left = r.left * kOne + w * kHalf, right = r.right * kOne - w * kHalf + kHalf;
-  const auto ratio = static_cast<std::uint64_t>(w == 0 ? 0x7FFFFFFF : h * kOne / w);
-  std::uint64_t term = ratio * ratio, sum = 0;
-  const std::uint64_t step = 2 * term;
+  const auto ratio = static_cast<std::uint64_t>(w == 0 ? 0x7FFFFFFF : std::min(h * kOne / w, std::int64_t{0x7FFFFFFF}));
+  std::uint64_t steps = 0;  // of half a pixel
+  const auto square = [ratio](std::uint64_t n) { return static_cast<std::int64_t>(n * ratio * n * ratio >> 32); };
+  const auto fits = [ratio](std::uint64_t n) { return n * ratio <= UINT32_MAX; };
   std::int64_t target = 2 * h - 1, odd = 1 - h;
-  const auto wholeSum = [&sum] { return static_cast<std::int64_t>(sum >> 32); };
   std::vector<Run> runs;
   for (int y = r.top; y < r.bottom; ++y) {
     if (y < r.top + h / 2 || y >= r.top + h / 2 + r.height() - h) {
-      for (; wholeSum() < target; term += step) {
-        left -= kHalf;
-        right += kHalf;
-        sum += term;
-      }
-      while (wholeSum() > target) {
-        left += kHalf;
-        right -= kHalf;
-        term -= step;
-        sum -= term;
-      }
+      while (square(steps) < target && fits(steps + 1)) ++steps;
+      while (square(steps) > target) --steps;
       target -= 4 * (odd + 1);
       odd += 2;
     }
-    runs.push_back({whole(left), whole(right)});
+    const std::int64_t out = static_cast<std::int64_t>(steps) * kHalf;
+    runs.push_back({whole(r.left * kOne + w * kHalf - out), whole(r.right * kOne - w * kHalf + kHalf + out)});
   }
   return runs;
 }
@@ -310,8 +304,13 @@ int sourceMode(int mode, int depth) {
 Player::Player(Map& map, const Rect& from, const Rect& to)
     : map_(map), from_(from), to_(to), clip_(map.pixels.size(), true) {}
 
-int Player::x(int h) const { return to_.left + scaled(h - from_.left, from_.width(), to_.width()); }
-int Player::y(int v) const { return to_.top + scaled(v - from_.top, from_.height(), to_.height()); }
+// Coordinates stop at 16 bits.
+int Player::x(int h) const {
+  return std::clamp(to_.left + scaled(h - from_.left, from_.width(), to_.width()), -32768, 32767);
+}
+int Player::y(int v) const {
+  return std::clamp(to_.top + scaled(v - from_.top, from_.height(), to_.height()), -32768, 32767);
+}
 
 Region Player::mapped(const Region& region) const {
   Region result;

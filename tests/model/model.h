@@ -52,7 +52,9 @@ Table tableOf(int id);
 // The points at which a region begins or ends: a pixel is inside if an odd number of them isn't right of it or below.
 struct Region {
   Region() = default;
-  explicit Region(const Rect& r);
+  explicit Region(const Rect& r) { toggle(r); }
+  // What was inside of the rectangle is outside, and the other way.
+  void toggle(const Rect& r);
   bool holds(int x, int y) const;
 
   std::vector<Point> points;

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <map>
@@ -25,9 +26,7 @@ Out& Out::put(const std::vector<std::uint8_t>& more) {
   return *this;
 }
 
-namespace {
-
-__attribute__((format(printf, 1, 2))) std::string format(const char* pattern, ...) {
+std::string format(const char* pattern, ...) {
   char text[200];
   va_list arguments;
   va_start(arguments, pattern);
@@ -35,12 +34,6 @@ __attribute__((format(printf, 1, 2))) std::string format(const char* pattern, ..
   va_end(arguments);
   return text;
 }
-
-std::string text(const Color& c) {
-  return format("#%04X%04X%04X", static_cast<unsigned>(c[0]), static_cast<unsigned>(c[1]), static_cast<unsigned>(c[2]));
-}
-
-}  // namespace
 
 std::string hex(const std::vector<std::uint8_t>& bytes) {
   std::string digits;
@@ -56,9 +49,11 @@ namespace {
 struct Rows {
   explicit Rows(const Region& region) {
     for (const auto& [h, v] : region.points) {
-      box = {std::min(box.left, h), std::min(box.top, v), std::max(box.right, h), std::max(box.bottom, v)};
-      edges[v].insert(h);
+      if (!edges[v].erase(h)) edges[v].insert(h);
     }
+    std::erase_if(edges, [](const auto& row) { return row.second.empty(); });
+    for (const auto& [v, row] : edges)
+      box = {std::min(box.left, *row.begin()), std::min(box.top, v), std::max(box.right, *row.rbegin()), v};
     if (edges.empty()) box = {};
   }
   bool isRect() const { return edges.empty() || (edges.size() == 2 && edges.begin()->second.size() == 2); }
@@ -96,15 +91,6 @@ Out& Out::region(const Region& region) {
 
 // ---- playing and comparing
 
-namespace {
-
-// The pixels in a world's bytes.
-std::uint32_t pixelIn(qd::Bytes row, int depth, int x) {
-  const auto at = [&row](int i) -> std::uint32_t { return row[static_cast<std::size_t>(i)]; };
-  if (depth == 32) return at(4 * x + 1) << 16 | at(4 * x + 2) << 8 | at(4 * x + 3);
-  if (depth == 16) return (at(2 * x) << 8 | at(2 * x + 1)) & 0x7FFF;
-  return at(x * depth / 8) >> (8 - depth - x * depth % 8) & ((1U << depth) - 1);
-}
 void putPixel(std::span<std::uint8_t> row, int depth, int x, std::uint32_t pixel) {
   for (int bit = 0; bit < depth; ++bit) {
     const int at = x * depth + bit;
@@ -114,60 +100,101 @@ void putPixel(std::span<std::uint8_t> row, int depth, int x, std::uint32_t pixel
   }
 }
 
+namespace {
+
+// The pixels in a world's bytes.
+std::uint32_t pixelIn(qd::Bytes row, int depth, int x) {
+  const auto at = [&row](int i) -> std::uint32_t { return row[static_cast<std::size_t>(i)]; };
+  if (depth == 32) return at(4 * x + 1) << 16 | at(4 * x + 2) << 8 | at(4 * x + 3);
+  if (depth == 16) return (at(2 * x) << 8 | at(2 * x + 1)) & 0x7FFF;
+  return at(x * depth / 8) >> (8 - depth - x * depth % 8) & ((1U << depth) - 1);
+}
+
 qd::System& theSystem() {
   static qd::System system("no fonts are needed");
   return system;
 }
 
+std::int16_t word(int at) { return static_cast<std::int16_t>(at); }
+
 }  // namespace
 
-qd::Rect plain(const Rect& r) {
-  const auto word = [](int at) { return static_cast<std::int16_t>(at); };
-  return {word(r.top), word(r.left), word(r.bottom), word(r.right)};
+qd::Point plain(Point p) { return {word(p.v), word(p.h)}; }
+qd::Rect plain(const Rect& r) { return {word(r.top), word(r.left), word(r.bottom), word(r.right)}; }
+
+Map noise(int depth, int table, const Rect& bounds, const std::vector<Color>& colors, Chance chance) {
+  Map map(depth, bounds, table != 0 ? tableOf(table) : Table());
+  for (std::uint32_t& pixel : map.pixels) {
+    pixel = chance.oneIn(3) ? static_cast<std::uint32_t>(chance.any(0, 0xFFFFFF)) & map.ones()
+                            : map.pixelOf(chance.of(colors));
+  }
+  return map;
 }
 
-Drawn::Drawn(int depth, int table, int width, int height, const std::vector<Color>& colors, Chance chance)
-    : world(*qd::GWorld::make(theSystem(), width, height, depth, table)),
-      map(depth, {0, 0, width, height}, table != 0 ? tableOf(table) : Table()) {
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      std::uint32_t& pixel = map.at(x, y);
-      pixel = chance.oneIn(3) ? static_cast<std::uint32_t>(chance.any(0, 0xFFFFFF)) & map.ones()
-                              : map.pixelOf(chance.of(colors));
-      putPixel(world.row(y), depth, x, pixel);
-    }
+namespace {
+
+std::string differenceOf(const Map& is, const Map& model) {
+  const auto at = std::ranges::mismatch(is.pixels, model.pixels).in1 - is.pixels.begin();
+  if (at == std::ssize(is.pixels)) return {};
+  const auto i = static_cast<int>(at);
+  const int x = i % is.bounds.width() + is.bounds.left, y = i / is.bounds.width() + is.bounds.top;
+  return format("pixel (%d, %d) is %X; the model has %X", x, y, is.at(x, y), model.at(x, y));
+}
+
+}  // namespace
+
+Drawn::Drawn(Map pixels, int table)
+    : map(std::move(pixels)),
+      world(*qd::GWorld::make(theSystem(), map.bounds.width(), map.bounds.height(), map.depth, table)) {
+  for (int y = 0; y < map.bounds.bottom; ++y) {
+    for (int x = 0; x < map.bounds.right; ++x) putPixel(world.row(y), map.depth, x, map.at(x, y));
   }
 }
 
 std::string Drawn::difference() const {
+  Map is = map;
   for (int y = 0; y < map.bounds.bottom; ++y) {
-    for (int x = 0; x < map.bounds.right; ++x) {
-      const std::uint32_t is = pixelIn(world.row(y), map.depth, x);
-      if (is != map.at(x, y)) return format("pixel (%d, %d) is %X; the model has %X", x, y, is, map.at(x, y));
-    }
+    for (int x = 0; x < map.bounds.right; ++x) is.at(x, y) = pixelIn(world.row(y), map.depth, x);
   }
-  return {};
+  return differenceOf(is, map);
 }
 
 namespace {
 
 std::string textOf(const Scene& scene) {
-  std::string all = format("picture version %d frame ", scene.version) + text(scene.frame) + "\n";
+  std::string all = format("picture version %d frame ", scene.version) + text(scene.head.value_or(scene.frame)) + "\n";
+  if (scene.head) all += "HeaderOp { version -2 hRes 144 vRes 72 source " + text(scene.frame) + " }\n";
   for (const Step& step : scene.steps) all += step.line + "\n";
   return all + "OpEndPic\n";
 }
 
+}  // namespace
+
+std::vector<std::uint8_t> pictureOf(const Scene& scene) {
+  qd::Assembled made = qd::assemblePicture(textOf(scene));
+  EXPECT_FALSE(made.error) << made.error->line << ": " << made.error->what << "\n" << textOf(scene);
+  return std::move(made.picture);
+}
+
+namespace {
+
 std::string difference(const Scene& scene) {
-  const qd::Assembled made = qd::assemblePicture(textOf(scene));
-  if (made.error) return format("line %d can't be assembled: ", made.error->line) + made.error->what;
-  Drawn drawn(scene.depth, scene.table, scene.width, scene.height, scene.colors, Chance(scene.noise));
-  const qd::Playback playback = scene.isRecorded
-                                    ? drawn.world.play(recorded(made.picture, scene.width, scene.height, scene.target))
-                                    : drawn.world.play(made.picture, plain(scene.target));
-  if (playback.error) return describe(*playback.error);
-  Player player(drawn.map, scene.frame, scene.target);
-  for (const Step& step : scene.steps) step.play(player);
-  return drawn.difference();
+  const std::vector<std::uint8_t> picture = pictureOf(scene);
+  const auto byModel = [&scene](Map& map) {
+    Player player(map, scene.frame, scene.target);
+    for (const Step& step : scene.steps) step.play(player);
+  };
+  const auto inWords = [](const qd::Playback& playback) { return playback.error ? describe(*playback.error) : ""; };
+  if (scene.isRecorded) {
+    Map is = scene.noise(), model = is;
+    const std::string error = inWords(playInto(is, recorded(picture, is.bounds, scene.target)));
+    byModel(model);
+    return error + differenceOf(is, model);
+  }
+  Drawn drawn(scene.noise(), scene.table);
+  const std::string error = inWords(drawn.world.play(picture, plain(scene.target)));
+  byModel(drawn.map);
+  return error + drawn.difference();
 }
 
 // Fails with the fewest of its steps that still differ.
@@ -189,425 +216,10 @@ void expectNoDifference(Scene scene) {
 void expectSame(Scene scene) {
   expectNoDifference(scene);
   scene.isRecorded = true;
+  Chance chance(scene.seed);
+  scene.corner = {chance.any(-9, 9), chance.any(-9, 9)};
   std::erase_if(scene.steps, [](const Step& step) { return !step.isRecorded; });
   expectNoDifference(scene);
-}
-
-// ---- what chance makes
-
-// A coordinate in the world or about it; now and then far away.
-int Chance::near(int high) {
-  if (!oneIn(24)) return any(-8, high + 8);
-  return oneIn(2) ? any(-300, 300) : any(-15000, 15000);
-}
-
-Rect anyRect(Chance& chance) {
-  if (chance.oneIn(3)) return {chance.near(40), chance.near(30), chance.near(40), chance.near(30)};
-  const int left = chance.near(36), top = chance.near(28);
-  return {left, top, left + chance.any(-1, 20), top + chance.any(-1, 14)};
-}
-
-Region anyRegion(Chance& chance) {
-  Region region;
-  std::set<int> open;
-  int v = chance.any(-5, 8);
-  const auto toggle = [&](int h) {
-    region.points.push_back({h, v});
-    if (!open.erase(h)) open.insert(h);
-  };
-  for (int row = chance.any(1, 5); row > 0; --row, v += chance.any(1, 9)) {
-    std::set<int> edges;
-    for (int pair = chance.any(1, 4); pair > 0; --pair) edges.insert(chance.any(-6, 46));
-    if (edges.size() % 2 != 0) edges.erase(edges.begin());
-    for (const int h : edges) toggle(h);
-  }
-  for (const int h : std::set<int>(open)) toggle(h);
-  return region;
-}
-
-Color anyColor(Chance& chance, const Scene& scene) {
-  if (!chance.oneIn(4)) return chance.of(scene.colors);
-  return {chance.any(0, 0xFFFF), chance.any(0, 0xFFFF), chance.any(0, 0xFFFF)};
-}
-
-Map anyMap(Chance& chance, const Scene& scene, int depth, const Rect& bounds) {
-  Map map(depth, bounds);
-  if (depth < 8 ? depth > 1 || chance.oneIn(2) : depth == 8) {
-    for (int i = 1 << depth; i > 0; --i) map.table.push_back(anyColor(chance, scene));
-  }
-  std::uint32_t pixel = 0;
-  for (std::uint32_t& each : map.pixels) {
-    if (!chance.oneIn(3)) {
-      pixel = map.isDirect() && chance.oneIn(2) ? map.pixelOf(anyColor(chance, scene))
-                                                : static_cast<std::uint32_t>(chance.any(0, 0xFFFFFF)) & map.ones();
-    }
-    each = pixel;
-  }
-  return map;
-}
-
-namespace {
-
-// In units of a byte or two; runs and literals by chance, with a count here and there that means nothing.
-std::vector<std::uint8_t> packed(Chance& chance, const std::vector<std::uint8_t>& row, std::size_t unit) {
-  Out out;
-  const std::size_t count = row.size() / unit;
-  const auto isSame = [&](std::size_t a, std::size_t b) {
-    return std::equal(row.begin() + static_cast<std::ptrdiff_t>(a * unit),
-                      row.begin() + static_cast<std::ptrdiff_t>((a + 1) * unit),
-                      row.begin() + static_cast<std::ptrdiff_t>(b * unit));
-  };
-  for (std::size_t at = 0; at < count;) {
-    if (chance.oneIn(9)) out.u8(-128);
-    std::size_t same = 1;
-    while (at + same < count && same < 128 && isSame(at, at + same)) ++same;
-    const bool isRun = same > 1 && !chance.oneIn(6);
-    const std::size_t taken =
-        isRun ? same : std::min(count - at, static_cast<std::size_t>(chance.any(1, chance.oneIn(2) ? 128 : 4)));
-    out.u8(isRun ? 1 - static_cast<int>(same) : static_cast<int>(taken) - 1);
-    for (std::size_t i = at * unit; i < (isRun ? at + 1 : at + taken) * unit; ++i) out.u8(row[i]);
-    at += taken;
-  }
-  return out.bytes;
-}
-
-}  // namespace
-
-Written written(Chance& chance, const Map& map) {
-  const int width = map.bounds.width();
-  const bool isPixMap = map.isDirect() || !map.table.empty();
-  const int rowBytes = (width * map.depth + 15) / 16 * 2 + (chance.oneIn(3) ? 2 * chance.any(1, 4) : 0);
-  const bool isLong = rowBytes >= 8;
-  bool isPacked = isLong && !chance.oneIn(3);
-  int packType = map.isDirect() ? (isPacked ? map.depth == 16 ? 3 : 4 : 1) : 0;
-  if (map.depth == 32 && !isPacked && chance.oneIn(2)) packType = 2;
-  const int components = !map.isDirect() ? 1 : packType == 4 && chance.oneIn(2) ? 4 : 3;
-  const bool isDevices = chance.oneIn(2);
-
-  Out head;
-  head.u16(rowBytes | (isPixMap ? 0x8000 : 0)).rect(map.bounds);
-  if (isPixMap) {
-    head.words({0, packType, 0, 0, 72, 0, 72, 0, map.isDirect() ? 16 : 0, map.depth, components});
-    head.words({map.isDirect() ? map.depth == 16 ? 5 : 8 : map.depth, 0, 0, 0, 0, 0, 0});
-  }
-  if (!map.table.empty()) {
-    std::vector<int> order(map.table.size());
-    for (std::size_t i = 0; i < order.size(); ++i) order[i] = static_cast<int>(i);
-    // Entries that tell their index may come in any order.
-    if (!isDevices) std::ranges::reverse(order);
-    head.words({0, 0, isDevices ? 0x8000 : 0, static_cast<int>(order.size()) - 1});
-    for (const int i : order)
-      head.u16(isDevices ? chance.any(0, 300) : i).color(map.table[static_cast<std::size_t>(i)]);
-  }
-
-  Out rows;
-  for (int y = map.bounds.top; y < map.bounds.bottom; ++y) {
-    Out row;
-    if (map.depth == 32 && packType != 1) {
-      // Planes or triplets. In front of the planes there may be one that means nothing.
-      const bool isPlanes = packType == 4;
-      if (components == 4) {
-        for (int x = 0; x < width; ++x) row.u8(chance.any(0, 255));
-      }
-      for (int i = 0; i < 3 * width; ++i) {
-        const int x = isPlanes ? i % width : i / 3, c = isPlanes ? i / width : i % 3;
-        row.u8(static_cast<int>(map.at(map.bounds.left + x, y) >> (16 - 8 * c)));
-      }
-    } else {
-      row.bytes.resize(static_cast<std::size_t>(rowBytes));
-      // The bits of a direct pixel that make no colour may be anything.
-      const std::uint32_t unused = map.depth == 32 ? 0xFF000000 : map.depth == 16 ? 0x8000 : 0;
-      for (int x = 0; x < width; ++x)
-        putPixel(row.bytes, map.depth, x, map.at(map.bounds.left + x, y) | (chance.oneIn(2) ? unused : 0));
-    }
-    if (!isPacked) {
-      rows.put(row.bytes);
-      continue;
-    }
-    // A wide row counts its packed bytes in a word.
-    const auto bytes = packed(chance, row.bytes, map.depth == 16 ? 2 : 1);
-    const int count = static_cast<int>(bytes.size());
-    if (rowBytes <= 250 && count > 255) return written(chance, map);
-    rowBytes > 250 ? rows.u16(count) : rows.u8(count);
-    rows.put(bytes);
-  }
-  return {head.bytes, rows.bytes, isPacked};
-}
-
-// ---- commands
-
-namespace {
-
-void add(Scene& scene, const std::string& line, std::function<void(Player&)> play) {
-  scene.steps.push_back({line, std::move(play)});
-}
-
-std::string kVerbs[] = {"Frame", "Paint", "Erase", "Invert", "Fill"};
-
-Pattern anyBits(Chance& chance) {
-  Pattern pattern = {kSolid, {}};
-  if (chance.oneIn(3)) return pattern;
-  for (std::uint8_t& row : pattern.bits) row = static_cast<std::uint8_t>(chance.any(0, 255));
-  return pattern;
-}
-
-void addPattern(Chance& chance, Scene& scene) {
-  const auto [name, field] =
-      chance.of(std::array{std::pair("Pn", &Player::penPattern), std::pair("Bk", &Player::backPattern),
-                           std::pair("Fill", &Player::fillPattern)});
-  Pattern pattern = anyBits(chance);
-  std::string line = std::string(name) + "Pat " + hex({pattern.bits.begin(), pattern.bits.end()});
-  if (chance.oneIn(4)) {
-    Out out;
-    const bool isColor = chance.oneIn(3);
-    out.u16(isColor ? 2 : 1).put({pattern.bits.begin(), pattern.bits.end()});
-    if (isColor) {
-      const Color color = anyColor(chance, scene);
-      out.color(color);
-      pattern.tile.emplace(32, Rect{0, 0, 1, 1});
-      pattern.tile->at(0, 0) = pattern.tile->pixelOf(color);
-    } else {
-      constexpr int kSizes[] = {1, 2, 3, 8, 16, 32};
-      constexpr int kDepths[] = {1, 2, 4, 8};
-      const int left = chance.any(-2, 2), top = chance.any(-2, 2);
-      Map tile =
-          anyMap(chance, scene, chance.of(kDepths), {left, top, left + chance.of(kSizes), top + chance.of(kSizes)});
-      Written bytes = written(chance, tile);
-      // Rows of a tile that are long are always packed.
-      while (tile.table.empty() || (!bytes.isPacked && bytes.map[1] >= 8)) {
-        tile = anyMap(chance, scene, tile.depth, tile.bounds);
-        bytes = written(chance, tile);
-      }
-      out.put(bytes.map).put(bytes.rows);
-      pattern.tile = tile;
-    }
-    line = std::string(name) + "PixPat hex " + hex(out.bytes);
-  }
-  add(scene, line, [pattern, field = field](Player& p) { p.*field = pattern; });
-}
-
-void addColor(Chance& chance, Scene& scene) {
-  const auto [name, field] =
-      chance.of(std::array{std::pair("RGBFgCol", &Player::foreground), std::pair("RGBBkCol", &Player::background),
-                           std::pair("OpColor", &Player::operand), std::pair("HiliteColor", &Player::highlight)});
-  const Color color = anyColor(chance, scene);
-  add(scene, name + (" " + text(color)), [color, field = field](Player& p) { p.*field = color; });
-}
-
-constexpr int kPenModes[] = {8,  9,  10, 11, 12, 13, 14, 15, 32, 33, 34,     35, 36, 37, 38, 39,
-                             40, 41, 42, 43, 44, 45, 46, 47, 50, 50, 8 + 64, 0,  3,  24, 49};
-
-int anySourceMode(Chance& chance) {
-  constexpr int kOthers[] = {10, 42, 49, 50, 50, 50, 24, 100, -1};
-  const int mode = chance.oneIn(2) ? chance.any(0, 7) : chance.any(32, 39);
-  return chance.oneIn(8) ? chance.of(kOthers) : chance.oneIn(6) ? mode + 64 : mode;
-}
-
-// A QuickTime image's description and its pixels, uncompressed, and what they are.
-struct EncodedImage {
-  std::vector<std::uint8_t> bytes;
-  Map map;
-};
-
-// Depths above 32 are those of greys.
-EncodedImage anyEncoded(Chance& chance, const Scene& scene, int depth, int width, int height) {
-  const bool isGrey = depth > 32;
-  const int bits = isGrey ? depth - 32 : depth == 24 ? 32 : depth;
-  Map map = anyMap(chance, scene, bits, {0, 0, width, height});
-  if (isGrey) map.table = tableOf(depth);
-  while (bits <= 8 && map.table.empty()) map = anyMap(chance, scene, bits, map.bounds);
-
-  Out pixels;
-  for (int y = 0; y < height; ++y) {
-    std::vector<std::uint8_t> row(static_cast<std::size_t>((width * (depth == 24 ? 24 : bits) + 7) / 8));
-    for (int x = 0; x < width; ++x) putPixel(row, depth == 24 ? 24 : bits, x, map.at(x, y));
-    pixels.put(row);
-  }
-  Out out;
-  out.words({0x7261, 0x7720, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, width, height, 72, 0, 72, 0});  // 'raw '
-  out.u32(static_cast<std::uint32_t>(pixels.bytes.size())).u16(1);
-  for (int i = 0; i < 16; ++i) out.u16(0);
-  const bool hasTable = bits <= 8 && !isGrey;
-  out.words({depth, hasTable ? 0 : -1});
-  if (hasTable) {
-    out.words({0, 0, 0, static_cast<int>(map.table.size()) - 1});
-    for (std::size_t i = 0; i < map.table.size(); ++i) out.u16(static_cast<int>(i)).color(map.table[i]);
-  }
-  Out sized;
-  sized.u32(static_cast<std::uint32_t>(out.bytes.size()) + 4).put(out.bytes).put(pixels.bytes);
-  return {sized.bytes, map};
-}
-
-}  // namespace
-
-void addState(Chance& chance, Scene& scene) {
-  switch (chance.any(0, 8)) {
-    case 0:
-    case 1:
-    case 2:
-      return addColor(chance, scene);
-    case 3:
-      return addPattern(chance, scene);
-    case 4: {
-      const int mode = chance.of(kPenModes);
-      return add(scene, format("PnMode %d", mode), [mode](Player& p) { p.penMode = mode; });
-    }
-    case 5: {
-      const auto one = [&chance] { return chance.oneIn(12) ? chance.any(-1, 20) : chance.any(1, 5); };
-      const Point size = {one(), one()};
-      return add(scene, "PnSize " + text(size), [size](Player& p) { p.penSize = size; });
-    }
-    case 6: {
-      const Point size = {chance.any(-1, 24), chance.any(-1, 16)};
-      return add(scene, "OvSize " + text(size), [size](Player& p) { p.ovalSize = size; });
-    }
-    case 7: {
-      if (!chance.oneIn(3)) return add(scene, "HiliteMode", [](Player& p) { p.highlights = true; });
-      const int dh = chance.any(-4, 4), dv = chance.any(-4, 4);
-      return add(scene, format("Origin %d %d", dh, dv), [=](Player& p) { p.origin(dh, dv); });
-    }
-    default: {
-      const Region region =
-          chance.oneIn(2) ? Region(Rect{chance.any(-3, 10), chance.any(-3, 8), chance.any(20, 45), chance.any(15, 40)})
-                          : anyRegion(chance);
-      const Region open = Region(Rect{-32767, -32767, 32767, 32767});
-      if (chance.oneIn(4)) return add(scene, "Clip " + text(open), [](Player& p) { p.unclip(); });
-      return add(scene, "Clip " + text(region), [region](Player& p) { p.clip(region); });
-    }
-  }
-}
-
-void addShape(Chance& chance, Scene& scene) {
-  const auto verb = static_cast<Verb>(chance.any(0, 4));
-  const std::string verbs = kVerbs[static_cast<std::size_t>(verb)];
-  const bool isSame = chance.oneIn(5);
-  const auto point = [&chance] { return Point{chance.near(40), chance.near(30)}; };
-  switch (chance.any(0, 8)) {
-    case 0:
-    case 1: {
-      const Point from = point(), to = point();
-      const int dh = chance.any(-30, 30), dv = chance.any(-30, 30);
-      switch (chance.any(0, 3)) {
-        case 0:
-          return add(scene, "Line " + text(from) + " " + text(to), [=](Player& p) { p.line(from, to); });
-        case 1:
-          return add(scene, "LineFrom " + text(to), [=](Player& p) { p.lineTo(to); });
-        case 2:
-          return add(scene, format("ShortLineFrom %d %d", dh, dv), [=](Player& p) { p.lineBy(dh, dv); });
-        default:
-          return add(scene, "ShortLine " + text(from) + format(" %d %d", dh, dv), [=](Player& p) {
-            p.line(from, {from.h + dh, from.v + dv});
-          });
-      }
-    }
-    case 2: {
-      if (isSame) return add(scene, verbs + "SamePoly", [=](Player& p) { p.polygon(verb); });
-      std::vector<Point> points;
-      std::string all;
-      for (int i = chance.any(1, 7); i > 0; --i) {
-        points.push_back(point());
-        all += " " + text(points.back());
-      }
-      return add(scene, verbs + "Poly {" + all + " }", [=](Player& p) { p.polygon(verb, points); });
-    }
-    case 3: {
-      if (isSame) return add(scene, verbs + "SameRgn", [=](Player& p) { p.region(verb); });
-      const Region region = anyRegion(chance);
-      return add(scene, verbs + "Rgn " + text(region), [=](Player& p) { p.region(verb, region); });
-    }
-    default: {
-      const auto shape = static_cast<Shape>(chance.any(0, 3));
-      const char* const kNames[] = {"Rect", "RRect", "Oval", "Arc"};
-      const std::string name = kNames[static_cast<std::size_t>(shape)];
-      const int unit = chance.oneIn(2) ? 1 : 45;
-      const int start = chance.any(-400 / unit, 400 / unit) * unit, arc = chance.any(-400 / unit, 400 / unit) * unit;
-      const std::string angles = shape == Shape::arc ? format(" %d %d", start, arc) : "";
-      if (isSame)
-        return add(scene, verbs + "Same" + name + angles, [=](Player& p) { p.shape(shape, verb, start, arc); });
-      const Rect rect = anyRect(chance);
-      return add(scene, verbs + name + " " + text(rect) + angles,
-                 [=](Player& p) { p.shape(shape, verb, rect, start, arc); });
-    }
-  }
-}
-
-void addImage(Chance& chance, Scene& scene) {
-  scene.version = 2;
-  constexpr int kDepths[] = {1, 2, 4, 8, 16, 24, 32, 33, 34, 36, 40};
-  const int width = chance.any(1, 24), height = chance.any(1, 8);
-  const EncodedImage image = anyEncoded(chance, scene, chance.of(kDepths), width, height);
-  const bool hasMatte = chance.oneIn(2), hasMask = chance.oneIn(3), isCut = chance.oneIn(3);
-  constexpr int kMatteDepths[] = {1, 8, 16, 32, 33, 36, 40};
-  const EncodedImage matte =
-      hasMatte ? anyEncoded(chance, scene, chance.of(kMatteDepths), chance.oneIn(2) ? width : chance.any(1, 24), height)
-               : EncodedImage{{}, Map(1, {})};
-  const Region mask = anyRegion(chance);
-  const Rect all = {0, 0, width, height};
-  Rect part;
-  if (isCut) {
-    part.left = chance.any(0, width - 1);
-    part.right = chance.any(part.left + 1, width);
-    part.bottom = chance.any(1, height);
-  }
-  const int left = chance.any(-8, 30), top = chance.any(-4, 24), across = chance.any(1, 3), down = chance.any(1, 3);
-  const auto placed = [=](const Rect& r) {
-    return Rect{left + across * r.left, top + down * r.top, left + across * r.right, top + down * r.bottom};
-  };
-  const int mode = anySourceMode(chance);
-
-  Out region;
-  if (hasMask) region.region(mask);
-  Out out;
-  const auto fixed = [&out](int number) { out.words({number, 0}); };
-  out.u16(0);
-  for (const int cell : {across, 0, 0, 0, down, 0, left, top}) fixed(cell);
-  out.u32(0x40000000).u32(static_cast<std::uint32_t>(matte.bytes.size())).rect(matte.map.bounds).u16(mode).rect(part);
-  out.u32(0).u32(static_cast<std::uint32_t>(region.bytes.size()));
-  out.put(matte.bytes).put(region.bytes).put(image.bytes);
-  Out opcode;
-  opcode.u32(static_cast<std::uint32_t>(out.bytes.size())).put(out.bytes);
-  // What stands in for it in the same place isn't drawn; anything else is.
-  const std::string next = chance.oneIn(2) ? "NOP"
-                                           : "BitsRect { rowBytes bitMap 2 bounds (0, 0, 1, 1) } (0, 0, 1, 1) " +
-                                                 text(placed(all)) + " 0 { 8000 }";
-  std::vector<Region> masks;
-  if (hasMask) masks.push_back(mask);
-  if (isCut) masks.emplace_back(placed(part));
-  add(scene, "CompressedQuickTime hex " + hex(opcode.bytes) + "\n" + next,
-      [=](Player& p) { p.bits(image.map, all, placed(all), mode, masks, hasMatte ? &matte.map : nullptr); });
-  scene.steps.back().isRecorded = !hasMatte;
-}
-
-void addBits(Chance& chance, Scene& scene) {
-  constexpr int kDepths[] = {1, 2, 4, 8, 16, 32};
-  const int left = chance.any(-9, 9), top = chance.any(-9, 9);
-  const int width = chance.oneIn(8) ? chance.any(60, 300) : chance.any(1, 40);
-  const Map map = anyMap(chance, scene, chance.of(kDepths), {left, top, left + width, top + chance.any(1, 6)});
-  const Written bytes = written(chance, map);
-  Rect from = map.bounds;
-  if (chance.oneIn(2)) {
-    from.left += chance.any(-3, 3);
-    from.top += chance.any(-1, 1);
-    from.right = from.left + std::max(1, from.width() + chance.any(-3, 3));
-    from.bottom = from.top + std::max(1, from.height() + chance.any(-1, 1));
-  }
-  Rect to = {chance.any(-8, 30), chance.any(-4, 24), 0, 0};
-  const bool isStretched = chance.oneIn(2);
-  to.right = to.left + (isStretched ? chance.any(1, 50) : from.width());
-  to.bottom = to.top + (isStretched ? chance.any(1, 20) : from.height());
-  const int mode = anySourceMode(chance);
-  const bool isMasked = chance.oneIn(3);
-  const Region mask = chance.oneIn(2) ? anyRegion(chance) : Region(anyRect(chance));
-
-  const std::string name = map.isDirect() ? "DirectBits" : bytes.isPacked ? "PackBits" : "Bits";
-  Out out;
-  if (map.isDirect()) out.u32(0xFF);
-  out.put(bytes.map).rect(from).rect(to).u16(mode);
-  if (isMasked) out.region(mask);
-  out.put(bytes.rows);
-  const std::string line = name + (isMasked ? "Rgn" : "Rect") + " hex " + hex(out.bytes);
-  const std::vector<Region> masks(isMasked ? 1 : 0, mask);
-  add(scene, line, [=](Player& p) { p.bits(map, from, to, mode, masks); });
 }
 
 }  // namespace model

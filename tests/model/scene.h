@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <random>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,10 @@ class Out {
 
   std::vector<std::uint8_t> bytes;
 };
+// A pixel of that depth in a row, the most significant bits first.
+void putPixel(std::span<std::uint8_t> row, int depth, int x, std::uint32_t pixel);
+
+__attribute__((format(printf, 1, 2))) std::string format(const char* pattern, ...);
 std::string hex(const std::vector<std::uint8_t>& bytes);
 
 // A line of the picture, and what it means.
@@ -51,14 +56,17 @@ struct Step {
   bool isRecorded = true;  // there is an opcode for it
 };
 
-// A world and the model's map of it, with the same noise to begin with: many of its pixels have one of the colours.
+// Many of its pixels have one of the colours.
+Map noise(int depth, int table, const Rect& bounds, const std::vector<Color>& colors, Chance chance);
+
+// A world and the model's map of it, with the same pixels to begin with.
 struct Drawn {
-  Drawn(int depth, int table, int width, int height, const std::vector<Color>& colors, Chance chance);
+  explicit Drawn(Map pixels, int table);
   // Where the two differ, in words; empty if they don't.
   std::string difference() const;
 
-  qd::GWorld world;
   Map map;
+  qd::GWorld world;
 };
 
 // A world, and a picture for it.
@@ -67,19 +75,30 @@ struct Scene {
   int width = 40, height = 30;
   int version = 2;
   Rect frame = {0, 0, 40, 30}, target = {0, 0, 40, 30};
+  std::optional<Rect> head;   // the frame where another rectangle is the picture's space
   std::vector<Color> colors;  // that are met often
-  unsigned noise = 0;
+  unsigned seed = 0;          // of its pixels
   std::vector<Step> steps;
   bool isRecorded = false;  // what counts is what is recorded while it is played
+  Point corner;             // of the pixels; a world's is the origin
+
+  Map noise() const {
+    const Rect bounds = {corner.h, corner.v, corner.h + width, corner.v + height};
+    return model::noise(depth, table, bounds, colors, Chance(seed));
+  }
 };
+std::vector<std::uint8_t> pictureOf(const Scene& scene);
 // Fails, and says where, if the engine draws it in another way than the model: the picture, or what is recorded while
 // it is played.
 void expectSame(Scene scene);
 
-// What a port of that size records while a picture is played into a part of it.
-std::vector<std::uint8_t> recorded(const std::vector<std::uint8_t>& picture, int width, int height, const Rect& target);
+// What a port of that place and size records while a picture is played into a part of it.
+std::vector<std::uint8_t> recorded(const std::vector<std::uint8_t>& picture, const Rect& bounds, const Rect& target);
+// The engine plays a picture into all of the map.
+qd::Playback playInto(Map& map, const std::vector<std::uint8_t>& picture);
 
 // What commands can be made of.
+qd::Point plain(Point p);
 qd::Rect plain(const Rect& r);
 std::string text(Point p);
 std::string text(const Rect& r);
@@ -100,5 +119,7 @@ void addState(Chance& chance, Scene& scene);
 void addShape(Chance& chance, Scene& scene);
 void addBits(Chance& chance, Scene& scene);
 void addImage(Chance& chance, Scene& scene);
+// Bits that are copied through a matte.
+void addMatte(Chance& chance, Scene& scene);
 
 }  // namespace model
