@@ -3,5 +3,5 @@
 
 void feed(qd::Bytes input) {
   const bool isPng = !input.empty() && input[0] == 0x89;
-  decode(isPng ? qd::openCheckedPng : qd::openCheckedJpeg, input);
+  decode(isPng ? qd::openCheckedPng : qd::openCheckedJpeg, {input, {}});
 }

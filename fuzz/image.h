@@ -5,10 +5,11 @@
 #include "engine/images/shown.h"
 #include "fuzz/target.h"
 
-inline void decode(qd::OpenImage open, qd::Bytes file, qd::ImageFormat told = {}) {
+template <class Open>
+void decode(const Open& open, const qd::ImageSource& source) {
   for (const bool isWhole : {false, true}) {
     std::string why;
-    const auto image = open({file, told}, why);
+    const auto image = open(source, why);
     if (image == nullptr) return why.empty() ? std::abort() : void();
     const qd::ImageFormat& format = image->format();
     // A viewer shows no more pixels than it has. What takes longer as a whole is none of an image's bytes.

@@ -1,6 +1,7 @@
-// Changes inputs by what they are made of: the opcodes of a picture, the segments of a JPEG, the chunks of a PNG. They
-// are doubled, dropped, moved and taken from another input, and what counts, measures or nests in them gets numbers at
-// which something may give way. Every third change, and all of other inputs, is the fuzzer's own.
+// Changes inputs by what they are made of: the opcodes of a picture, the segments, chunks, blocks or entries of an
+// image, what a picture tells beside one. They are doubled, dropped, moved and taken from another input, and what
+// counts, measures or nests in them gets numbers at which something may give way. Every third change, and all of other
+// inputs, is the fuzzer's own.
 #include <zlib.h>
 
 #include <algorithm>
@@ -22,20 +23,26 @@ struct Format {
   bool (*holds)(Bytes file);
   Units (*split)(Bytes file);
   Unit (*join)(const Units& units);
-  void (*tweak)(Unit& unit, Random& random);
+  void (*tweak)(Units& units, std::size_t at, Random& random);
 };
 
 std::size_t below(std::size_t count, Random& random) { return count > 0 ? random() % count : 0; }
 bool onceIn(std::size_t count, Random& random) { return below(count, random) == 0; }
 
-std::uint32_t numberAt(const Unit& unit, std::size_t at, std::size_t width) {
+enum class Order { high, low };  // which byte of a number is first
+
+std::uint32_t numberAt(const Unit& unit, std::size_t at, std::size_t width, Order order = Order::high) {
   std::uint32_t number = 0;
-  for (std::size_t i = at; i < at + width && i < unit.size(); ++i) number = number << 8 | unit[i];
+  for (std::size_t i = 0; i < width; ++i) {
+    const std::size_t from = at + (order == Order::high ? i : width - 1 - i);
+    number = number << 8 | (from < unit.size() ? unit[from] : 0U);
+  }
   return number;
 }
-void setNumber(Unit& unit, std::size_t at, std::size_t width, std::uint32_t number) {
-  for (std::size_t i = at + width; i-- > at; number >>= 8) {
-    if (i < unit.size()) unit[i] = static_cast<std::uint8_t>(number);
+void setNumber(Unit& unit, std::size_t at, std::size_t width, std::uint32_t number, Order order = Order::high) {
+  for (std::size_t i = 0; i < width; ++i, number >>= 8) {
+    const std::size_t to = at + (order == Order::low ? i : width - 1 - i);
+    if (to < unit.size()) unit[to] = static_cast<std::uint8_t>(number);
   }
 }
 
@@ -57,8 +64,16 @@ std::uint32_t tellingNumber(std::uint32_t old, std::size_t size, Random& random)
   }
 }
 
-void tell(Unit& unit, std::size_t at, std::size_t width, Random& random) {
-  setNumber(unit, at, width, tellingNumber(numberAt(unit, at, width), unit.size(), random));
+void tell(Unit& unit, std::size_t at, std::size_t width, Random& random, Order order = Order::high) {
+  setNumber(unit, at, width, tellingNumber(numberAt(unit, at, width, order), unit.size(), random), order);
+}
+
+struct Place {
+  std::size_t at, width;
+};
+void tellOne(Unit& unit, std::span<const Place> places, Random& random, Order order = Order::high) {
+  const auto& [at, width] = places[below(places.size(), random)];
+  tell(unit, at, width, random, order);
 }
 
 // The fuzzer's own change of what comes after a unit's beginning.
@@ -106,7 +121,8 @@ Units splitJpeg(Bytes file) {
   return units;
 }
 
-void tweakJpeg(Unit& unit, Random& random) {
+void tweakJpeg(Units& units, std::size_t at, Random& random) {
+  Unit& unit = units[at];
   const std::size_t length = std::min<std::size_t>(unit.size(), 2 + numberAt(unit, 2, 2));
   const std::uint32_t marker = numberAt(unit, 1, 1);
   const bool isFrame = marker >= 0xC0 && marker <= 0xC2;
@@ -181,19 +197,192 @@ void stirCompressed(Unit& unit) {
   unit.resize(4 + packed);
 }
 
-void tweakPng(Unit& unit, Random& random) {
+void tweakPng(Units& units, std::size_t at, Random& random) {
+  Unit& unit = units[at];
   const std::string_view name(reinterpret_cast<const char*>(unit.data()), 4);
   if (name == "IHDR" && !onceIn(4, random)) {
-    struct {
-      std::size_t at, width;
-    } constexpr kFields[] = {{4, 4}, {8, 4}, {12, 1}, {13, 1}, {16, 1}};  // width, height, depth, colour, interlacing
-    const auto [at, width] = kFields[below(std::size(kFields), random)];
-    return tell(unit, at, width, random);
+    constexpr Place kFields[] = {
+        {4, 4}, {8, 4}, {12, 1}, {13, 1}, {16, 1}};  // width, height, depth, colour, interlacing
+    return tellOne(unit, kFields, random);
   }
   if (name == "IDAT" && onceIn(2, random)) return stirCompressed(unit);
   stir(unit, onceIn(8, random) ? 0 : 4);
   unit.resize(std::max<std::size_t>(unit.size(), 4));
 }
+
+// ---- GIF
+
+bool holdsGif(Bytes file) { return beginsWith(file, "GIF8"); }
+
+std::size_t gifTableBytes(int flags) { return (flags & 0x80) != 0 ? std::size_t{3} << ((flags & 7) + 1) : 0; }
+
+// The screen with its table; then extensions and images.
+Units splitGif(Bytes file) {
+  constexpr std::size_t kScreen = 13, kImage = 10;
+  constexpr int kImageMark = 0x2C;
+  qd::ByteReader in(file);
+  const auto take = [&in](std::size_t count) { return in.take(std::min(count, in.left())); };
+  const auto passBlocks = [&in] {
+    while (in.left() > 0) {
+      const std::size_t size = in.u8();
+      in.take(std::min(size, in.left()));
+      if (size == 0) return;
+    }
+  };
+  const Bytes screen = take(kScreen);
+  take(screen.size() == kScreen ? gifTableBytes(screen[10]) : 0);
+  Units units = {copyOf(file.first(in.at()))};
+  while (in.left() > 0) {
+    const std::size_t begin = in.at();
+    if (file[begin] == kImageMark) {
+      const Bytes image = take(kImage);
+      take((image.size() == kImage ? gifTableBytes(image[9]) : 0) + 1);
+    } else {
+      take(2);
+    }
+    passBlocks();
+    units.push_back(copyOf(file.subspan(begin, in.at() - begin)));
+  }
+  return units;
+}
+
+void tweakGif(Units& units, std::size_t at, Random& random) {
+  // Sizes, flags and the background; of an image its place, its size, flags and the bits of its codes.
+  constexpr Place kScreen[] = {{6, 2}, {8, 2}, {10, 1}, {11, 1}};
+  constexpr Place kImage[] = {{1, 2}, {3, 2}, {5, 2}, {7, 2}, {9, 1}, {10, 1}};
+  Unit& unit = units[at];
+  if (onceIn(2, random))
+    return at == 0 ? tellOne(unit, kScreen, random, Order::low) : tellOne(unit, kImage, random, Order::low);
+  stir(unit, 1);
+}
+
+// ---- TIFF
+
+bool holdsTiff(Bytes file) {
+  using namespace std::string_view_literals;
+  return beginsWith(file, "II*\0"sv) || beginsWith(file, "MM\0*"sv);
+}
+
+Order orderOf(const Unit& tiff) { return tiff[0] == 'I' ? Order::low : Order::high; }
+constexpr std::size_t kTiffHead = 8, kTiffEntry = 12;
+
+// The file, and the entries of its directory, which go to its end.
+Units splitTiff(Bytes file) {
+  Units units = {copyOf(file)};
+  const Order order = orderOf(units[0]);
+  const std::size_t begin = numberAt(units[0], 4, 4, order);
+  std::size_t at = begin + 2;
+  for (std::size_t left = begin < file.size() ? numberAt(units[0], begin, 2, order) : 0;
+       left > 0 && at + kTiffEntry <= file.size(); --left, at += kTiffEntry)
+    units.push_back(copyOf(file.subspan(at, kTiffEntry)));
+  if (begin >= kTiffHead && at == file.size()) units[0].resize(begin);
+  return units;
+}
+
+Unit joinTiff(const Units& units) {
+  Unit file = units[0];
+  const Order order = orderOf(file);
+  setNumber(file, 4, 4, static_cast<std::uint32_t>(file.size()), order);
+  file.resize(file.size() + 2);
+  setNumber(file, file.size() - 2, 2, static_cast<std::uint32_t>(units.size() - 1), order);
+  for (std::size_t i = 1; i < units.size(); ++i) file.insert(file.end(), units[i].begin(), units[i].end());
+  return file;
+}
+
+void tweakTiff(Units& units, std::size_t at, Random& random) {
+  constexpr Place kFields[] = {{0, 2}, {2, 2}, {4, 4}, {8, 4}, {8, 2}};  // tag, type, count, value
+  Unit& unit = units[at];
+  if (at == 0) return stir(unit, kTiffHead);
+  tellOne(unit, kFields, random, orderOf(units[0]));
+}
+
+// ---- Cinepak
+
+constexpr std::size_t kStripHead = 12, kChunkHead = 4;
+constexpr int kKeyStrip = 0x10, kOtherStrip = 0x11;
+
+bool isStrip(const Unit& unit) { return unit.size() == kStripHead && (unit[0] == kKeyStrip || unit[0] == kOtherStrip); }
+
+// The frame's head, then the heads of strips with their chunks after them.
+Units splitCinepak(Bytes file) {
+  constexpr std::size_t kFrameHead = 10;
+  qd::ByteReader in(file);
+  const auto put = [&in](Units& units, std::size_t size) {
+    units.push_back(copyOf(in.take(std::min(size, in.left()))));
+  };
+  Units units;
+  put(units, kFrameHead);
+  while (in.left() > kChunkHead) {
+    qd::ByteReader peek = in;
+    const int id = peek.u16() >> 8;
+    const std::size_t size = peek.u16();
+    put(units, id == kKeyStrip || id == kOtherStrip ? kStripHead : std::max(size, kChunkHead));
+  }
+  return units;
+}
+
+Unit joinCinepak(const Units& units) {
+  Units told = units;
+  std::size_t size = 0;  // of the chunks that come after one
+  std::uint32_t strips = 0;
+  for (std::size_t i = told.size(); i-- > 1;) {
+    size += told[i].size();
+    setNumber(told[i], 2, 2, static_cast<std::uint32_t>(isStrip(told[i]) ? size : told[i].size()));
+    if (!isStrip(told[i])) continue;
+    size = 0;
+    ++strips;
+  }
+  setNumber(told[0], 8, 2, strips);
+  return joined(told);
+}
+
+void tweakCinepak(Units& units, std::size_t at, Random& random) {
+  constexpr Place kSides[] = {{4, 2}, {8, 2}, {10, 2}};  // of a strip: its top, bottom and right
+  Unit& unit = units[at];
+  if (isStrip(unit)) return tellOne(unit, kSides, random);
+  if (at == 0 || unit.empty()) return tell(unit, 0, 1, random);
+  if (onceIn(3, random)) {
+    unit[0] ^= static_cast<std::uint8_t>(1 << below(5, random));  // another kind of chunk
+  } else {
+    stir(unit, kChunkHead);
+  }
+}
+
+// ---- what a picture tells of an image
+
+// Bytes in front of a matte, a mask and the image's description, with the sizes of both.
+constexpr std::size_t kFront = 68, kMatteSizeAt = 38, kMaskSizeAt = 64;
+constexpr std::size_t kLeastDescription = 86;
+
+// Where the image's description begins; the size if there is none.
+std::size_t descriptionIn(const Unit& operands) {
+  if (operands.size() < kFront) return operands.size();
+  const std::uint64_t at =
+      kFront + std::uint64_t{numberAt(operands, kMatteSizeAt, 4)} + numberAt(operands, kMaskSizeAt, 4);
+  return static_cast<std::size_t>(std::min<std::uint64_t>(at, operands.size()));
+}
+std::size_t dataIn(const Unit& operands) {
+  const std::size_t at = descriptionIn(operands);
+  const std::size_t size = numberAt(operands, at, 4);
+  return size < kLeastDescription || size > operands.size() - at ? operands.size() : at + size;
+}
+
+bool holdsOperands(Bytes file) { return file.size() >= kFront && file[0] == 0 && dataIn(copyOf(file)) < file.size(); }
+
+// What is told, and the data.
+Units splitOperands(Bytes file) {
+  const std::size_t at = dataIn(copyOf(file));
+  return {copyOf(file.first(at)), copyOf(file.subspan(at))};
+}
+
+Unit joinOperands(const Units& units) {
+  constexpr std::size_t kDataSizeAt = 44;
+  Unit file = joined(units);
+  setNumber(file, descriptionIn(units[0]) + kDataSizeAt, 4, static_cast<std::uint32_t>(file.size() - units[0].size()));
+  return file;
+}
+
+void tweakOperands(Units& units, std::size_t at, Random& random);
 
 // ---- PICT
 
@@ -217,7 +406,8 @@ Units splitPict(Bytes file) {
 
 bool tweakImage(Unit& unit, Random& random);
 
-void tweakPict(Unit& unit, Random& random) {
+void tweakPict(Units& units, std::size_t which, Random& random) {
+  Unit& unit = units[which];
   const bool isWide = unit.size() % 2 == 0;
   const std::size_t begin = isWide ? 2 : 1;
   if (numberAt(unit, 0, 2) == 0x8200 && !onceIn(4, random) && tweakImage(unit, random)) return;
@@ -244,11 +434,16 @@ void tweakPict(Unit& unit, Random& random) {
 
 // ---- all
 
+constexpr Format kOperands = {holdsOperands, splitOperands, joinOperands, tweakOperands};
 constexpr Format kFormats[] = {
     {holdsJpeg, splitJpeg, joined, tweakJpeg},
     {holdsPng, splitPng, joinPng, tweakPng},
+    {holdsGif, splitGif, joined, tweakGif},
+    {holdsTiff, splitTiff, joinTiff, tweakTiff},
+    kOperands,
     {holdsPict, splitPict, joined, tweakPict},
 };
+constexpr Format kCinepak = {nullptr, splitCinepak, joinCinepak, tweakCinepak};
 
 const Format* formatOf(Bytes file) {
   const auto* const format = std::ranges::find_if(kFormats, [file](const Format& each) { return each.holds(file); });
@@ -257,7 +452,7 @@ const Format* formatOf(Bytes file) {
 
 void change(const Format& format, Units& units, Random& random) {
   const std::size_t count = units.size() - 1;
-  if (count == 0) return format.tweak(units[0], random);
+  if (count == 0) return format.tweak(units, 0, random);
   const auto at = units.begin() + 1 + static_cast<std::ptrdiff_t>(below(count, random));
   switch (below(8, random)) {
     case 0: {
@@ -273,9 +468,9 @@ void change(const Format& format, Units& units, Random& random) {
       std::swap(*at, units[1 + below(count, random)]);
       return;
     case 3:
-      return format.tweak(units[onceIn(2, random) ? 0 : 1], random);
+      return format.tweak(units, below(2, random), random);
     default:
-      return format.tweak(*at, random);
+      return format.tweak(units, static_cast<std::size_t>(at - units.begin()), random);
   }
 }
 
@@ -286,24 +481,32 @@ Unit mutated(const Format& format, Bytes file, Random& random) {
   return format.join(units);
 }
 
-// Changes the image that a QuickTime opcode holds, and the sizes around it.
-bool tweakImage(Unit& unit, Random& random) {
-  constexpr std::size_t kSizeBefore = 42;  // bytes between the size in its description and the image
-  for (const std::string_view head : {kJpegHead, kPngHead}) {
-    const Bytes bytes = qd::bytesOf(head);
-    const auto at = std::search(unit.begin(), unit.end(), bytes.begin(), bytes.end());
-    const auto begin = static_cast<std::size_t>(at - unit.begin());
-    if (at == unit.end() || begin < kSizeBefore) continue;
-    Unit image(at, unit.end());
-    image = mutated(*formatOf(image), image, random);
-    unit.erase(at, unit.end());
-    unit.insert(unit.end(), image.begin(), image.end());
-    setNumber(unit, begin - kSizeBefore, 4, static_cast<std::uint32_t>(image.size()));
-    setNumber(unit, 2, 4, static_cast<std::uint32_t>(unit.size() - 6));
-    if (unit.size() % 2 != 0) unit.push_back(0);
-    return true;
+void tweakOperands(Units& units, std::size_t at, Random& random) {
+  Unit& unit = units[at];
+  const std::size_t begin = descriptionIn(units[0]);
+  if (at == 0) {
+    const Place kTold[] = {{begin + 32, 2}, {begin + 34, 2}, {begin + 82, 2}, {begin + 84, 2}};  // size, depth, table
+    if (!onceIn(4, random)) return tellOne(unit, kTold, random);
+    const std::size_t room = onceIn(2, random) ? kFront : unit.size();
+    return tell(unit, below(room, random) & ~std::size_t{1}, onceIn(2, random) ? 4 : 2, random);
   }
-  return false;
+  const bool isCinepak = numberAt(units[0], begin + 4, 4) == 0x63766964;
+  const Format* const format = isCinepak ? &kCinepak : formatOf(unit);
+  if (format == nullptr || unit.empty()) return stir(unit, 0);
+  unit = mutated(*format, unit, random);
+}
+
+// Changes the image that a QuickTime opcode holds.
+bool tweakImage(Unit& unit, Random& random) {
+  constexpr std::size_t kHead = 6;  // the opcode and the size
+  const Bytes operands = Bytes(unit).subspan(std::min(kHead, unit.size()));
+  if (!holdsOperands(operands)) return false;
+  const Unit image = mutated(kOperands, operands, random);
+  unit.resize(kHead);
+  unit.insert(unit.end(), image.begin(), image.end());
+  setNumber(unit, 2, 4, static_cast<std::uint32_t>(image.size()));
+  if (unit.size() % 2 != 0) unit.push_back(0);
+  return true;
 }
 
 std::size_t put(const Unit& made, std::uint8_t* data, std::size_t most) {

@@ -1,6 +1,6 @@
-// Writes what the fuzzers begin with into a folder, a folder for each kind: small pictures, their texts, images, fonts,
-// host code, bundles and containers. All of it is made here; the fonts are a few characters of those that are
-// installed.
+// Writes what the fuzzers begin with into a folder, a folder for each kind: small pictures, their texts, images as
+// files and as pictures have them, fonts, host code, bundles and containers. All of it is made here, or for the tests;
+// the fonts are a few characters of those that are installed.
 #include <cstdio>
 // It wants stdio's types before it.
 #include <jpeglib.h>
@@ -15,6 +15,7 @@
 #include "engine/pict/bits.h"
 #include "engine/pict/opcodes.h"
 #include "tests/containers/files.h"
+#include "tests/engine/coded_images.h"
 #include "tests/mach_o_file.h"
 
 using namespace qd;
@@ -320,7 +321,7 @@ void putMatrix(ByteWriter& out) {
 }
 
 // An image as a picture has it; with a matte, which is another image, and a mask.
-std::string quickTime(const std::string& codec, int depth, Bytes data, bool hasMatte, bool hasMask) {
+File operandsOf(const std::string& codec, int depth, Bytes data, bool hasMatte, bool hasMask) {
   const File matte = jpeg({"", 1, 1, 1});
   ByteWriter mask;
   if (hasMask) field::region::write(mask, intersect(Region(Box(2, 2, 20, 20)), Region(Box(5, 0, 30, 15))));
@@ -340,7 +341,29 @@ std::string quickTime(const std::string& codec, int depth, Bytes data, bool hasM
   out.put(mask.bytes());
   out.put(description(codec, depth, data.size()).bytes());
   out.put(data);
-  return lineOf(op::CompressedQuickTime{out.bytes()});
+  return out.take();
+}
+std::string lineOfImage(Bytes operands) { return lineOf(op::CompressedQuickTime{operands}); }
+
+// An image whose data tell less than the picture does.
+void writeTold(const std::string& name, const File& operands) {
+  write("quicktime/" + name, operands);
+  writePicture(name, lineOfImage(operands));
+}
+
+void writeCoded() {
+  constexpr std::string_view kFiles[] = {"gif ", "tiff", "WRLE", ".BMP", "tga "};
+  for (const coded::Family& family : coded::kFamilies) {
+    for (const coded::Image& image : family.make()) {
+      const File operands = coded::operandsOf(image, image.data);
+      if (std::ranges::find(kFiles, image.codec) == std::end(kFiles)) {
+        writeTold(image.name, operands);
+      } else {
+        write("image/" + image.name, image.data);
+        writePicture(image.name, lineOfImage(operands));
+      }
+    }
+  }
 }
 
 void writeImages() {
@@ -356,7 +379,7 @@ void writeImages() {
   for (const JpegForm& form : kJpegs) {
     const File file = jpeg(form);
     write(std::string("image/") + form.name, file);
-    writePicture(form.name, quickTime("jpeg", 24, file, false, form.components == 1));
+    writePicture(form.name, lineOfImage(operandsOf("jpeg", 24, file, false, form.components == 1)));
   }
   constexpr PngForm kPngs[] = {{"png-grey-1", 0, 1},
                                {"png-grey-4", 0, 4},
@@ -373,13 +396,14 @@ void writeImages() {
   for (const PngForm& form : kPngs) {
     const File file = png(form);
     write(std::string("image/") + form.name, file);
-    writePicture(form.name, quickTime("png ", 32, file, form.depth == 8, false));
+    writePicture(form.name, lineOfImage(operandsOf("png ", 32, file, form.depth == 8, false)));
   }
   for (const int depth : {1, 2, 4, 8, 16, 24, 32, 33, 34, 36, 40}) {
     const int bitsInPixel = depth > 32 ? depth - 32 : depth;
     const File rows = rowOf(static_cast<std::size_t>((kWidth * bitsInPixel + 7) / 8 * kHeight), depth);
-    writePicture(format("raw-%d", depth), quickTime("raw ", depth, rows, depth == 24, depth == 8));
+    writeTold(format("raw-%d", depth), operandsOf("raw ", depth, rows, depth == 24, depth == 8));
   }
+  writeCoded();
   const std::string inner = bits<op::PackBitsRect>({8, 0, 1, 36}, true, 0);
   ByteWriter uncompressed;
   uncompressed.u16(0);
@@ -388,7 +412,7 @@ void writeImages() {
   uncompressed.rect({});
   const std::string hex = inner.substr(inner.find("hex ") + 4);
   writePicture("uncompressed", "UncompressedQuickTime " + hexOf(uncompressed.bytes()) + "0098" + hex);
-  writePicture("stand-in", quickTime("jpeg", 24, jpeg(kJpegs[1]), false, false) +
+  writePicture("stand-in", lineOfImage(operandsOf("jpeg", 24, jpeg(kJpegs[1]), false, false)) +
                                "PnSize (99, 10)\nPaintRect (1, 1, 9, 9)\nPaintOval (1, 1, 9, 9)");
 }
 
@@ -576,7 +600,7 @@ void writeContainers() {
 
 int main(int, char** arguments) {
   folder = arguments[1];
-  for (const char* kind : {"pict", "text", "image", "font", "code", "bundle", "container"}) {
+  for (const char* kind : {"pict", "text", "image", "quicktime", "font", "code", "bundle", "container"}) {
     fs::create_directories(folder / kind);
   }
   writeDrawings();

@@ -99,7 +99,7 @@ TEST(Format, EveryRowIsListedAndAssembledAndPlayed) {
     for (int change = i % 9; change >= 0; --change)
       picture[random() % picture.size()] = static_cast<std::uint8_t>(random());
     if (i % 4 == 0) picture.resize(random() % picture.size());
-    if (i % 3 == 0) picture.insert(picture.begin(), kFileHeader, static_cast<std::uint8_t>(i % 2));
+    picture.insert(picture.begin(), static_cast<std::size_t>(i % 3) * kFileHeader, static_cast<std::uint8_t>(i % 2));
     const std::string text = listedFully(picture);
     const Assembled again = assemblePicture(text);
     ASSERT_FALSE(again.error) << again.error->line << ": " << again.error->what << "\n" << text;

@@ -76,13 +76,12 @@ class Assembler {
   }
 
   void fileHeader() {
-    if (!header_.empty() || hasHead_ || out_.size() > 0) return in_.fail("comes late; as the first line it would work");
+    if (hasHead_ || out_.size() > 0) return in_.fail("comes late; as the first line it would work");
     in_.takeWord();
-    header_.assign(kFileHeader, 0);
-    if (!in_.take("hex")) return;
+    if (!in_.take("hex")) return header_.resize(header_.size() + kFileHeader);
     const Bytes bytes = in_.bytes();
     if (bytes.size() != kFileHeader) in_.failBefore(format("a file's header has %zu bytes", kFileHeader));
-    header_.assign(bytes.begin(), bytes.end());
+    header_.insert(header_.end(), bytes.begin(), bytes.end());
   }
 
   void head() {
@@ -111,8 +110,8 @@ class Assembler {
   }
 
   TextReader in_;
-  std::vector<std::uint8_t> header_;
-  ByteWriter out_;  // the picture
+  std::vector<std::uint8_t> header_;  // or two of them
+  ByteWriter out_;                    // the picture
   HeadLine head_;
   bool hasHead_ = false;
 };

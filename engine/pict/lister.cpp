@@ -224,8 +224,10 @@ bool listPicture(Bytes picture, const std::function<void(const std::string&)>& l
 
 ListingEnd listFully(Bytes file, const std::function<void(const std::string&)>& text) {
   const Bytes picture = pictureInFile(file).value_or(file);
-  const Bytes front = file.first(file.size() - picture.size());
-  if (!front.empty()) text(isZero(front) ? std::string("header") : bytesLine("header hex", front));
+  for (std::size_t at = 0; at < file.size() - picture.size(); at += kFileHeader) {
+    const Bytes header = file.subspan(at, kFileHeader);
+    text(isZero(header) ? std::string("header") : bytesLine("header hex", header));
+  }
   PictureReader reader(picture);
   std::size_t done = 0;  // bytes that are listed
   const auto rest = [&](std::size_t end) {

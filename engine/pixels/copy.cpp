@@ -171,7 +171,7 @@ void copyBits(const PixelMap& source, const PixelMap& destination, const Box& fr
   changeRuns(destination, area, clip, [&](int y, int left, std::span<std::uint32_t> there) {
     pixels.resize(there.size());
     rows.read(y, left, pixels);
-    for (std::size_t i = 0; i < there.size(); ++i) there[i] = transfer.apply(pixels[i], there[i]);
+    transfer.apply(pixels, there);
   });
 }
 
@@ -205,16 +205,19 @@ void copyMask(const PixelMap& source, const PixelMap& mask, const PixelMap& dest
   const Rows maskRows(mask, same, maskStretches, area);
   std::vector<std::uint32_t> pixels;
   std::vector<std::uint32_t> weights;
+  std::vector<std::uint32_t> changed;
   changeRuns(destination, area, clip, [&](int y, int left, std::span<std::uint32_t> there) {
     pixels.resize(there.size());
     weights.resize(there.size());
     rows.read(y, left, pixels);
     maskRows.read(y, left, weights);
+    changed.assign(there.begin(), there.end());
+    transfer.apply(pixels, changed);
     for (std::size_t i = 0; i < there.size(); ++i) {
       const RGBColor black = {0, 0, 0};
       const RGBColor white = {0xFFFF, 0xFFFF, 0xFFFF};
       const RGBColor weight = !isBits ? mask.colorOf(weights[i]) : weights[i] != 0 ? black : white;
-      there[i] = mixed(destination, transfer.apply(pixels[i], there[i]), there[i], weight);
+      there[i] = mixed(destination, changed[i], there[i], weight);
     }
   });
 }

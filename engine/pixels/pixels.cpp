@@ -118,15 +118,30 @@ std::optional<OwnedPixels> OwnedPixels::make(const Box& bounds, int depth, Color
   return pixels;
 }
 
+namespace {
+
+// Loops with values of their own, counted by int as places in a row are: the compiler looks nothing up again after a
+// byte is stored, and does several pixels at once.
+template <class Packing>
+void pack(std::uint8_t* row, int first, const std::uint32_t* pixels, int count) {
+  for (int i = 0; i < count; ++i) Packing::put(row, first + i, pixels[i]);
+}
+template <class Packing>
+void unpack(const std::uint8_t* row, int first, std::uint32_t* pixels, int count) {
+  for (int i = 0; i < count; ++i) pixels[i] = Packing::get(row, first + i);
+}
+
+}  // namespace
+
 void packPixels(int depth, std::uint8_t* row, int first, std::span<const std::uint32_t> pixels) {
-  withPacking(depth, [=]<class Packing>(Packing) {
-    for (std::size_t i = 0; i < pixels.size(); ++i) Packing::put(row, first + static_cast<int>(i), pixels[i]);
+  withPacking(depth, [&]<class Packing>(Packing) {
+    pack<Packing>(row, first, pixels.data(), static_cast<int>(pixels.size()));
   });
 }
 
 void unpackPixels(int depth, const std::uint8_t* row, int first, std::span<std::uint32_t> pixels) {
-  withPacking(depth, [=]<class Packing>(Packing) {
-    for (std::size_t i = 0; i < pixels.size(); ++i) pixels[i] = Packing::get(row, first + static_cast<int>(i));
+  withPacking(depth, [&]<class Packing>(Packing) {
+    unpack<Packing>(row, first, pixels.data(), static_cast<int>(pixels.size()));
   });
 }
 

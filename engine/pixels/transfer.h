@@ -56,13 +56,14 @@ class Transfer {
     std::uint32_t keep, flip;
   };
   Masks masks(std::uint32_t ink) const;
-  // Any transfer of a source pixel in the map's own format.
-  std::uint32_t apply(std::uint32_t source, std::uint32_t there) const;
+  // Any transfer of source pixels in the map's own format onto as many that are there.
+  void apply(std::span<const std::uint32_t> source, std::span<std::uint32_t> there) const;
   // Copying black on white: the source goes over as it is.
   bool isPlainCopy() const { return mode_ == srcCopy && ink(foreground_) == ones_ && ink(background_) == 0; }
 
  private:
-  std::uint32_t arithmetic(std::uint32_t source, std::uint32_t there) const;
+  template <int Mode>
+  void arithmetic(std::span<const std::uint32_t> source, std::span<std::uint32_t> there) const;
 
   const PixelMap& map_;
   int mode_;

@@ -163,45 +163,48 @@ void Painter::fillWords(std::uint8_t* row, const Tile& tile, const Words& words)
 void Painter::fillByPixel(int y, int left, int right) {
   const auto count = static_cast<std::size_t>(right - left);
   work_.pixels += count;
-  source_.resize(count);
-  if (pattern_.pixels != nullptr) {
-    expandTile(y, left, count);
-  } else {
-    const std::uint8_t bits = pattern_.bits[static_cast<std::size_t>(y & 7)];
-    for (std::size_t i = 0; i < count; ++i) {
-      const bool isSet = (bits >> (7 - ((left + static_cast<int>(i)) & 7)) & 1) != 0;
-      source_[i] = transfer_.patternPixel(isSet);
-    }
-  }
+  expandPattern(y, left, count);
   if (transfer_.isPlainCopy()) return map_.put(y, left, source_);
   there_.resize(count);
   map_.get(y, left, there_);
-  for (std::size_t i = 0; i < count; ++i) there_[i] = transfer_.apply(source_[i], there_[i]);
+  transfer_.apply(source_, there_);
   map_.put(y, left, there_);
 }
 
-// The tile's pixels for a run, as the map's. They stay for a next run that takes the same.
-void Painter::expandTile(int y, int left, std::size_t count) {
-  const PixelMap& tile = pattern_.pixels->tile.map;
+// The pattern's pixels for a run, as the map's. They stay for a next run that takes the same.
+void Painter::expandPattern(int y, int left, std::size_t count) {
+  constexpr int kBits = 8;
+  const PixelMap* const tile = pattern_.pixels != nullptr ? &pattern_.pixels->tile.map : nullptr;
+  const int width = tile != nullptr ? tile->bounds.width() : kBits;
+  const int height = tile != nullptr ? tile->bounds.height() : isUniform_ ? 1 : kBits;
   const auto wrap = [](int value, int size) { return (value % size + size) % size; };
-  const std::array<int, 3> run = {wrap(y, tile.bounds.height()), wrap(left, tile.bounds.width()),
-                                  static_cast<int>(count)};
+  const std::array<int, 3> run = {wrap(y, height), wrap(left, width), static_cast<int>(count)};
   if (run == expanded_) return;
   expanded_ = run;
-  const int row = run[0], first = run[1];
-  // Once around the tile at most, in two parts; what follows is the same again.
-  const auto width = static_cast<std::size_t>(tile.bounds.width());
-  const std::span<std::uint32_t> once(source_.data(), std::min(count, width));
-  work_.pixels += once.size();
-  const std::size_t before = std::min(once.size(), width - static_cast<std::size_t>(first));
-  tile.get(row, first, once.first(before));
-  tile.get(row, 0, once.subspan(before));
+  source_.resize(count);
+  // Once around the pattern at most; what follows is the same again.
+  const std::span<std::uint32_t> once(source_.data(), std::min(count, static_cast<std::size_t>(width)));
+  if (tile != nullptr) {
+    readTile(*tile, run[0], run[1], once);
+  } else {
+    const unsigned bits = pattern_.bits[static_cast<std::size_t>(run[0])];
+    for (std::size_t i = 0; i < once.size(); ++i)
+      once[i] = transfer_.patternPixel((bits << ((static_cast<std::size_t>(run[1]) + i) % kBits) & 0x80) != 0);
+  }
+  for (std::size_t i = once.size(); i < count; ++i) source_[i] = source_[i - once.size()];
+}
+
+// In two parts, to the right edge of the tile and from the left one.
+void Painter::readTile(const PixelMap& tile, int row, int first, std::span<std::uint32_t> pixels) {
+  work_.pixels += pixels.size();
+  const std::size_t before = std::min(pixels.size(), static_cast<std::size_t>(tile.bounds.width() - first));
+  tile.get(row, first, pixels.first(before));
+  tile.get(row, 0, pixels.subspan(before));
   if (!tile.isDirect() && tilePixels_.empty()) {
     for (std::uint32_t index = 0; index < 1U << tile.depth; ++index)
       tilePixels_.push_back(map_.pixelOf(tile.colorOf(index)));
   }
-  for (std::uint32_t& pixel : once) pixel = tile.isDirect() ? map_.pixelOf(tile.colorOf(pixel)) : tilePixels_[pixel];
-  for (std::size_t i = once.size(); i < count; ++i) source_[i] = source_[i - width];
+  for (std::uint32_t& pixel : pixels) pixel = tile.isDirect() ? map_.pixelOf(tile.colorOf(pixel)) : tilePixels_[pixel];
 }
 
 std::optional<OwnedPixels> whitePixels(const Box& bounds, int depth, ColorTablePtr colors) {

@@ -61,7 +61,8 @@ class Painter : public RunSink {
   const Tile& tileOf(int y);
   void makeTile(Tile& tile, std::uint8_t bits) const;
   void fillByPixel(int y, int left, int right);
-  void expandTile(int y, int left, std::size_t count);
+  void expandPattern(int y, int left, std::size_t count);
+  void readTile(const PixelMap& tile, int row, int first, std::span<std::uint32_t> pixels);
 
   Work work_;
   const PixelMap& map_;
@@ -74,7 +75,7 @@ class Painter : public RunSink {
   std::array<Tile, 8> tiles_;
   std::vector<std::uint32_t> source_, there_;
   std::vector<std::uint32_t> tilePixels_;  // what the indices of a tile with colours become
-  std::array<int, 3> expanded_ = {};       // the tile's row, its first column and the pixels that source_ holds of it
+  std::array<int, 3> expanded_ = {};  // the pattern's row, its first column and the pixels that source_ holds of it
 };
 
 // New pixels, all of them white; nothing where OwnedPixels::make has nothing.
