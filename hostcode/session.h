@@ -6,8 +6,8 @@
 #include "hostcode/options.h"
 #include "platform/language/evaluator.h"
 #include "platform/runtime/host.h"
-#include "tools/playing.h"
 #include "tools/image.h"
+#include "tools/playing.h"
 
 // A file or folder of those that come with the program.
 std::filesystem::path installed(const char* name);

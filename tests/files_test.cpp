@@ -225,7 +225,7 @@ TEST_F(Files, FoldersAreWalkedByWhatIsInThem) {
   fs::copy(folder / "a.pict", folder / "in/out/old.pict");
   fs::create_directory_symlink("..", folder / "in/deep/round");
   write("in/deep/notes.txt", "no picture");
-  write("in/broken.pict", read("a.pict").substr(0, read("a.pict").size() - 2) + std::string("\0\x30", 3));
+  write("in/broken.pict", read("a.pict").substr(0, read("a.pict").size() - 2) + std::string("\0\x30\0", 3));
   ASSERT_EQ(execute("truncate -s 5G " + path("in/deep/large")).status, 0);
   const Outcome walked = in(MACPICT " render -j 3 %/in %/in/out");
   EXPECT_EQ(walked.status, 1);

@@ -196,7 +196,8 @@ TEST_F(Macpict, ExtractsPicturesAndTheirImages) {
   write("out/icon#128.pict", "mine");
   const Outcome again = run("extract " + carried);
   EXPECT_EQ(again.status, 1);
-  EXPECT_NE(again.text.find("icon#128.pict\" is there already; another name would work, or --force to replace it.\n"), std::string::npos)
+  EXPECT_NE(again.text.find("icon#128.pict\" is there already; another name would work, or --force to replace it.\n"),
+            std::string::npos)
       << again.text;
   EXPECT_EQ(read("out/icon#128.pict"), "mine");
   EXPECT_EQ(run("extract --force " + carried).status, 0);

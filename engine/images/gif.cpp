@@ -78,9 +78,8 @@ bool decode(const Frame& frame, int background, WholeImage& image) {
     for (std::uint32_t& color : colors) color |= 0xFF000000;
     colors[static_cast<std::size_t>(frame.transparent)] &= onesOf(32);
   }
-  const std::vector<std::uint32_t> empty(
-      static_cast<std::size_t>(image.format().width),
-      image.format().hasAlpha ? 0 : colors[static_cast<std::size_t>(background)]);
+  const std::vector<std::uint32_t> empty(static_cast<std::size_t>(image.format().width),
+                                         image.format().hasAlpha ? 0 : colors[static_cast<std::size_t>(background)]);
   for (int y = 0; y < image.format().height; ++y) image.put(y, 0, empty);
 
   const auto width = static_cast<std::size_t>(frame.width);

@@ -12,8 +12,8 @@ namespace qd {
 
 struct ImageFormat {
   int width = 0, height = 0;
-  int depth = 32;        // that of a map
-  ColorTablePtr colors;  // of indices
+  int depth = 32;         // that of a map
+  ColorTablePtr colors;   // of indices
   bool hasAlpha = false;  // pixels of 32 bits have their opacity in the highest byte
 };
 

@@ -9,7 +9,7 @@ namespace model {
 
 Map::Map(int depthIs, const Rect& boundsAre, Table colors)
     : depth(depthIs), bounds(boundsAre), table(std::move(colors)) {
-  pixels.resize(static_cast<std::size_t>(bounds.width() * bounds.height()));
+  pixels.resize(static_cast<std::size_t>(bounds.width()) * static_cast<std::size_t>(bounds.height()));
 }
 
 std::uint32_t Map::ones() const { return depth == 32 ? 0xFFFFFF : depth == 16 ? 0x7FFF : (1U << depth) - 1; }
@@ -93,7 +93,7 @@ bool Region::holds(int x, int y) const {
 class Pixels {
  public:
   explicit Pixels(const Rect& bounds) : bounds_(bounds) {
-    isIn_.resize(static_cast<std::size_t>(bounds.width() * bounds.height()));
+    isIn_.resize(static_cast<std::size_t>(bounds.width()) * static_cast<std::size_t>(bounds.height()));
   }
   const Rect& bounds() const { return bounds_; }
   bool holds(int x, int y) const { return isIn_[indexOf(x, y)]; }
@@ -373,6 +373,7 @@ void Player::shape(Shape kind, Verb verb, int start, int arc) { shape(kind, verb
 void Player::polygon(Verb verb, const std::vector<Point>& points) {
   polygon_ = points;
   std::vector<Point> there;
+  there.reserve(points.size());
   for (const Point& p : points) there.push_back(mapped(p));
   if (verb != Verb::frame) return draw(verb, insideOf(map_.bounds, there));
   for (std::size_t i = 1; i < there.size(); ++i)
@@ -447,6 +448,7 @@ void Player::bits(const Map& source, const Rect& from, const Rect& to, int mode,
   if (from.isEmpty()) return;
   const Rect place = mapped(to);
   std::vector<Region> within;
+  within.reserve(masks.size());
   for (const Region& mask : masks) within.push_back(mapped(mask));
   const Map before = source;
   const int made = matte != nullptr ? 0 : sourceMode(mode, map_.depth);
