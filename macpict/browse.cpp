@@ -97,26 +97,14 @@ class Browsing {
     // In one folder all of them lie; among several, or by itself, a file goes by the name that it was given.
     const std::string place = options_.names.size() == 2 && !input.wasNamed ? input.place.string() : input.name;
     Report report;
-    const auto attempt = [&](const std::string& name, const auto& work) {
-      try {
-        workOn(name, work);
-      } catch (const Failure& failure) {
-        looked.problems.emplace_back(failure.what());
-      }
-    };
-    attempt(input.name, [&] {
-      const std::string file = readInput(input.name);
-      const containers::Contents contents = containers::picturesIn(asBytes(file), options_.isSearching);
-      for (const std::string& note : contents.notes) looked.problems.push_back(inQuotes(place) + ": " + note + ".");
-      if (contents.pictures.empty() && input.wasNamed)
-        looked.problems.push_back(noPictureIn(input.name, contents, options_.isSearching));
-      std::size_t number = 0;
-      for (const containers::Found& found : contents.pictures) {
-        const std::string id = std::to_string(at + 1) + "-" + std::to_string(++number);
-        const std::string name = nameOf(place, found);
-        attempt(name, [&] { looked.pictures.push_back(lookAt(name, id, found, report)); });
-      }
-    });
+    std::size_t number = 0;
+    lookInto(
+        input, place, {.isSearching = options_.isSearching},
+        [&looked](const std::string& sentence) { looked.problems.push_back(sentence); },
+        [&](const std::string& name, const InputFile&, const containers::Found& found) {
+          const std::string id = std::to_string(at + 1) + "-" + std::to_string(++number);
+          looked.pictures.push_back(lookAt(name, id, found, report));
+        });
     report.complaints.insert(report.complaints.end(), looked.problems.begin(), looked.problems.end());
     return report;
   }

@@ -79,32 +79,44 @@ std::string noPictureIn(const std::string& name, const containers::Contents& con
   return inQuotes(name) + " is " + std::string(contents.kind.what) + ", and no picture is found in it; " + help + ".";
 }
 
-bool eachPicture(const Inputs& inputs, bool isSearching, const UsePicture& use) {
-  bool isWell = inputs.unread().empty();
-  for (const std::string& sentence : inputs.unread()) complain(sentence);
-  const auto fail = [&isWell](const std::string& sentence) {
-    complain(sentence);
-    isWell = false;
+Seen lookInto(const InputFile& input, const std::string& name, const Looking& looking, const Fail& fail,
+              const UsePicture& use) {
+  Seen seen;
+  const auto failed = [&](const std::string& sentence) {
+    ++seen.faults;
+    fail(sentence);
   };
-  const auto attempt = [&fail](const std::string& name, const auto& work) {
+  const auto attempt = [&failed](const std::string& of, const auto& work) {
     try {
       work();
     } catch (...) {
-      fail(sentenceOfCaught(name));
+      failed(sentenceOfCaught(of));
     }
   };
-  for (const InputFile& input : inputs.files()) {
-    attempt(input.name, [&] {
-      const std::string file = readInput(input.name);
-      const containers::Contents contents = containers::picturesIn(asBytes(file), isSearching);
-      for (const std::string& note : contents.notes) fail(inQuotes(input.name) + ": " + note);
-      if (contents.pictures.empty() && input.wasNamed) fail(noPictureIn(input.name, contents, isSearching));
-      for (const containers::Found& found : contents.pictures) {
-        const std::string name = nameOf(input.name, found);
-        attempt(name, [&] { use(name, input, found); });
-      }
-    });
-  }
+  attempt(name, [&] {
+    const std::string file = readInput(input.name);
+    const containers::Contents contents = containers::picturesIn(asBytes(file), looking.isSearching);
+    seen.isRead = true;
+    seen.pictures = contents.pictures.size();
+    for (const std::string& note : contents.notes) failed(inQuotes(name) + ": " + note);
+    if (seen.pictures == 0 && input.wasNamed) failed(noPictureIn(name, contents, looking.isSearching));
+    if (looking.isForOne && seen.pictures > 1) {
+      return failed(inQuotes(name) + " holds " + std::to_string(seen.pictures) +
+                    " pictures; a folder for them would work.");
+    }
+    for (const containers::Found& found : contents.pictures) {
+      const std::string called = nameOf(name, found);
+      attempt(called, [&] { use(called, input, found); });
+    }
+  });
+  return seen;
+}
+
+bool eachPicture(const Inputs& inputs, bool isSearching, const UsePicture& use) {
+  bool isWell = inputs.unread().empty();
+  for (const std::string& sentence : inputs.unread()) complain(sentence);
+  for (const InputFile& input : inputs.files())
+    isWell = lookInto(input, input.name, {.isSearching = isSearching}, complain, use).faults == 0 && isWell;
   return isWell;
 }
 

@@ -47,8 +47,23 @@ std::string readInput(const std::string& name);
 // Why nothing is done with a file that holds no picture, in a sentence.
 std::string noPictureIn(const std::string& name, const containers::Contents& contents, bool isSearched);
 
-// Calls `use` with each picture in each input, and its name, and says what is wrong. True if nothing was.
+// How an input is looked into.
+struct Looking {
+  bool isSearching = false;
+  bool isForOne = false;  // several pictures are a fault
+};
+// What came of it; a fault is something that was said to be wrong.
+struct Seen {
+  bool isRead = false;
+  std::size_t pictures = 0, faults = 0;
+};
+using Fail = std::function<void(const std::string& sentence)>;
 using UsePicture = std::function<void(const std::string& name, const InputFile& input, const containers::Found& found)>;
+// Calls `use` with each picture in an input that goes by that name, and with the picture's own name; `fail` with a
+// sentence for all that is wrong, what `use` throws among it.
+Seen lookInto(const InputFile& input, const std::string& name, const Looking& looking, const Fail& fail,
+              const UsePicture& use);
+// The same for all inputs, by their own names; what is wrong is said. True if nothing was.
 bool eachPicture(const Inputs& inputs, bool isSearching, const UsePicture& use);
 
 // "1 file", "2 files".

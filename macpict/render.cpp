@@ -84,40 +84,25 @@ class Rendering {
     ++(!fault.empty() ? done.sums.failed : playback.undrawn > 0 ? done.sums.partly : done.sums.whole);
   }
 
-  // All pictures in a file. `outOf` says where one goes.
+  // All pictures in a file, or the only one. `outOf` says where one goes.
   template <class OutOf>
-  Done renderFile(const InputFile& input, const OutOf& outOf) const {
+  Done renderFile(const InputFile& input, bool isForOne, const OutOf& outOf) const {
     Done done;
-    const auto fail = [&done](const std::string& sentence) {
-      done.report.complaints.push_back(sentence);
-      ++done.sums.failed;
-    };
-    std::string file;
-    containers::Contents contents;
-    try {
-      file = readInput(input.name);
-      contents = containers::picturesIn(asBytes(file), options_.isSearching);
-    } catch (...) {
-      done.report.complaints.push_back(sentenceOfCaught(input.name));
+    const Seen seen = lookInto(
+        input, input.name, {options_.isSearching, isForOne},
+        [&done](const std::string& sentence) { done.report.complaints.push_back(sentence); },
+        [&](const std::string& name, const InputFile&, const containers::Found& found) {
+          renderPicture(name, found.picture, outOf(found), done);
+        });
+    if (!seen.isRead) {
       ++done.sums.unread;
-      return done;
-    }
-    if (contents.pictures.empty()) {
-      if (!input.wasNamed) {
-        ++done.sums.others;
-      } else {
-        fail(noPictureIn(input.name, contents, options_.isSearching));
-      }
-      return done;
-    }
-    for (const std::string& note : contents.notes) fail(inQuotes(input.name) + ": " + note);
-    for (const containers::Found& found : contents.pictures) {
-      const std::string name = nameOf(input.name, found);
-      try {
-        workOn(name, [&] { renderPicture(name, found.picture, outOf(contents, found), done); });
-      } catch (const Failure& failure) {
-        fail(failure.what());
-      }
+    } else if (seen.pictures > 0) {
+      done.sums.failed += seen.faults;
+    } else if (input.wasNamed) {
+      ++done.sums.failed;
+    } else {
+      done.report.complaints.clear();  // what may be damaged in it is no picture
+      ++done.sums.others;
     }
     return done;
   }
@@ -128,16 +113,8 @@ class Rendering {
 };
 
 Status renderOne(const Options& options, const Inputs& inputs, const fs::path& out) {
-  const InputFile& input = inputs.files()[0];
-  const auto outOf = [&](const containers::Contents& contents, const containers::Found&) {
-    const std::size_t count = contents.pictures.size();
-    if (count > 1)
-      throw Failure(inQuotes(input.name) + " holds " + std::to_string(count) +
-                    " pictures; a folder for them would work.");
-    return out;
-  };
   formatFor(out, options.output);
-  const Done done = Rendering(options, inputs).renderFile(input, outOf);
+  const Done done = Rendering(options, inputs).renderFile(inputs.files()[0], true, [&out](const auto&) { return out; });
   tell(done.report, options.batch.isQuiet, isStandardOutput(out));
   return done.sums.isWell(options) ? kDone : kFailed;
 }
@@ -150,13 +127,13 @@ Status renderMany(const Options& options, const Inputs& inputs, const fs::path& 
   std::vector<Sums> sums(bases.size());
   doAll(bases.size(), options.batch, false, [&](std::size_t at) {
     containers::FileNames names;
-    const auto outOf = [&](const containers::Contents&, const containers::Found& found) {
+    const auto outOf = [&](const containers::Found& found) {
       const fs::path& base = bases[at];
       makeFolder(base.parent_path());
       return found.place.empty() ? fs::path(base.string() + ending)
                                  : base.parent_path() / (names.of(base.filename().string(), found) + ending);
     };
-    Done done = rendering.renderFile(inputs.files()[at], outOf);
+    Done done = rendering.renderFile(inputs.files()[at], false, outOf);
     sums[at] = done.sums;
     return std::move(done.report);
   });
