@@ -32,7 +32,7 @@ Status assemble(const Options& options) {
 void addAssemble(CLI::App& app, Command& chosen) {
   const auto [command, options] =
       addCommand<Options>(app, chosen, "assemble", "Make a picture of a text like that of list --full",
-                          workingOn(&Options::text, assemble));
+                          [](const Options& asked) { return workOn(asked.text, [&] { return assemble(asked); }); });
   command->add_option("FILE", options.text, "The text")->required()->type_name("");
   command->add_option("OUT.pict", options.picture, "The picture, with 512 bytes in front if the text has a header")
       ->required()

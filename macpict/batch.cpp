@@ -15,7 +15,11 @@ void addBatch(CLI::App& command, BatchOptions& options) {
   command.add_option("-j,--jobs", options.threads, "Work on so many files at a time; 0 is one for each processor")
       ->type_name("N")
       ->check(CLI::Range(0, 1024).description(""));
-  command.add_flag("-q,--quiet", options.isQuiet, "Tell nothing but what went wrong");
+  addQuiet(command, options.isQuiet);
+}
+
+void addQuiet(CLI::App& command, bool& isQuiet) {
+  command.add_flag("-q,--quiet", isQuiet, "Tell nothing but what went wrong");
 }
 
 void tell(const Report& report, bool isQuiet, bool toErrors) {

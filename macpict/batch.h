@@ -14,6 +14,7 @@ struct BatchOptions {
 };
 // -j and -q.
 void addBatch(CLI::App& command, BatchOptions& options);
+void addQuiet(CLI::App& command, bool& isQuiet);
 
 // What is said of one piece of work.
 struct Report {

@@ -185,12 +185,9 @@ std::string ownName(const std::string& name) {
 }
 
 Status browse(const Options& options) {
-  if (options.names.size() < 2) {
-    throw CLI::ValidationError("browse takes folders and where the page goes, not \"" + options.names[0] +
-                               "\" alone: macpict browse FOLDER OUT/");
-  }
-  const fs::path out = options.names.back();
-  const std::vector<std::string> names(options.names.begin(), options.names.end() - 1);
+  const auto [names, to] =
+      placesOf(options.names, "browse takes folders and where the page goes", "browse FOLDER OUT/");
+  const fs::path out = to;
   checkFolder(out, names);
   const Inputs inputs(names, out);
   const fs::path index = out / "index.html";
@@ -234,5 +231,5 @@ void addBrowse(CLI::App& app, Command& chosen) {
       ->type_name("");
   command->add_flag("-f,--force", options.output.isForced, "Replace what is there");
   addBatch(*command, options.batch);
-  command->add_flag("--search", options.isSearching, "Look for pictures anywhere in files that aren't known");
+  addSearch(*command, options.isSearching);
 }

@@ -3,6 +3,7 @@
 #include <map>
 
 #include "containers/containers.h"
+#include "macpict/batch.h"
 #include "macpict/commands.h"
 #include "macpict/outputs.h"
 #include "tools/failure.h"
@@ -28,10 +29,11 @@ std::string_view endingOf(const qd::PictureImage& image) {
 
 class Extraction {
  public:
-  Extraction(const Options& options, const Inputs& inputs) : options_(options), inputs_(inputs) {}
+  Extraction(const Options& options, const Inputs& inputs, fs::path folder)
+      : options_(options), inputs_(inputs), folder_(std::move(folder)) {}
 
   void extract(const InputFile& input, const containers::Found& found) {
-    const fs::path place = fs::path(options_.names.back()) / input.place;
+    const fs::path place = folder_ / input.place;
     const fs::path folder = place.parent_path();
     makeFolder(folder);
     const std::string to = (folder / names_[folder].of(place.filename().string(), found)).string();
@@ -46,7 +48,7 @@ class Extraction {
     const std::string images = options_.isWithImages ? " and " + counted(images_, "image", "images") : "";
     if (!options_.isQuiet)
       std::printf("%s%s of %s written into %s\n", counted(pictures_, "picture", "pictures").c_str(), images.c_str(),
-                  counted(inputs_.files().size(), "file", "files").c_str(), options_.names.back().c_str());
+                  counted(inputs_.files().size(), "file", "files").c_str(), folder_.c_str());
     return isWell && !hasFailed_ ? kDone : kFailed;
   }
 
@@ -83,19 +85,18 @@ class Extraction {
 
   const Options& options_;
   const Inputs& inputs_;
+  fs::path folder_;
   std::map<fs::path, containers::FileNames> names_;  // of each folder
   std::size_t pictures_ = 0, images_ = 0;
   bool hasFailed_ = false;
 };
 
 Status extract(const Options& options) {
-  if (options.names.size() < 2) {
-    throw CLI::ValidationError("extract takes files and a folder for what is in them, not \"" + options.names[0] +
-                               "\" alone: macpict extract FILE OUT/");
-  }
-  const Inputs inputs({options.names.begin(), options.names.end() - 1}, options.names.back());
-  makeFolder(options.names.back());
-  Extraction extraction(options, inputs);
+  const auto [names, to] =
+      placesOf(options.names, "extract takes files and a folder for what is in them", "extract FILE OUT/");
+  const Inputs inputs(names, to);
+  makeFolder(to);
+  Extraction extraction(options, inputs, to);
   const bool isWell = eachPicture(inputs, options.isSearching,
                                   [&extraction](const std::string&, const InputFile& input,
                                                 const containers::Found& found) { extraction.extract(input, found); });
@@ -111,7 +112,7 @@ void addExtract(CLI::App& app, Command& chosen) {
       ->required()
       ->type_name("");
   command->add_flag("--images", options.isWithImages, "Write the JPEG, PNG and other image files in the pictures, too");
-  command->add_flag("--search", options.isSearching, "Look for pictures anywhere in files that aren't known");
+  addSearch(*command, options.isSearching);
   addReplacing(*command, options.output);
-  command->add_flag("-q,--quiet", options.isQuiet, "Tell nothing but what went wrong");
+  addQuiet(*command, options.isQuiet);
 }

@@ -96,5 +96,5 @@ void addInfo(CLI::App& app, Command& chosen) {
       addCommand<Options>(app, chosen, "info", "Tell what pictures are, in a line each", info);
   command->add_option("FILES", options.names, "Files and folders; - is standard input")->required()->type_name("");
   command->add_flag("--json", options.isJson, "As JSON, rectangles as left, top, right, bottom");
-  command->add_flag("--search", options.isSearching, "Look for pictures anywhere in files that aren't known");
+  addSearch(*command, options.isSearching);
 }

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <map>
 
-#include "tools/command.h"
 #include "tools/failure.h"
 #include "tools/files.h"
 
@@ -77,6 +76,10 @@ std::string noPictureIn(const std::string& name, const containers::Contents& con
   if (help.empty())
     help = isSearched ? "one with PICTs in it would work" : "--search would look for them anywhere in it";
   return inQuotes(name) + " is " + std::string(contents.kind.what) + ", and no picture is found in it; " + help + ".";
+}
+
+void addSearch(CLI::App& command, bool& isSearching) {
+  command.add_flag("--search", isSearching, "Look for pictures anywhere in files that aren't known");
 }
 
 Seen lookInto(const InputFile& input, const std::string& name, const Looking& looking, const Fail& fail,

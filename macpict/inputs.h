@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "containers/containers.h"
+#include "tools/command.h"
 
 inline constexpr const char* kStandard = "-";  // standard input or output, in the place of a file's name
 
@@ -46,6 +47,9 @@ class Inputs {
 std::string readInput(const std::string& name);
 // Why nothing is done with a file that holds no picture, in a sentence.
 std::string noPictureIn(const std::string& name, const containers::Contents& contents, bool isSearched);
+
+// --search.
+void addSearch(CLI::App& command, bool& isSearching);
 
 // How an input is looked into.
 struct Looking {

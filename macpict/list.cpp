@@ -110,5 +110,5 @@ void addList(CLI::App& app, Command& chosen) {
   CLI::Option* json = command->add_flag("--json", options.isJson, "As JSON, rectangles as left, top, right, bottom");
   command->add_flag("--full", options.isFull, "Every operand and every byte, as macpict assemble takes it")
       ->excludes(json);
-  command->add_flag("--search", options.isSearching, "Look for pictures anywhere in files that aren't known");
+  addSearch(*command, options.isSearching);
 }

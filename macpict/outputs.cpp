@@ -23,6 +23,16 @@ void addFormat(CLI::App& command, OutputOptions& options) {
       });
 }
 
+NamedPlaces placesOf(const std::vector<std::string>& names, const std::string& takes, const std::string& example) {
+  if (names.size() < 2) throw CLI::ValidationError(takes + ", not \"" + names[0] + "\" alone: macpict " + example);
+  return {{names.begin(), names.end() - 1}, names.back()};
+}
+
+bool isFolderName(const fs::path& path) {
+  std::error_code error;
+  return fs::is_directory(path, error) || !path.has_filename();
+}
+
 bool endsLikePicture(const fs::path& path) {
   constexpr std::array kEndings = {".pict", ".pct", ".pic"};
   std::string ending = path.extension().string();

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "macpict/formats.h"
 #include "macpict/inputs.h"
@@ -17,6 +18,17 @@ struct OutputOptions {
 void addReplacing(CLI::App& command, OutputOptions& options);
 // --format.
 void addFormat(CLI::App& command, OutputOptions& options);
+
+// What a command works on, and where what it makes goes: the last of the names.
+struct NamedPlaces {
+  std::vector<std::string> from;
+  std::string to;
+};
+// Throws, as for wrong usage, where there is one name alone: "extract takes files and a folder for what is in them, not
+// ... alone: macpict extract FILE OUT/".
+NamedPlaces placesOf(const std::vector<std::string>& names, const std::string& takes, const std::string& example);
+// Whether a name is a folder's, because there is one or because it ends in a slash.
+bool isFolderName(const std::filesystem::path& path);
 
 // Whether a file's name ends as pictures' do.
 bool endsLikePicture(const std::filesystem::path& path);

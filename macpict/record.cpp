@@ -88,17 +88,13 @@ Status recordMany(const Options& options, const Inputs& inputs, const fs::path& 
 }
 
 Status record(const Options& options) {
-  if (options.names.size() < 2) {
-    throw CLI::ValidationError("record takes images and where their pictures go, not \"" + options.names[0] +
-                               "\" alone: macpict record IN.png OUT.pict");
-  }
+  const auto [names, to] =
+      placesOf(options.names, "record takes images and where their pictures go", "record IN.png OUT.pict");
   if (options.transparency.isKept && options.kind.bits() != 32)
     throw CLI::ValidationError("--alpha takes pixels of 32 bits");
-  const fs::path out = outputAt(options.names.back());
-  const Inputs inputs({options.names.begin(), options.names.end() - 1}, out);
-  std::error_code error;
-  const bool isFolder = fs::is_directory(out, error) || !out.has_filename();
-  if (isFolder || inputs.files().size() != 1) return recordMany(options, inputs, out);
+  const fs::path out = outputAt(to);
+  const Inputs inputs(names, out);
+  if (isFolderName(out) || inputs.files().size() != 1) return recordMany(options, inputs, out);
   const std::string& name = inputs.files()[0].name;
   checkPictureName(out);
   Report report;
@@ -118,14 +114,9 @@ void addRecord(CLI::App& app, Command& chosen) {
   addPictureKind(*command, options.kind);
   CLI::Option* const alpha =
       command->add_flag("--alpha", options.transparency.isKept, "Keep transparency, as a fourth component of pixels");
-  command
-      ->add_option_function<std::string>(
-          "--background",
-          [&options = options](const std::string& text) {
-            if (!parseColor(text, options.transparency.background))
-              throw CLI::ValidationError("--background takes a colour like #FF8000, not \"" + text + "\"");
-          },
-          "What shows through where an image is transparent; white otherwise")
+  addParsed(*command, "--background", "What shows through where an image is transparent; white otherwise",
+            "a colour like #FF8000", "",
+            [&options = options](const std::string& text) { return parseColor(text, options.transparency.background); })
       ->type_name("#RRGGBB")
       ->excludes(alpha);
   addReplacing(*command, options.output);

@@ -154,16 +154,12 @@ Status renderMany(const Options& options, const Inputs& inputs, const fs::path& 
 }
 
 Status render(const Options& options) {
-  if (options.names.size() < 2) {
-    throw CLI::ValidationError("render takes pictures and where they go, not \"" + options.names[0] +
-                               "\" alone: macpict render IN.pict OUT.png");
-  }
+  const auto [names, to] = placesOf(options.names, "render takes pictures and where they go", "render IN.pict OUT.png");
   if (options.look.hasOpacity && options.look.kind.bits() != 32)
     throw CLI::ValidationError("--alpha takes pixels of 32 bits");
-  const fs::path out = outputAt(options.names.back());
-  const std::vector<std::string> names(options.names.begin(), options.names.end() - 1);
+  const fs::path out = outputAt(to);
+  const bool isFolder = isFolderName(out);
   std::error_code error;
-  const bool isFolder = fs::is_directory(out, error) || !out.has_filename();
   const bool isOne = names.size() == 1 && (names[0] == kStandard || !fs::is_directory(names[0], error));
   if (isOne && !isFolder) return renderOne(options, Inputs(names), out);
   if (fs::exists(out, error) && !isFolder) {
@@ -197,7 +193,7 @@ void addRender(CLI::App& app, Command& chosen) {
       ->transform(CLI::AsSizeValue(false).description(""));
   addReplacing(*command, options.output);
   addBatch(*command, options.batch);
-  command->add_flag("--search", options.isSearching, "Look for pictures anywhere in files that aren't known");
+  addSearch(*command, options.isSearching);
   command->add_flag("--keep-going", options.keepGoing, "Write what was drawn till a picture broke");
   addStrict(*command, options.isStrict);
   command->add_flag("-v,--verbose", options.isVerbose, "Count all opcodes, with the comments and reserved ones");

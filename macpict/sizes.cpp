@@ -43,28 +43,13 @@ bool parseScale(std::string_view text, SizeOptions& options) {
 
 void addSizes(CLI::App& command, SizeOptions& options) {
   CLI::Option* const size =
-      command
-          .add_option_function<std::string>(
-              "--size",
-              [&options](const std::string& text) {
-                if (!parseSize(text, options)) {
-                  throw CLI::ValidationError("--size takes a width, a height or both, of 1 to 32767, not \"" + text +
-                                             "\"; 640x480, 640x or x480 would work");
-                }
-              },
-              "As large as fits into so many pixels; one side alone goes with the other")
+      addParsed(command, "--size", "As large as fits into so many pixels; one side alone goes with the other",
+                "a width, a height or both, of 1 to 32767", "640x480, 640x or x480 would work",
+                [&options](const std::string& text) { return parseSize(text, options); })
           ->type_name("WxH");
   command.add_flag("--stretch", options.isStretched, "Both sides of --size, whatever the picture's shape")->needs(size);
-  command
-      .add_option_function<std::string>(
-          "--scale",
-          [&options](const std::string& text) {
-            if (!parseScale(text, options)) {
-              throw CLI::ValidationError("--scale takes a factor above 0 and up to 1000, not \"" + text +
-                                         "\"; 0.5 or 50% would work");
-            }
-          },
-          "Larger or smaller than it is by this factor")
+  addParsed(command, "--scale", "Larger or smaller than it is by this factor", "a factor above 0 and up to 1000",
+            "0.5 or 50% would work", [&options](const std::string& text) { return parseScale(text, options); })
       ->type_name("F")
       ->excludes(size);
   command

@@ -25,10 +25,18 @@ std::pair<CLI::App*, Options&> addCommand(CLI::App& app, Command& chosen, const 
   return {command, *options};
 }
 
-// The run of a command that works on one file: what goes wrong is told with its name.
-template <class Options>
-auto workingOn(std::string Options::*file, Status (*run)(const Options&)) {
-  return [file, run](const Options& options) { return workOn(options.*file, [&] { return run(options); }); };
+// An option whose text `parse` takes; where it answers false a sentence tells what it takes, and what would work.
+template <class Parse>
+CLI::Option* addParsed(CLI::App& command, const std::string& name, const std::string& what, const std::string& takes,
+                       const std::string& example, const Parse& parse) {
+  return command.add_option_function<std::string>(
+      name,
+      [name, takes, example, parse](const std::string& text) {
+        if (parse(text)) return;
+        throw CLI::ValidationError(name + " takes " + takes + ", not \"" + text + "\"" +
+                                   (example.empty() ? "" : "; " + example));
+      },
+      what);
 }
 
 // How a picture is made whose kind is for a person to say.
