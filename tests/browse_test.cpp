@@ -1,23 +1,8 @@
 // The page on which to look at a folder of pictures, in a browser.
+#include "tests/containers/files.h"
 #include "tests/page.h"
 
 namespace {
-
-// Numbers of two and four bytes, the high one first.
-std::string big(std::size_t value, int bytes = 4) {
-  std::string text;
-  while (bytes-- > 0) text += static_cast<char>(value >> 8 * bytes);
-  return text;
-}
-
-// A resource fork with one picture.
-std::string fork(const std::string& picture, const std::string& title) {
-  const std::string data = big(picture.size()) + picture;
-  const std::string types = big(0, 2) + "PICT" + big(0, 2) + big(10, 2);
-  const std::string map = std::string(24, '\0') + big(28, 2) + big(28 + 10 + 12, 2) + types + big(128, 2) + big(0, 8) +
-                          big(0, 2) + static_cast<char>(title.size()) + title;
-  return big(16) + big(16 + data.size()) + big(data.size()) + big(map.size()) + data + map;
-}
 
 // Five pictures whose names and titles try to be more than texts.
 struct Browse : Macpict {
@@ -31,7 +16,8 @@ struct Browse : Macpict {
     for (int i = 0; i < 400; ++i) many += "PaintRect (0, 0, " + std::to_string(i) + ", 8)\n";
     make("in/deep/many", "(0, 0, 5000, 8)\n" + many);
     make("fork", "(0, 0, 30, 30)\nPaintOval (0, 0, 30, 30)\n");
-    write("in/icons.rsrc", fork(read("fork.pict"), "</script><script>document.title = 'broken'</script>"));
+    write("in/icons.rsrc",
+          files::fork({{128, "</script><script>document.title = 'broken'</script>", read("fork.pict")}}));
     const std::string cut = read("fork.pict");
     write("in/cut.pict", cut.substr(0, cut.size() - 2) + std::string("\0\x30\0", 3));
     write("in/notes.txt", "no picture");
