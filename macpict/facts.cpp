@@ -40,7 +40,7 @@ Facts listed(const std::string& name, qd::Bytes picture) {
 Facts factsOf(const std::string& name, qd::Bytes picture, const qd::Playback& playback) {
   Facts facts = listed(name, picture);
   const std::string fault = faultOf(playback);
-  facts.outcome = !fault.empty() ? Outcome::failed : playback.undrawn > 0 ? Outcome::partly : Outcome::whole;
+  facts.outcome = outcomeOf(playback);
   facts.words = fault.empty() ? outcomeOf(playback, false) : "it " + fault;
   facts.remarks = playback.remarks;
   return facts;

@@ -6,9 +6,8 @@
 #include <vector>
 
 #include "qdraw/qdraw.h"
-#include "tools/image.h"
+#include "tools/playing.h"
 
-enum class Outcome { whole, partly, failed };
 // "whole", "partly", "failed".
 const char* wordOf(Outcome outcome);
 

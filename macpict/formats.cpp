@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <new>
 #include <vector>
 
@@ -120,10 +119,14 @@ const OutputFormat* formatNamed(std::string_view name) {
   return found != std::end(kFormats) ? found : nullptr;
 }
 
-const OutputFormat* formatOf(const std::filesystem::path& path) {
+std::string endingOf(const std::filesystem::path& path) {
   std::string ending = path.extension().string();
   std::ranges::transform(ending, ending.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  const auto* const found = std::ranges::find_if(kFormats, [&ending](const OutputFormat& format) {
+  return ending;
+}
+
+const OutputFormat* formatOf(const std::filesystem::path& path) {
+  const auto* const found = std::ranges::find_if(kFormats, [ending = endingOf(path)](const OutputFormat& format) {
     return ending == format.ending || ending == format.otherEnding;
   });
   return found != std::end(kFormats) ? found : nullptr;
@@ -137,10 +140,7 @@ std::string formatEndings() {
 }
 
 // The mark stands in what describes an image, which comes before its pixels or, in a TIFF, right after its head.
-bool hasOurMark(const std::filesystem::path& path) {
+bool hasOurMark(std::string_view head) {
   constexpr std::size_t kWithin = 1024;
-  std::string head(kWithin, '\0');
-  std::ifstream file(path, std::ios::binary);
-  file.read(head.data(), static_cast<std::streamsize>(head.size()));
-  return head.find(kSoftware) != std::string::npos;
+  return head.substr(0, kWithin).find(kSoftware) != std::string_view::npos;
 }

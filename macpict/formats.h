@@ -22,5 +22,10 @@ const OutputFormat* formatOf(const std::filesystem::path& path);
 std::string formatNames();
 std::string formatEndings();
 
-// Whether a file is an image that the program has written.
-bool hasOurMark(const std::filesystem::path& path);
+// A file's ending, with its dot and in small letters.
+std::string endingOf(const std::filesystem::path& path);
+
+// How many of a file's bytes tell whether it is an image that the program has written, or a picture.
+inline constexpr std::size_t kTellingBytes = 2048;
+// Of an image that begins so.
+bool hasOurMark(std::string_view head);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
+#include <fstream>
 
 #include "tools/failure.h"
 #include "tools/files.h"
@@ -35,9 +35,7 @@ bool isFolderName(const fs::path& path) {
 
 bool endsLikePicture(const fs::path& path) {
   constexpr std::array kEndings = {".pict", ".pct", ".pic"};
-  std::string ending = path.extension().string();
-  std::ranges::transform(ending, ending.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return std::ranges::find(kEndings, ending) != kEndings.end();
+  return std::ranges::find(kEndings, endingOf(path)) != kEndings.end();
 }
 
 fs::path outputAt(const std::string& name) { return name == kStandard ? "/dev/stdout" : name; }
@@ -51,14 +49,13 @@ bool isNoFile(const fs::path& path) {
   return path == "/dev/stdout" || (fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status));
 }
 
-// Of a file that is there, without a word if it can't be read.
-bool isPicture(const fs::path& path) {
-  try {
-    std::string file = readFile(path);
-    return cutToPicture(file);
-  } catch (const Failure&) {
-    return false;
-  }
+// Of a file that is there; nothing of one that can't be read.
+std::string headOf(const fs::path& path) {
+  std::string head(kTellingBytes, '\0');
+  std::ifstream file(path, std::ios::binary);
+  file.read(head.data(), static_cast<std::streamsize>(head.size()));
+  head.resize(static_cast<std::size_t>(file.gcount()));
+  return head;
 }
 
 }  // namespace
@@ -88,8 +85,9 @@ bool mayWrite(const fs::path& out, const Inputs& inputs, const OutputOptions& op
   if (inputs.have(out)) throw Failure(name + " is to be read, and would be replaced; another name would work.");
   if (fs::is_directory(out, error)) throw Failure(name + " is a folder, not a file.");
   if (options.skipsExisting) return false;
-  if (isImage && hasOurMark(out)) return true;
-  if (isImage && isPicture(out))
+  const std::string head = isImage ? headOf(out) : "";
+  if (hasOurMark(head)) return true;
+  if (qd::pictureInFile(asBytes(head)))
     throw Failure(name + " is a picture, and would be replaced by an image; another name would work.");
   if (options.isForced) return true;
   throw Failure(name + " is there already; another name would work, or --force to replace it.");

@@ -28,6 +28,9 @@ struct Sums {
   std::size_t whole = 0, partly = 0, failed = 0, skipped = 0;
   std::size_t others = 0, unread = 0;  // files without a picture, and what can't be read
 
+  std::size_t& of(Outcome outcome) {
+    return outcome == Outcome::whole ? whole : outcome == Outcome::partly ? partly : failed;
+  }
   std::size_t pictures() const { return whole + partly + failed + skipped; }
   Sums& operator+=(const Sums& more) {
     whole += more.whole;
@@ -81,7 +84,7 @@ class Rendering {
     file.commit();
     done.report.lines.push_back(out.string() + ": " + std::to_string(size.width) + "x" + std::to_string(size.height) +
                                 ", " + outcomeOf(playback, options_.isVerbose));
-    ++(!fault.empty() ? done.sums.failed : playback.undrawn > 0 ? done.sums.partly : done.sums.whole);
+    ++done.sums.of(outcomeOf(playback));
   }
 
   // All pictures in a file, or the only one. `outOf` says where one goes.

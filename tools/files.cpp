@@ -120,18 +120,12 @@ bool cutToPicture(std::string& file) {
   return true;
 }
 
-std::string readPictureFile(const fs::path& path) {
+std::string readPicture(const fs::path& path) {
   std::string file = readFile(path);
-  if (!qd::pictureInFile(asBytes(file))) {
+  if (!cutToPicture(file)) {
     throw Failure("\"" + path.string() +
                   "\" is no PICT file: no picture begins in it, at its start or after 512 bytes.");
   }
-  return file;
-}
-
-std::string readPicture(const fs::path& path) {
-  std::string file = readPictureFile(path);
-  cutToPicture(file);
   return file;
 }
 

@@ -25,8 +25,7 @@ void makeFolder(const std::filesystem::path& folder);
 // Takes off what lies around the picture in the bytes of a PICT file, like its 512 bytes in front. False if there is no
 // picture in them.
 bool cutToPicture(std::string& file);
-// A PICT file with all that is in it, and the picture in one.
-std::string readPictureFile(const std::filesystem::path& path);
+// The picture in a PICT file.
 std::string readPicture(const std::filesystem::path& path);
 // Writes a PICT file: 512 zero bytes and the picture.
 void writePicture(const std::filesystem::path& path, std::string_view picture);

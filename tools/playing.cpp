@@ -31,6 +31,10 @@ std::string faultOf(const qd::Playback& playback) {
   return "";
 }
 
+Outcome outcomeOf(const qd::Playback& playback) {
+  return !faultOf(playback).empty() ? Outcome::failed : playback.undrawn > 0 ? Outcome::partly : Outcome::whole;
+}
+
 std::string outcomeOf(const qd::Playback& playback, bool isCounted) {
   const auto opcodes = [](int count) { return std::to_string(count) + (count == 1 ? " opcode" : " opcodes"); };
   std::string text = "whole";

@@ -25,6 +25,8 @@ Resolution resolutionOf(qd::Bytes picture, const PlaySize& size);
 // Why a playback is none of the picture, to follow its name: "is broken at offset 42, ...". Empty if it is one, if only
 // of a part.
 std::string faultOf(const qd::Playback& playback);
+enum class Outcome { whole, partly, failed };
+Outcome outcomeOf(const qd::Playback& playback);
 // How a playback came out, in a few words: "whole", or "partly: 2 opcodes are not drawn"; with a count of all opcodes
 // if that is asked for.
 std::string outcomeOf(const qd::Playback& playback, bool isCounted);
