@@ -32,8 +32,9 @@ struct Sectors {
   // As many bytes from a sector on, or fewer where the chain breaks.
   Buffer chain(std::uint32_t number, std::uint64_t size, Finder& finder) const {
     Buffer stream;
-    // None comes twice.
-    for (std::size_t left = next.size(); number < next.size() && left > 0 && stream.size() < size; --left) {
+    // None comes twice, so that there are no more than the bytes hold.
+    std::size_t left = (bytes.size() >> shift) + 1;
+    for (; number < next.size() && left > 0 && stream.size() < size; --left) {
       const Bytes sector = at(number);
       if (!finder.unpack(stream, Cursor(sector).upTo(size - stream.size()))) break;
       number = next[number];

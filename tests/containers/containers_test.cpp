@@ -190,6 +190,12 @@ TEST(Containers, KeepToLimits) {
   EXPECT_NE(notes.find("More like this is not told, " + std::to_string(map.size() / 12 - 2) + " times."), Bytes::npos)
       << notes;
 
+  // A directory that goes on with itself, as often as the file has sectors and not as often as its table could say.
+  Bytes loop = compound({{"Pictures", blip(picture(1), false, false)}});
+  const auto directory = static_cast<unsigned char>(loop[48]);
+  loop = put(loop, loop.size() - 512 + std::size_t{4} * directory, little(directory));
+  EXPECT_EQ(notesOf(loop, loop.size() / 512 + 1, {}), "");
+
   // Heads that lead through all that comes after them, and to no end.
   Bytes heads;
   for (int i = 0; i < 40000; ++i) heads += picture(1).substr(0, 40);
