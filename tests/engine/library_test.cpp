@@ -324,3 +324,35 @@ TEST(Library, DecodesImagesAndRefusesWhatTheyCannotBe) {
   // Interlaced rows must all be in memory before the first is known.
   EXPECT_NE(decoded(png(30000, 30000, true, {0, 9, 8, 7})).find("too many to be decoded at once"), std::string::npos);
 }
+
+// White with something in the bits that make no colour is white to a transparent copy too.
+TEST(Library, BitsThatMakeNoColourDoNotCount) {
+  qd::System system(kFonts);
+  for (const auto& [depth, pixel] : {std::pair(16, "FFFF0000"), {32, "80FFFFFF"}}) {
+    const qd::Assembled made = qd::assemblePicture(
+        "picture frame (0, 0, 1, 1)\nPaintRect (0, 0, 1, 1)\nDirectBitsRect 0 { rowBytes pixMap 4 bounds (0, 0, 1, 1) "
+        "packType 1 pixelSize " +
+        std::to_string(depth) + " cmpCount 3 } (0, 0, 1, 1) (0, 0, 1, 1) 36 { " + pixel + " }\nOpEndPic\n");
+    ASSERT_FALSE(made.error) << made.error->what;
+    auto world = qd::GWorld::make(system, 1, 1, depth);
+    EXPECT_EQ(world->play(made.picture).drawn, 2);
+    std::array<std::uint8_t, 3> seen = {};
+    world->rgb(0, seen);
+    EXPECT_EQ(seen, (std::array<std::uint8_t, 3>{0, 0, 0})) << depth;
+  }
+}
+
+TEST(Library, AnEmptyClipIsRecordedEvenAsTheFirstThing) {
+  qd::System system(kFonts);
+  std::vector<std::uint8_t> picture;
+  qd::VectorSink sink(picture);
+  qd::Recorder recorder(system, qd::PictureParams(1, 1), sink);
+  recorder.clip(qd::MakeRect(0, 0, 0, 0));
+  recorder.rect(qd::Verb::paint, qd::MakeRect(0, 0, 1, 1));
+  ASSERT_TRUE(recorder.close());
+  auto world = qd::GWorld::make(system, 1, 1);
+  world->play(picture);
+  std::array<std::uint8_t, 3> seen = {};
+  world->rgb(0, seen);
+  EXPECT_EQ(seen, (std::array<std::uint8_t, 3>{255, 255, 255}));
+}
