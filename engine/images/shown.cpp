@@ -43,9 +43,9 @@ std::optional<ShownImage> read(ImageReader& image, const Axis& h, const Axis& v)
     }
     if (!image.next(row)) return std::nullopt;
     for (std::size_t i = 0; i < columns.size(); ++i) columns[i] = row[static_cast<std::size_t>(h.indices[i])];
-    // A picture's images are drawn by their colours, whatever their opacity.
-    if (format.hasAlpha) {
-      for (std::uint32_t& pixel : columns) pixel &= onesOf(32);
+    // What makes no colour, like opacity, is neither drawn nor recorded.
+    if (format.depth > 8) {
+      for (std::uint32_t& pixel : columns) pixel &= onesOf(format.depth);
     }
     pixels->map.put(y, h.first, columns);
   }

@@ -62,6 +62,15 @@ TEST_P(Codecs, DecodePixelByPixel) {
 INSTANTIATE_TEST_SUITE_P(Images, Codecs, testing::ValuesIn(coded::kFamilies),
                          [](const auto& family) { return std::string(family.param.name); });
 
+// A recording would lose what a codec leaves in bits that make no colour, and come out otherwise.
+TEST(Codec, LeavesNothingInBitsThatMakeNoColour) {
+  qd::System system(FONTS);
+  auto world = qd::GWorld::make(system, 4, 4, 16);
+  const Image image = {"", "rpza", 4, 4, 16, {0xE1, 0, 0, 7, 0xA0, 0xFF, 0xFE}, ""};
+  EXPECT_EQ(world->play(pictureOf(image, image.data)).drawn, 1);
+  EXPECT_EQ(world->row(0)[0], 0x7F);
+}
+
 // What can't be, and what is no codec of ours, is named in the remark and in the list.
 TEST(Codec, RefuseWhatTheyCannotBe) {
   const Data data(40, 0xE1);
