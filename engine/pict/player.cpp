@@ -1,5 +1,6 @@
 #include "engine/pict/player.h"
 
+#include <algorithm>
 #include <map>
 #include <numeric>
 #include <utility>
@@ -11,7 +12,7 @@
 #include "engine/pict/opcodes.h"
 #include "engine/pict/quicktime.h"
 #include "engine/pixels/colors.h"
-#include "engine/shapes/ink.h"
+#include "engine/shapes/coverage.h"
 
 namespace qd {
 namespace {
@@ -86,13 +87,13 @@ class Player {
   void take(const op::Clip& op) { setClip(op.region); }
   void take(const op::Origin& op) {
     mapping_.moveOrigin(op.dh, op.dv);
-    repeated_.reset();
+    repeated_.clear();
   }
   void take(const op::OvSize& op) { ovalSize_ = op.size; }
   void take(const op::PnSize& op) {
     penSize_ = op.size;
     setPenSize();
-    repeated_.reset();
+    repeated_.clear();
   }
 
   template <class Value>
@@ -135,7 +136,7 @@ class Player {
     if constexpr (requires { op.region; }) region_ = std::move(op.region);
     if constexpr (
         requires { op.polygon; } || requires { op.region; })
-      repeated_.reset();
+      repeated_.clear();
     if (Op::kKind == Kind::same && repeat(Op::kShape, op.verb)) return;
     Wedge wedge;
     if constexpr (requires { op.arc; }) wedge = {op.start, op.arc};
@@ -196,7 +197,7 @@ class Player {
     const Box& box = region.bounds();
     const bool isOpen =
         region.isRect() && box.left <= -kFar && box.top <= -kFar && box.right >= kFar && box.bottom >= kFar;
-    repeated_.reset();
+    repeated_.clear();
     state().clip = isOpen ? callersClip_ : intersect(callersClip_, region.mapped(mapping_));
   }
 
@@ -269,46 +270,52 @@ class Player {
     use(command);
   }
 
+  // What lines do where they meet: nothing more, take back what the other did, or draw once more.
+  enum class Meeting { joins, toggles, adds };
+
+  static Meeting meetingOf(Shape shape, Verb verb, int mode) {
+    mode &= ~ditherCopy;
+    if (shape != Shape::polygon || verb != Verb::frame) return Meeting::joins;
+    if (mode == hilite || mode == patXor || mode == patXor + 4) return Meeting::toggles;
+    return mode < blend ? Meeting::joins : Meeting::adds;
+  }
+
   // A polygon or a region of thousands of points can be drawn again by two bytes. What of it shows is found out once,
-  // and drawn as a region. False for what has to be drawn as it is.
+  // and drawn as regions. False for what has to be drawn as it is.
   bool repeat(Shape shape, Verb verb) {
     if (port_.recording != nullptr || (shape != Shape::polygon && shape != Shape::region)) return false;
+    const Meeting meeting = meetingOf(shape, verb, state().penMode);
     const bool isFrame = verb == Verb::frame;
-    const bool isOfLines = isFrame && shape == Shape::polygon;
-    const int mode = port_.state.penMode;
-    if (isOfLines && (mode < patCopy || mode > patCopy + 7)) return false;
-    // Where lines meet, both invert.
-    const bool isToggled = isOfLines && (mode & 3) == (patXor & 3);
-    if (!repeated_ || repeated_->shape != shape || repeated_->isFrame != isFrame || repeated_->isToggled != isToggled) {
-      repeated_.emplace(Repeated{shape, isFrame, isToggled, {}});
-      withShape(shape, verb, {}, [&](const ShapeCommand& command) { repeated_->area = shownOf(command, isToggled); });
+    auto known = std::find_if(repeated_.begin(), repeated_.end(), [&](const Repeated& r) {
+      return r.shape == shape && r.isFrame == isFrame && r.meeting == meeting;
+    });
+    if (known == repeated_.end()) {
+      known = repeated_.insert(known, Repeated{shape, isFrame, meeting, {}});
+      withShape(shape, verb, {}, [&](const ShapeCommand& command) { known->layers = shownOf(command, meeting); });
     }
     // What is framed is painted: both take the pen.
-    perform(port_,
-            ShapeCommand{.shape = Shape::region, .verb = isFrame ? Verb::paint : verb, .region = &repeated_->area});
+    for (const Region& layer : known->layers)
+      perform(port_, ShapeCommand{.shape = Shape::region, .verb = isFrame ? Verb::paint : verb, .region = &layer});
     return true;
   }
 
-  Region shownOf(const ShapeCommand& command, bool isToggled) {
-    struct Collector : RunSink {
-      Collector(Ink& to, bool toggles) : ink(to), isToggled(toggles) {}
-      void run(int y, int left, int right) override {
-        isToggled ? ink.toggle(y, left, right) : ink.add(y, left, right);
-      }
-      Ink& ink;
-      bool isToggled;
-    };
+  std::vector<Region> shownOf(const ShapeCommand& command, Meeting meeting) {
     const Box clip = port_.visible().bounds();
-    const Point pen = port_.state.penSize;
+    const Point pen = state().penSize;
     Box box = command.region != nullptr ? command.region->bounds() : Box(boundsOf(command.points));
     box.right += std::max<int>(pen.h, 1);
     box.bottom += std::max<int>(pen.v, 1);
-    Ink ink(intersect(box, clip));
-    Collector collector(ink, isToggled);
-    scan(command, pen, clip, collector);
-    RegionBuilder builder;
-    ink.emit(builder);
-    return builder.take();
+    Coverage coverage(intersect(box, clip));
+    scan(command, pen, clip, coverage);
+    // A component of 8 bits that is added to or blended again and again comes to rest or comes round in 256 steps.
+    constexpr int kRound = 256;
+    const bool isDirect = port_.map().isDirect();
+    coverage.fold([=](int count) {
+      if (meeting == Meeting::joins) return 1;
+      if (meeting == Meeting::toggles) return count & 1;
+      return isDirect && count >= kRound ? kRound + count % kRound : count;
+    });
+    return coverage.layers();
   }
 
   Outcome drawQuickTimeImage(ByteReader& in) {
@@ -394,10 +401,11 @@ class Player {
   // The polygon or the region as it was drawn last, if nothing has changed for it since.
   struct Repeated {
     Shape shape;
-    bool isFrame, isToggled;
-    Region area;
+    bool isFrame;
+    Meeting meeting;
+    std::vector<Region> layers;
   };
-  std::optional<Repeated> repeated_;
+  std::vector<Repeated> repeated_;
   TextState text_;
   std::map<std::int16_t, std::string> fontNames_;
 };

@@ -4,21 +4,11 @@
 
 namespace qd {
 
-template <class Use>
-void Ink::inRun(int y, int left, int right, const Use& use) {
+void Ink::add(int y, int left, int right) {
   left = std::max(left, box_.left);
   right = std::min(right, box_.right);
-  if (y >= box_.top && y < box_.bottom && left < right) use(row(y) + (left - box_.left), row(y) + (right - box_.left));
-}
-
-void Ink::add(int y, int left, int right) {
-  inRun(y, left, right, [](std::uint8_t* from, std::uint8_t* to) { std::fill(from, to, std::uint8_t{1}); });
-}
-
-void Ink::toggle(int y, int left, int right) {
-  inRun(y, left, right, [](std::uint8_t* from, std::uint8_t* to) {
-    for (; from != to; ++from) *from ^= 1;
-  });
+  if (y >= box_.top && y < box_.bottom && left < right)
+    std::fill(row(y) + (left - box_.left), row(y) + (right - box_.left), std::uint8_t{1});
 }
 
 void Ink::spread(const Box& margins) {

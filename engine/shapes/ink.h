@@ -1,4 +1,4 @@
-// Pixels before they are painted: of a text, whose styles look at what is around each, or of a shape that repeats.
+// Pixels before they are painted: of a text, whose styles look at what is around each.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +20,6 @@ class Ink {
     if (holds(y, x)) row(y)[x - box_.left] = 1;
   }
   void add(int y, int left, int right);
-  void toggle(int y, int left, int right);
 
   // Each pixel becomes a block, that many more to each side: four margins, none below 0.
   void spread(const Box& margins);
@@ -34,8 +33,6 @@ class Ink {
   static std::size_t sizeOf(const Box& box) {
     return box.empty() ? 0 : static_cast<std::size_t>(box.width()) * static_cast<std::size_t>(box.height());
   }
-  template <class Use>
-  void inRun(int y, int left, int right, const Use& use);
   bool holds(int y, int x) const { return y >= box_.top && y < box_.bottom && x >= box_.left && x < box_.right; }
   std::uint8_t* row(int y) { return pixels_.data() + offsetOf(y); }
   const std::uint8_t* row(int y) const { return pixels_.data() + offsetOf(y); }

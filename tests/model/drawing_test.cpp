@@ -60,6 +60,27 @@ TEST_P(ModelAt, BitsTouchTheSamePixels) { expectSameScenes(GetParam(), 20, {addS
 
 TEST_P(ModelAt, ImagesTouchTheSamePixels) { expectSameScenes(GetParam(), 12, {addState, addImage, addMatte}); }
 
+// So often that what is added comes round, and what is blended comes to rest.
+TEST_P(ModelAt, LinesOfOnePolygonMeetManyTimes) {
+  std::vector<Point> points;
+  std::string all;
+  for (int i = 0; i <= 700; ++i) {
+    points.push_back({i % 2 == 0 ? 3 : i % 7 + 30, i % 2 == 0 ? 4 : 25});
+    all += " " + text(points.back());
+  }
+  for (const int mode : {8, 10, 14, 32, 33, 34, 35, 36, 37, 38, 39, 50}) {
+    Chance chance(static_cast<unsigned>(mode));
+    Scene scene = sceneOf(chance, GetParam());
+    for (int i = 0; i < 12; ++i) addState(chance, scene);
+    scene.steps.push_back({format("PnMode %d", mode), [=](Player& p) { p.penMode = mode; }});
+    scene.steps.push_back({"FramePoly {" + all + " }", [=](Player& p) { p.polygon(Verb::frame, points); }});
+    scene.steps.push_back({"FrameSamePoly", [](Player& p) { p.polygon(Verb::frame); }});
+    scene.steps.push_back({"PaintSamePoly", [](Player& p) { p.polygon(Verb::paint); }});
+    scene.steps.push_back({"FrameSamePoly", [](Player& p) { p.polygon(Verb::frame); }});
+    expectSame(scene);
+  }
+}
+
 // Also within one world, whose pixels are all read before the first is written.
 TEST_P(ModelAt, CopiesTouchTheSamePixels) {
   for (unsigned seed = 0; seed < 300; ++seed) {
