@@ -1,4 +1,4 @@
-// Makes the pictures that are played: a photograph of sorts, many shapes, and one pixel.
+// Makes the pictures that are played: a photograph of sorts, many shapes, one pixel, and an oval in a large frame.
 #include <cmath>
 #include <cstring>
 
@@ -49,4 +49,6 @@ int main(int count, char** words) {
   });
   write(folder + "/dot.pict", 1, 1,
         [](qd::Recorder& recorder) { recorder.rect(qd::Verb::paint, qd::MakeRect(0, 0, 1, 1)); });
+  write(folder + "/large.pict", 20000, 20000,
+        [](qd::Recorder& recorder) { recorder.oval(qd::Verb::paint, qd::MakeRect(0, 0, 20000, 20000)); });
 }
