@@ -54,10 +54,7 @@ Json jsonOf(const Facts& facts) {
                {"fonts", Json::array()},
                {"opcodeCount", facts.opcodeCount()}};
   for (const qd::PictureImage& image : facts.images) json["images"].push_back(qd::describe(image));
-  for (const qd::PictureFont& font : facts.fonts) {
-    const std::string number = std::to_string(font.number);
-    json["fonts"].push_back(font.name.empty() ? number : font.name + " (" + number + ")");
-  }
+  for (const qd::PictureFont& font : facts.fonts) json["fonts"].push_back(qd::describe(font));
   return json;
 }
 

@@ -35,8 +35,7 @@ std::string lineOf(const Facts& facts) {
   for (const qd::PictureImage& image : facts.images) images += (images.empty() ? "" : ", ") + describe(image);
   if (!images.empty()) line += "; images: " + images;
   std::string fonts;
-  for (const qd::PictureFont& font : facts.fonts)
-    fonts += (fonts.empty() ? "" : ", ") + (font.name.empty() ? std::to_string(font.number) : font.name);
+  for (const qd::PictureFont& font : facts.fonts) fonts += (fonts.empty() ? "" : ", ") + describe(font);
   if (!fonts.empty()) line += "; fonts: " + fonts;
   line += "; " + facts.words;
   for (const std::string& remark : facts.remarks) line += "; " + remark;

@@ -4,6 +4,7 @@
 #include "engine/pict/bits.h"
 #include "engine/pict/opcodes.h"
 #include "engine/pict/quicktime.h"
+#include "engine/text/substitutes.h"
 
 namespace qd {
 namespace {
@@ -202,6 +203,12 @@ std::vector<PictureFont> fontsIn(Bytes picture) {
     if (!isKnown) fonts.push_back(std::move(font));
   });
   return fonts;
+}
+
+std::string describe(const PictureFont& font) {
+  const std::string name = font.name.empty() ? systemFontName(font.number) : font.name;
+  const std::string number = std::to_string(font.number);
+  return name.empty() ? number : name + " (" + number + ")";
 }
 
 bool listPicture(Bytes picture, const std::function<void(const std::string&)>& line) {

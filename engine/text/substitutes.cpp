@@ -1,7 +1,6 @@
 #include "engine/text/substitutes.h"
 
 #include <algorithm>
-#include <string>
 
 namespace qd {
 namespace {
@@ -83,12 +82,28 @@ constexpr Row kRows[] = {
     {"bright", kNoNumber, kSerif},
 };
 
+// The row of a number; the end if there is none.
+const Row* rowOf(int number) {
+  return std::find_if(std::begin(kRows), std::end(kRows),
+                      [number](const Row& row) { return row.number == number && number >= 0; });
+}
+
 }  // namespace
+
+std::string systemFontName(int number) {
+  const Row* const row = rowOf(number);
+  std::string name = row != std::end(kRows) ? row->word : "";
+  bool beginsWord = true;
+  for (char& letter : name) {
+    if (beginsWord && letter != ' ') letter = static_cast<char>(letter + ('A' - 'a'));
+    beginsWord = letter == ' ';
+  }
+  return name;
+}
 
 Substitute substituteOf(int number, std::string_view name) {
   if (name.empty()) {
-    const auto* const row = std::find_if(std::begin(kRows), std::end(kRows),
-                                         [number](const Row& row) { return row.number == number && number >= 0; });
+    const Row* const row = rowOf(number);
     return row != std::end(kRows) ? row->substitute : kSans;
   }
   std::string lower(name);

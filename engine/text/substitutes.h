@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace qd {
@@ -20,5 +21,7 @@ struct Substitute {
 
 // By the name that a picture gives a font, or if that is empty by its number.
 Substitute substituteOf(int number, std::string_view name);
+// The name of the system's font of that number; empty if it has none.
+std::string systemFontName(int number);
 
 }  // namespace qd

@@ -105,6 +105,8 @@ struct PictureFont {
 std::vector<PictureFont> fontsIn(Bytes picture);
 // "codec "jpeg", depth 32, 40x30, 1234 bytes".
 std::string describe(const PictureImage& image);
+// "Geneva (3)"; a number that the system gave no font stands alone.
+std::string describe(const PictureFont& font);
 
 // What a Mac's own text says, like a name of a font or a resource.
 std::string utf8OfMacRoman(std::string_view text);
