@@ -10,13 +10,38 @@
 
 namespace fs = std::filesystem;
 
+namespace {
+
+// Where a Mac's own disks are read, a file's resource fork lies at this path beneath it.
+const fs::path kFork = "..namedfork/rsrc";
+
+// The file of a fork that is named itself.
+fs::path fileOf(const fs::path& path) {
+  const fs::path folder = path.parent_path();
+  return folder.filename() / path.filename() == kFork ? folder.parent_path() : path;
+}
+
+// What is in an input: of a file in which no picture is found, in its resource fork, if there is one.
+containers::Contents contentsOf(const std::string& name, bool isSearching) {
+  const std::string file = readInput(name);
+  containers::Contents contents = containers::picturesIn(asBytes(file), isSearching);
+  const fs::path fork = fs::path(name) / kFork;
+  std::error_code error;
+  if (!contents.pictures.empty() || name == kStandard || !fs::is_regular_file(fork, error)) return contents;
+  const std::string bytes = readFile(fork);
+  containers::Contents inFork = containers::picturesIn(asBytes(bytes), isSearching);
+  return inFork.pictures.empty() ? std::move(contents) : std::move(inFork);
+}
+
+}  // namespace
+
 Inputs::Inputs(const std::vector<std::string>& names, const fs::path& made) {
   for (const std::string& name : names) {
     std::error_code error;
     if (name != kStandard && fs::is_directory(name, error)) {
       walk(name, {}, made);
     } else {
-      add({name, name == kStandard ? fs::path("standard-input") : fs::path(name).filename(), true});
+      add({name, name == kStandard ? fs::path("standard-input") : fileOf(name).filename(), true});
     }
   }
 }
@@ -97,8 +122,7 @@ Seen lookInto(const InputFile& input, const std::string& name, const Looking& lo
     }
   };
   attempt(name, [&] {
-    const std::string file = readInput(input.name);
-    const containers::Contents contents = containers::picturesIn(asBytes(file), looking.isSearching);
+    const containers::Contents contents = contentsOf(input.name, looking.isSearching);
     seen.isRead = true;
     seen.pictures = contents.pictures.size();
     for (const std::string& note : contents.notes) failed(inQuotes(name) + ": " + note);
