@@ -24,9 +24,9 @@ struct Signature {
 constexpr Signature kSignatures[] = {
     {0, "\x89PNG\r\n\x1A\n", {"a PNG file", kRecord, "png"}},
     {0, "\xFF\xD8\xFF", {"a JPEG file", kRecord, "jpg"}},
-    {0, "GIF8", {"a GIF file", kConvert, "gif"}},
-    {0, "II*\0"sv, {"a TIFF file", kConvert, "tif"}},
-    {0, "MM\0*"sv, {"a TIFF file", kConvert, "tif"}},
+    {0, "GIF8", {"a GIF file", kRecord, "gif"}},
+    {0, "II*\0"sv, {"a TIFF file", kRecord, "tif"}},
+    {0, "MM\0*"sv, {"a TIFF file", kRecord, "tif"}},
     {8, "WEBP", {"a WebP file", kConvert, "webp"}},
     {4, "jP  \r\n\x87\n", {"a JPEG 2000 file", kConvert, "jp2"}},
     {0, "8BPS\0\1"sv, {"a Photoshop file", kConvert, "psd"}},
@@ -77,6 +77,7 @@ constexpr Signature kSignatures[] = {
 constexpr std::string_view kCopy = "another copy of it may be whole";
 constexpr Kind kEmpty = {"an empty file", kCopy};
 constexpr Kind kZeros = {"a file of nothing but zeros", kCopy};
+constexpr Kind kBmp = {"a BMP file", kRecord, "bmp"};  // whose two letters may begin a text
 constexpr Kind kText = {"plain text", "macpict assemble makes a PICT of a listing"};
 
 bool isThere(const Signature& signature, Bytes file) {
@@ -101,7 +102,8 @@ const Kind* knownKind(Bytes file) {
     if (isThere(signature, file)) return &signature.kind;
   }
   if (std::ranges::all_of(file, [](std::uint8_t byte) { return byte == 0; })) return &kZeros;
-  return isText(file) ? &kText : nullptr;
+  if (isText(file)) return &kText;
+  return hasAt(file, 0, "BM") ? &kBmp : nullptr;
 }
 
 }  // namespace containers

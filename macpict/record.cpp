@@ -30,25 +30,30 @@ bool parseColor(const std::string& text, qd::RGBColor& color) {
   return true;
 }
 
-qd::GWorld readImage(const std::string& name, const Options& options, Report& report) {
-  const std::string file = readInput(name);
+qd::GWorld imageOf(const std::string& name, const std::string& file, const Options& options, Report& report) {
   std::string why;
   auto image = qd::GWorld::ofImage(fonts(), asBytes(file), why, options.transparency);
   if (!image) {
-    throw Failure(inQuotes(name) + " is no image that can be read: " + why +
-                  "; a PNG, JPEG, GIF, TIFF or BMP file would work.");
+    throw Failure(inQuotes(name) + " is " + std::string(containers::kindOf(asBytes(file)).what) +
+                  ", and can't be read as an image: " + why + "; a PNG, JPEG, GIF, TIFF or BMP file would work.");
   }
   if (!why.empty()) report.complaints.push_back(inQuotes(name) + ": " + why + ".");
   return std::move(*image);
 }
 
-void recordImage(const std::string& name, const fs::path& out, const Options& options, const Inputs& inputs,
+enum class Done { recorded, skipped, noImage, failed };
+
+// Files that were found in a folder may be anything.
+Done recordImage(const InputFile& input, const fs::path& out, const Options& options, const Inputs& inputs,
                  Report& report) {
+  const std::string& name = input.name;
+  const std::string file = readInput(name);
+  if (!input.wasNamed && containers::kindOf(asBytes(file)).ending.empty()) return Done::noImage;
   if (!mayWrite(out, inputs, options.output, false)) {
     report.lines.push_back(out.string() + ": is there already, and stays");
-    return;
+    return Done::skipped;
   }
-  qd::GWorld world = readImage(name, options, report);
+  qd::GWorld world = imageOf(name, file, options, report);
   const int width = world.width();
   const int height = world.height();
   const std::string what = "A PICT of " + inQuotes(name);
@@ -63,28 +68,41 @@ void recordImage(const std::string& name, const fs::path& out, const Options& op
   qd::Recorder recorder(fonts(), qd::PictureParams(width, height), sink);
   recorder.image(world, whole, whole);
   if (!recorder.close()) throw Failure(what + " can't be made: there is no memory for it.");
+  if (!input.wasNamed) makeFolder(out.parent_path());
   writePicture(out, asText(bytes));
   report.lines.push_back(out.string() + ": " + std::to_string(width) + "x" + std::to_string(height) + ", " +
                          std::to_string(bytes.size()) + " bytes");
+  return Done::recorded;
 }
 
 Status recordMany(const Options& options, const Inputs& inputs, const fs::path& folder) {
   const std::vector<fs::path> places = inputs.placesIn(folder);
   makeFolder(folder);
-  std::vector<char> isWell(places.size(), true);
+  std::vector<Done> done(places.size());
   doAll(places.size(), options.batch, false, [&](std::size_t at) {
     Report report;
     const InputFile& input = inputs.files()[at];
     try {
-      makeFolder(places[at].parent_path());
-      recordImage(input.name, places[at].string() + ".pict", options, inputs, report);
+      done[at] = recordImage(input, places[at].string() + ".pict", options, inputs, report);
     } catch (...) {
       report.complaints.push_back(sentenceOfCaught(input.name));
-      isWell[at] = false;
+      done[at] = Done::failed;
     }
     return report;
   });
-  return std::count(isWell.begin(), isWell.end(), false) == 0 ? kDone : kFailed;
+  for (const std::string& sentence : inputs.unread()) complain(sentence);
+  const auto count = [&done](Done what) { return static_cast<std::size_t>(std::ranges::count(done, what)); };
+  const std::size_t others = count(Done::noImage);
+  if (!options.batch.isQuiet) {
+    std::string line = std::to_string(count(Done::recorded)) + " of " +
+                       counted(done.size() - others, "image", "images") + " recorded into " + folder.string();
+    if (count(Done::failed) > 0) line += ", " + std::to_string(count(Done::failed)) + " failed";
+    if (count(Done::skipped) > 0) line += ", " + std::to_string(count(Done::skipped)) + " were there";
+    if (others > 0) line += "; " + counted(others, "file holds", "files hold") + " no image";
+    if (!inputs.unread().empty()) line += "; " + std::to_string(inputs.unread().size()) + " can't be read";
+    std::printf("%s\n", line.c_str());
+  }
+  return count(Done::failed) == 0 && inputs.unread().empty() ? kDone : kFailed;
 }
 
 Status record(const Options& options) {
@@ -95,10 +113,10 @@ Status record(const Options& options) {
   const fs::path out = outputAt(to);
   const Inputs inputs(names, out);
   if (isFolderName(out) || inputs.files().size() != 1) return recordMany(options, inputs, out);
-  const std::string& name = inputs.files()[0].name;
+  const InputFile& input = inputs.files()[0];
   checkPictureName(out);
   Report report;
-  workOn(name, [&] { recordImage(name, out, options, inputs, report); });
+  workOn(input.name, [&] { recordImage(input, out, options, inputs, report); });
   tell(report, options.batch.isQuiet, isStandardOutput(out));
   return kDone;
 }

@@ -241,6 +241,24 @@ TEST_F(Files, FoldersAreWalkedByWhatIsInThem) {
   };
   EXPECT_EQ(lines("-j 4"), lines("-j 1"));
   EXPECT_EQ(occurrences(lines("-q"), "rendered"), 0U);
+  // What is there is asked for by name, images as well.
+  const Outcome recorded = in(MACPICT " record -j 2 %/in %/recorded");
+  EXPECT_EQ(recorded.status, 1);  // for the large one
+  EXPECT_NE(recorded.text.find("3 of 4 images recorded into " + path("recorded") + ", 1 failed; 6 files hold no image"),
+            std::string::npos)
+      << recorded.text;
+}
+
+// Among many files, of which one gives nothing yet.
+TEST_F(Files, AnInterruptLeavesWhatIsWhole) {
+  const Outcome ended = in("mkfifo %/waits; " MACPICT
+                           " render -q -j 3 %/a.pict %/waits %/b.pict %/out/ & "
+                           "for i in $(seq 2000); do [ -e %/out/a.png ] && [ -e %/out/b.png ] && break; sleep 0.01; "
+                           "done; kill -TERM $!; wait $!; echo $?");
+  EXPECT_EQ(ended.text.substr(0, 4), "143\n") << ended.text;
+  EXPECT_EQ(namesIn("out"), (std::set<std::string>{"a.png", "b.png"}));
+  made("render " + path("a.pict") + " " + path("whole.png"));
+  EXPECT_EQ(read("out/a.png"), read("whole.png"));
 }
 
 TEST_F(Files, SizesAreWhatIsAskedFor) {
