@@ -96,7 +96,7 @@ TEST_F(Browse, ShowsWhatIsInAFolder) {
       "Outcome partly: 1 opcode is not drawn Remarks text is not drawn, since the font file \"" +
           path("in/LiberationSans-Regular.ttf") +
           "\" can't be used: it can't be read Size 90 \u00D7 10 pixels Resolution 72 dpi Frame (0, 0) to (90, 10) "
-          "Version 2 Bytes 68 Fonts Some _/script_ Font (900), 3\n"
+          "Version 2 Bytes 68 Fonts Some _/script_ Font (900), Geneva (3)\n"
           "line\u2028 _ \"end\".pict");
 }
 
