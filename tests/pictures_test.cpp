@@ -95,6 +95,18 @@ TEST_F(Pictures, RowsThatAreCountedByBytesAreRead) {
   }
 }
 
+// Others leave the padding out of a row's size, or cut the size down to it.
+TEST_F(Pictures, RowsThatAreLongerThanTheySayAreRead) {
+  for (const int bytes : {8, 9, 10}) {
+    Pict p;
+    p.op(op::PackBitsRect::kNumber).words({8, 0, 0, 2, 70, 0, 60, 2, 70, 0, 0, 2, 10, 0});
+    for (int row = 0; row < 2; ++row) p.bytes({4, 2 - bytes, 0, 0, 0x80});
+    EXPECT_EQ(p.color(4, 1), bytes == 9 ? "000000" : "FFFFFF") << bytes;
+    EXPECT_EQ(lastPlayback().error.has_value(), bytes < 9) << bytes;
+    EXPECT_EQ(lastPlayback().remarks.size(), bytes < 9 ? 0U : 1U) << bytes;
+  }
+}
+
 TEST_F(Pictures, ImagesThatCannotBeDecodedAreTold) {
   Pict pict;
   pict.op(op::CompressedQuickTime::kNumber).words({0, 68 + 86 + 12, 0, 1, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0});

@@ -3,8 +3,7 @@
 namespace qd {
 namespace {
 
-constexpr int kRawBelow = 8;               // rows this short are not packed
-constexpr std::size_t kByteCountTo = 250;  // rows longer than this count their packed bytes in a word
+constexpr int kByteCountTo = 250;  // rows longer than this count their packed bytes in a word
 constexpr Fixed kResolution = 0x480000;
 
 // The packed or raw bytes of one row.
@@ -43,11 +42,11 @@ bool hasFourth(const Map& map) {
 }
 
 RowForm rowForm(const Map& map, bool isPacked) {
-  const auto rowBytes = static_cast<std::size_t>(map.bytesInRow());
+  const auto rowBytes = static_cast<std::size_t>(std::max(map.bytesInRow(), map.neededBytes()));
   const auto width = static_cast<std::size_t>(Box(map.bounds).width());
   const int packType = map.pixels.packType;
-  const bool isLong = map.bytesInRow() >= kRawBelow;
-  const bool hasByteCounts = rowBytes <= kByteCountTo;
+  const bool isLong = map.bytesInRow() >= Map::kRawBelow;
+  const bool hasByteCounts = map.bytesInRow() <= kByteCountTo;
   if (!map.isDeep()) return {rowBytes, 1, isPacked && isLong && packType != Map::kRaw, hasByteCounts};
   const bool packs = isLong && packType != Map::kRaw && packType != Map::kTriplets;
   if (map.depth() == 16) return {rowBytes, 2, packs, hasByteCounts};
@@ -88,6 +87,12 @@ Rows takeRows(ByteReader& in, const Map& map, bool isPacked) {
     bytes.hasByteCounts = true;
     rows.hasWrongCounts = areWhole(in, bytes, height);
     if (rows.hasWrongCounts) form = bytes;
+  }
+  // Some writers leave a row's padding out of its size, or cut the size down to it. What is packed tells.
+  if (map.isShort()) {
+    RowForm padded = form;
+    padded.bytes += padded.bytes % 2;
+    if (!form.isPacked || !(areWhole(in, form, height) || areWhole(in, padded, height))) in.fail();
   }
   ByteReader ahead = in;
   for (int y = 0; y < height && ahead.good(); ++y) takeRow(ahead, form);
@@ -155,7 +160,7 @@ std::optional<Pattern> patternOf(const PixelPatternFields& fields) {
 
 bool fitsRow(int depth, int width) { return (std::int64_t{width} * depth + 15) / 16 * 2 <= Map::kRowBytesMask - 1; }
 
-bool isShort(const PixelMap& map) { return rowBytesOf(map) < kRawBelow; }
+bool isShort(const PixelMap& map) { return rowBytesOf(map) < Map::kRawBelow; }
 
 ColorTablePtr colorsOf(const Colors& table, int depth) {
   ByteReader in(table.entries);
@@ -221,7 +226,7 @@ void packRows(ByteWriter& out, const PixelMap& map) {
   ByteWriter packed;
   for (int y = map.bounds.top; y < map.bounds.bottom; ++y) {
     map.get(y, map.bounds.left, pixels);
-    const bool isRaw = rowBytes < kRawBelow;
+    const bool isRaw = rowBytes < Map::kRawBelow;
     if (map.depth == 32 && !isRaw) {
       const std::size_t planes = map.hasAlpha ? 4 : 3;
       row.resize(planes * width);

@@ -10,10 +10,15 @@ bool Map::isSane() const {
         isDeep() ? depth() == 16 || depth() == 32 : depth() == 1 || depth() == 2 || depth() == 4 || depth() == 8;
     if (!isKnown) return false;
   }
-  const Box box(bounds);
+  // Rows that are short by no more than their padding may be read yet.
+  constexpr int kPadding = 3;
+  const bool mayBeShort = bytesInRow() >= kRawBelow;
+  return !Box(bounds).empty() && neededBytes() <= bytesInRow() + (mayBeShort ? kPadding : 0);
+}
+
+int Map::neededBytes() const {
   const bool isTriplets = isDeep() && depth() == 32 && pixels.packType == kTriplets;
-  const std::int64_t bits = std::int64_t{box.width()} * (isTriplets ? 24 : depth());
-  return !box.empty() && bits <= std::int64_t{bytesInRow()} * 8;
+  return static_cast<int>((std::int64_t{Box(bounds).width()} * (isTriplets ? 24 : depth()) + 7) / 8);
 }
 
 namespace field {

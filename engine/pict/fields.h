@@ -344,6 +344,7 @@ struct rowBytes : Integer<std::uint16_t> {
 struct Map {
   static constexpr int kPixMapFlag = 0x8000;
   static constexpr int kRowBytesMask = 0x3FFF;
+  static constexpr int kRawBelow = 8;  // rows of fewer bytes are not packed
   enum PackType { kRaw = 1, kTriplets = 2, kWords = 3, kPlanes = 4 };
 
   bool isDirect = false;  // it belongs to an opcode for direct pixels
@@ -356,6 +357,8 @@ struct Map {
   bool isDeep() const { return isDirect || (isPixMap() && pixels.pixelSize > 8); }
   int depth() const { return isPixMap() ? pixels.pixelSize : 1; }
   int bytesInRow() const { return rowBytes & kRowBytesMask; }
+  int neededBytes() const;  // by the pixels of a row
+  bool isShort() const { return bytesInRow() < neededBytes(); }
   bool isSane() const;
 
   template <class Self, class Visitor>

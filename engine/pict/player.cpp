@@ -150,6 +150,7 @@ class Player {
     const auto pixels = pixelsOf(op.map, op.rows, wanted_);
     if (!pixels) return Outcome::broken;
     countBytes(pixels->map);
+    if (op.map.isShort()) remark("rows of pixels are longer than they are said to be, and read so");
     if (op.rows.hasWrongCounts) remark("rows of pixels are counted by bytes where words are due, and read so");
     std::optional<Region> mask;
     if constexpr (requires { op.mask; }) mask = op.mask.mapped(mapping_);
