@@ -3,6 +3,7 @@
 
 #include "engine/pict/bytes.h"
 #include "engine/pixels/pixels.h"
+#include "engine/swapped.h"
 
 namespace qd {
 
@@ -12,11 +13,11 @@ class OrderedReader : public ByteReader {
 
   std::uint16_t u16() {
     const std::uint16_t value = ByteReader::u16();
-    return isLittle_ ? __builtin_bswap16(value) : value;
+    return isLittle_ ? swapped(value) : value;
   }
   std::uint32_t u32() {
     const std::uint32_t value = ByteReader::u32();
-    return isLittle_ ? __builtin_bswap32(value) : value;
+    return isLittle_ ? swapped(value) : value;
   }
 
  private:

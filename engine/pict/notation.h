@@ -100,6 +100,7 @@ std::string quoted(Bytes bytes);
 // As many digits as it takes to read the same again.
 std::string fixedText(Fixed value);
 
+// GCC and Clang look whether the arguments fit.
 __attribute__((format(printf, 1, 2))) std::string format(const char* pattern, ...);
 
 }  // namespace qd

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "engine/swapped.h"
+
 namespace qd {
 
 template <int Depth>
@@ -37,8 +39,6 @@ struct PackedWords {
 
  private:
   static constexpr int kSize = sizeof(Word);
-  static std::uint16_t swapped(std::uint16_t word) { return __builtin_bswap16(word); }
-  static std::uint32_t swapped(std::uint32_t word) { return __builtin_bswap32(word); }
 };
 template <>
 struct Packed<16> : PackedWords<std::uint16_t> {};

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "engine/swapped.h"
+
 namespace qd {
 namespace {
 
@@ -10,7 +12,7 @@ namespace {
 std::uint32_t repeated(std::uint32_t pixel, int depth) {
   if (depth < 32) pixel &= (1U << depth) - 1;
   for (int bits = depth; bits < 32; bits *= 2) pixel |= pixel << bits;
-  return __builtin_bswap32(pixel);
+  return swapped(pixel);
 }
 
 }  // namespace
@@ -100,10 +102,9 @@ Painter::Words Painter::wordsOf(int left, int right) const {
   const std::size_t last = endBit / 32;
   const std::uint32_t firstMask = ~0U >> firstBit % 32;
   const std::uint32_t lastMask = endBit % 32 != 0 ? ~0U << (32 - endBit % 32) : 0;
-  if (first == last) return {first, last, last, __builtin_bswap32(firstMask & lastMask), 0};
+  if (first == last) return {first, last, last, swapped(firstMask & lastMask), 0};
   const bool hasHead = firstBit % 32 != 0;
-  return {first, hasHead ? first + 1 : first, last, hasHead ? __builtin_bswap32(firstMask) : 0,
-          __builtin_bswap32(lastMask)};
+  return {first, hasHead ? first + 1 : first, last, hasHead ? swapped(firstMask) : 0, swapped(lastMask)};
 }
 
 void Painter::fill(int y, int left, int right) {
