@@ -1,5 +1,4 @@
 // macpict help: what a command takes.
-#include <algorithm>
 #include <cstdio>
 
 #include "macpict/commands.h"
@@ -10,20 +9,26 @@ struct Options {
   std::string command;
 };
 
+Status help(const CLI::App& app, const std::string& name) {
+  // Of the program itself, not of the command that was chosen.
+  if (name.empty()) {
+    std::fputs(app.get_formatter()->make_help(&app, app.get_name(), CLI::AppFormatMode::Normal).c_str(), stdout);
+    return kDone;
+  }
+  for (const CLI::App* const command : app.get_subcommands([](const CLI::App*) { return true; })) {
+    if (command->get_name() != name) continue;
+    std::fputs(command->help(app.get_name()).c_str(), stdout);
+    return kDone;
+  }
+  complain("There is no command \"" + name + "\"; macpict help tells all of them.");
+  return kWrongUsage;
+}
+
 }  // namespace
 
 void addHelp(CLI::App& app, Command& chosen) {
-  const auto [help, options] =
-      addCommand<Options>(app, chosen, "help", "Tell what a command takes", [&app](const Options& asked) {
-        const CLI::App* const command = asked.command.empty() ? &app : app.get_subcommand(asked.command);
-        std::fputs(command->help("macpict").c_str(), stdout);
-        return kDone;
-      });
-  help->add_option("COMMAND", options.command, "The command; without one, all of them are told")
-      ->type_name("")
-      ->check([&app](const std::string& name) {
-        const bool isKnown = std::ranges::any_of(
-            app.get_subcommands(nullptr), [&name](const CLI::App* command) { return command->get_name() == name; });
-        return isKnown ? std::string() : "There is no command \"" + name + "\"; macpict help tells all of them";
-      });
+  const auto [command, options] =
+      addCommand<Options>(app, chosen, "help", "Tell what a command takes",
+                          [&app](const Options& asked) { return help(app, asked.command); });
+  command->add_option("COMMAND", options.command, "The command; without one, all of them are told")->type_name("");
 }

@@ -425,6 +425,8 @@ TEST_F(Macpict, SaysInOneSentenceWhatWasWrong) {
 #endif
   EXPECT_EQ(run("--version").text.substr(0, 8), "macpict ");
   EXPECT_EQ(run("--help").status, 0);
+  EXPECT_EQ(run("help").text, run("--help").text);
+  EXPECT_EQ(run("help me").text, "macpict: There is no command \"me\"; macpict help tells all of them.\n");
 }
 
 #ifndef __SANITIZE_ADDRESS__

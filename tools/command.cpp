@@ -25,10 +25,12 @@ std::string wrongCommand(const CLI::App& app, int count, char** arguments) {
 }
 
 // The command line's own sentences end without a stop.
-std::string sentenceOf(const CLI::ParseError& error) {
+std::string sentenceOf(const CLI::ParseError& error, const CLI::App& app) {
   std::string sentence = error.what();
   if (!sentence.ends_with('.')) sentence += '.';
-  return sentence + " macpict --help tells more.";
+  const auto commands = app.get_subcommands();
+  return sentence + (commands.empty() ? " macpict --help" : " macpict help " + commands[0]->get_name()) +
+         " tells more.";
 }
 
 }  // namespace
@@ -69,7 +71,7 @@ Status runChosen(CLI::App& app, Command& chosen, int count, char** arguments) {
     app.exit(asked);
     return kDone;
   } catch (const CLI::ParseError& error) {
-    complain(sentenceOf(error));
+    complain(sentenceOf(error, app));
     return kWrongUsage;
   }
 }
