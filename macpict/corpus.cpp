@@ -1,7 +1,6 @@
 // macpict corpus: all pictures below a folder, small on one sheet.
 #include <algorithm>
 #include <cstdio>
-#include <iterator>
 
 #include "macpict/commands.h"
 #include "macpict/means.h"
@@ -22,14 +21,11 @@ constexpr std::size_t byteCount(int pixels) { return static_cast<std::size_t>(pi
 
 class Sheet {
  public:
-  explicit Sheet(std::size_t count) {
-    const int rows = static_cast<int>((count + kColumns - 1) / kColumns);
-    image_ = {kColumns * kCellWidth, rows * kCellHeight, {}};
-    image_.rgb.assign(byteCount(image_.width) * static_cast<std::size_t>(image_.height), '\xD0');
-  }
-  void place(std::size_t index, const Image& picture, int dy) {
-    const int left = static_cast<int>(index) % kColumns * kCellWidth + kGap;
-    const int top = static_cast<int>(index) / kColumns * kCellHeight + kGap + dy;
+  void place(int index, const Image& picture, int dy) {
+    const int left = index % kColumns * kCellWidth + kGap;
+    const int top = index / kColumns * kCellHeight + kGap + dy;
+    image_.height = (index / kColumns + 1) * kCellHeight;
+    image_.rgb.resize(byteCount(image_.width) * static_cast<std::size_t>(image_.height), '\xD0');
     for (int y = 0; y < picture.height; ++y) {
       image_.rgb.replace(static_cast<std::size_t>(top + y) * byteCount(image_.width) + byteCount(left),
                          byteCount(picture.width), picture.rgb, static_cast<std::size_t>(y) * byteCount(picture.width),
@@ -39,7 +35,7 @@ class Sheet {
   const Image& image() const { return image_; }
 
  private:
-  Image image_;
+  Image image_ = {kColumns * kCellWidth, 0, {}};
 };
 
 // No larger than the world.
@@ -62,7 +58,7 @@ Image label(const std::string& text) {
   qd::VectorSink sink(picture);
   qd::Recorder recorder(fonts(), qd::PictureParams(kWidth, kLabelHeight), sink);
   recorder.font(kGeneva, 10);
-  recorder.text({11, 1}, text);
+  recorder.text({11, 1}, qd::macRomanOfUtf8(text));
   recorder.close();
   qd::GWorld world = makeWorld("A label", qd::MakeRect(0, 0, kWidth, kLabelHeight));
   world.play(picture);
@@ -70,14 +66,14 @@ Image label(const std::string& text) {
 }
 
 struct Sum {
-  int whole = 0, partly = 0, failed = 0, undrawn = 0;
+  int pictures = 0, whole = 0, partly = 0, failed = 0, undrawn = 0;
 };
 
 // Renders one picture, counts what became of it, and gives it small. What is wrong is thrown, or said.
-Image renderOne(const std::string& bytes, Sum& sum, std::string& report) {
-  const auto [width, height] = playSize("it", asBytes(bytes), {.most = kMostShown});
+Image renderOne(qd::Bytes picture, Sum& sum, std::string& report) {
+  const auto [width, height] = playSize("it", picture, {.most = kMostShown});
   qd::GWorld world = makeWorld("it", qd::MakeRect(0, 0, width, height));
-  const qd::Playback playback = world.play(asBytes(bytes));
+  const qd::Playback playback = world.play(picture);
   sum.undrawn += playback.undrawn;
   report = std::to_string(width) + "x" + std::to_string(height) + ", " + outcomeOf(playback, false);
   for (const std::string& remark : playback.remarks) report += "; " + remark;
@@ -98,36 +94,32 @@ Status renderCorpus(const Options& options) {
   const fs::path sheetPath = outputAt(options.sheet);
   const OutputFormat& format = formatFor(sheetPath, options.output);
   const Inputs inputs({options.folder});
-  std::vector<InputFile> files;
-  std::ranges::copy_if(inputs.files(), std::back_inserter(files),
-                       [](const InputFile& file) { return endsLikePicture(file.name); });
-  for (const std::string& sentence : inputs.unread()) complain(sentence);
-  if (files.empty()) throw Failure("There is no picture (.pict, .pct, .pic) below \"" + options.folder + "\".");
   if (!mayWrite(sheetPath, inputs, options.output, true)) return kDone;
 
   std::FILE* const words = isStandardOutput(sheetPath) ? stderr : stdout;
-  Sheet sheet(files.size());
+  Sheet sheet;
   Sum sum;
-  for (std::size_t i = 0; i < files.size(); ++i) {
-    const std::string name = files[i].place.string();
+  const auto show = [&](const std::string&, const InputFile& input, const containers::Found& found) {
+    const int index = sum.pictures++;
     std::string report;
     try {
-      sheet.place(i, workOn(files[i].name, [&] { return renderOne(readPicture(files[i].name), sum, report); }),
-                  kLabelHeight);
-    } catch (const Failure& failure) {
+      sheet.place(index, renderOne(found.picture, sum, report), kLabelHeight);
+    } catch (...) {
       ++sum.failed;
-      report = std::string("FAILED: ") + failure.what();
+      report = "FAILED: " + sentenceOfCaught("");
     }
-    std::fprintf(words, "%-40s %s\n", name.c_str(), report.c_str());
-    sheet.place(i, label(files[i].place.stem().string()), 0);
-  }
+    std::fprintf(words, "%-40s %s\n", nameOf(input.place.string(), found).c_str(), report.c_str());
+    sheet.place(index, label(nameOf(input.place.stem().string(), found)), 0);
+  };
+  const bool isRead = eachPicture(inputs, false, show);
+  if (sum.pictures == 0) throw Failure("There is no picture below \"" + options.folder + "\".");
   OutputFile file(sheetPath);
   format.write(file, sheet.image().rows());
   file.commit();
   std::fprintf(words,
                "%d pictures rendered whole, %d partly (%d opcodes are not drawn), %d failed; all of them on %s\n",
                sum.whole, sum.partly, sum.undrawn, sum.failed, sheetPath.c_str());
-  return sum.failed == 0 && inputs.unread().empty() && (!options.isStrict || sum.partly == 0) ? kDone : kFailed;
+  return sum.failed == 0 && isRead && (!options.isStrict || sum.partly == 0) ? kDone : kFailed;
 }
 
 }  // namespace

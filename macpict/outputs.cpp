@@ -70,7 +70,7 @@ const OutputFormat& formatFor(const fs::path& out, const OutputOptions& options)
                   formatEndings() + ", would work.");
   }
   throw Failure("The name \"" + out.string() + "\" tells no format of images; one that ends in " + formatEndings() +
-                " would work, or --format.");
+                " would work, or --format" + (options.mayBeFolder ? ", or a folder, \"" + out.string() + "/\"." : "."));
 }
 
 void checkPictureName(const fs::path& out) {

@@ -13,6 +13,7 @@
 struct OutputOptions {
   std::string format;  // of images, whatever their names say
   bool isForced = false, skipsExisting = false;
+  bool mayBeFolder = false;  // a name without an ending may be meant for one
 };
 // --force and --skip-existing.
 void addReplacing(CLI::App& command, OutputOptions& options);

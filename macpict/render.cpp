@@ -18,7 +18,7 @@ struct Options {
   std::vector<std::string> names;  // the last is where images go
   SizeOptions size;
   Look look;
-  OutputOptions output;
+  OutputOptions output = {.format = {}, .mayBeFolder = true};
   BatchOptions batch;
   bool keepGoing = false, isStrict = false, isVerbose = false, isSearching = false;
 };

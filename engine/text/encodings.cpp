@@ -84,4 +84,18 @@ std::string utf8OfMacRoman(std::string_view text) {
   return utf8;
 }
 
+std::string macRomanOfUtf8(std::string_view text) {
+  std::string roman;
+  while (!text.empty()) {
+    std::size_t length = 1;
+    while (length < text.size() && (text[length] & 0xC0) == 0x80) ++length;
+    const std::string_view character = text.substr(0, length);
+    text.remove_prefix(length);
+    int byte = 0;
+    while (byte < 256 && utf8OfMacRoman(std::string(1, static_cast<char>(byte))) != character) ++byte;
+    roman += byte < 256 ? static_cast<char>(byte) : '?';
+  }
+  return roman;
+}
+
 }  // namespace qd

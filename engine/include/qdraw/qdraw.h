@@ -110,6 +110,8 @@ std::string describe(const PictureFont& font);
 
 // What a Mac's own text says, like a name of a font or a resource.
 std::string utf8OfMacRoman(std::string_view text);
+// The other way; a character that Mac OS Roman hasn't becomes "?".
+std::string macRomanOfUtf8(std::string_view text);
 
 // Where and why a picture ended too early.
 struct PictureError {
