@@ -608,6 +608,7 @@ std::size_t livePorts() { return worlds().alive.size() - 1; }
 void resetCurrentPort() {
   worlds().current = worlds().screen;
   endRecording(*worlds().screen);
+  currentPort().polygon.reset();
   current().state = PortState{};
 }
 
