@@ -46,6 +46,7 @@ std::vector<Region> Coverage::layers() const {
     }
   }
   std::vector<Region> layers;
+  layers.reserve(builders.size());
   for (RegionBuilder& builder : builders) layers.push_back(builder.take());
   return layers;
 }
