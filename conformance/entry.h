@@ -35,11 +35,10 @@ Line idle(Step step);
 Line idle(const std::string& line);
 Lines operator+(Lines some, const Lines& more);
 
-// Pixels that no rule decides, as those of letters: some of them have another colour than they are expected to have, or
-// they may be anything.
+// Pixels that no rule decides, as those of letters. One of them at least has the ink's colour.
 struct Area {
   Rect box;
-  bool hasInk = true;
+  Color ink = {};
 };
 
 struct Entry {

@@ -66,6 +66,11 @@ Pixels played(const Bytes& file, const Rect& size) {
   return pixels;
 }
 
+std::array<std::uint8_t, 3> eightBits(const Color& color) {
+  const auto component = [&color](std::size_t i) { return static_cast<std::uint8_t>(color[i] >> 8); };
+  return {component(0), component(1), component(2)};
+}
+
 bool isSame(const std::uint8_t* is, const std::uint8_t* expected, int tolerance) {
   return std::abs(is[0] - expected[0]) <= tolerance && std::abs(is[1] - expected[1]) <= tolerance &&
          std::abs(is[2] - expected[2]) <= tolerance;
@@ -82,19 +87,20 @@ std::string difference(const Entry& entry, const Pixels& is, const Pixels& expec
                            a[1], a[2], b[0], b[1], b[2]);
     }
   }
-  for (const Area& area : entry.areas) {
+  for (const auto& [box, ink] : entry.areas) {
+    const std::array<std::uint8_t, 3> color = eightBits(ink);
     bool hasInk = false;
-    for (int y = area.box.top; y < area.box.bottom; ++y) {
-      for (int x = area.box.left; x < area.box.right; ++x) hasInk |= !isSame(is.at(x, y), expected.at(x, y), 0);
+    for (int y = box.top; y < box.bottom; ++y) {
+      for (int x = box.left; x < box.right; ++x) hasInk |= isSame(is.at(x, y), color.data(), 0);
     }
-    if (area.hasInk && !hasInk) return "there is nothing in the area " + model::text(area.box);
+    if (!hasInk) return "nothing in the area " + model::text(box) + " has the colour " + model::text(ink);
   }
   return {};
 }
 
 void check(const Entry& entry, const Pixels& expected) {
-  const bool hasInk = std::ranges::any_of(expected.rgb, [](std::uint8_t c) { return c != 255; }) ||
-                      std::ranges::any_of(entry.areas, &Area::hasInk);
+  const bool hasInk =
+      std::ranges::any_of(expected.rgb, [](std::uint8_t c) { return c != 255; }) || !entry.areas.empty();
   if (!hasInk) throw Failure("it shows nothing");
   for (std::size_t i = 0; i < entry.lines.size(); ++i) {
     const auto& [step, isIdle] = entry.lines[i];
@@ -118,8 +124,8 @@ nlohmann::ordered_json aboutOf(const Family& family, const Entry& entry) {
   about["judged"] = !entry.areas.empty() ? "around areas" : entry.tolerance > 0 ? "within a tolerance" : "exactly";
   about["tolerance"] = entry.tolerance;
   about["areas"] = nlohmann::ordered_json::array();
-  for (const auto& [box, hasInk] : entry.areas)
-    about["areas"].push_back({{"box", {box.left, box.top, box.right, box.bottom}}, {"ink", hasInk}});
+  for (const auto& [box, ink] : entry.areas)
+    about["areas"].push_back({{"box", {box.left, box.top, box.right, box.bottom}}, {"ink", eightBits(ink)}});
   return about;
 }
 
