@@ -29,49 +29,51 @@ std::vector<Entry> bits() {
     entry.lines = lines;
     entries.push_back(entry);
   };
-  const Rect whole = {0, 0, 26, 18}, to = {3, 3, 29, 21};
-  const auto place = [&](const Map& map) { return Rect{3, 3, 3 + map.bounds.width(), 3 + map.bounds.height()}; };
+  // What forms there are is shown over all of a picture as large as the map, so that nothing else counts.
+  const Rect all = {0, 0, 32, 24};
+  const auto addWhole = [&](const std::string& name, const std::string& shows, const Written& written) {
+    const Rect frame = {0, 0, written.map.bounds.width(), written.map.bounds.height()};
+    add(name, shows, rule::kOpcodes, {copy(written, {.to = frame})});
+    entries.back().frame = frame;
+  };
 
   struct Form {
     const char* name;
     const char* what;
     Written written;
   };
-  const auto forms = [&](int depth) {
-    const Map map = art(depth, whole), narrow = art(depth, {0, 0, 40 / depth + 1, 18});
-    std::vector<Form> all = {
+  const auto formsOf = [&](int depth) {
+    const Map map = art(depth, all), narrow = art(depth, {0, 0, 40 / depth + 1, 24});
+    std::vector<Form> forms = {
         {"packed", "rows packed by PackBits", {.map = map}},
         {"unpacked", "rows as they are", {.map = map, .isPacked = false}},
         {"short", "rows of less than 8 bytes, which are never packed", {.map = narrow}},
         {"padded", "rows that are longer than their pixels", {.map = map, .padding = 6}},
-        {"moved", "bounds that don't begin at the origin", {.map = art(depth, {-7, 30, 19, 48})}},
+        {"moved", "bounds that don't begin at the origin", {.map = art(depth, {-7, 30, 25, 54})}},
     };
     if (depth > 1) {
-      all.push_back({"device",
-                     "a device's colour table, whose entries are in order whatever they say",
-                     {.map = map, .isDevices = true}});
-      all.push_back(
+      forms.push_back({"device",
+                       "a device's colour table, whose entries are in order whatever they say",
+                       {.map = map, .isDevices = true}});
+      forms.push_back(
           {"reversed", "a colour table whose entries come in another order", {.map = map, .isReversed = true}});
-      all.push_back({"short-table",
-                     "a colour table that leaves out the last entries, which are black",
-                     {.map = map, .told = (1 << depth) * 3 / 4}});
+      forms.push_back({"short-table",
+                       "a colour table that leaves out the last entries, which are black",
+                       {.map = map, .told = (1 << depth) * 3 / 4}});
     }
-    return all;
+    return forms;
   };
   for (const int depth : {1, 2, 4, 8}) {
-    for (const auto& [name, what, written] : forms(depth)) {
-      // Of one bit and 26 pixels the rows have 4 bytes.
+    for (const auto& [name, what, written] : formsOf(depth)) {
       Written one = written;
-      if (depth == 1 && std::string(name) == "packed") one.map = art(1, {0, 0, 72, 18});
-      const Rect there = depth == 1 && std::string(name) == "packed" ? Rect{-20, 3, 52, 21} : place(one.map);
-      add(format("depth-%d-%s", depth, name), format("Pixels of %d bits: %s.", depth, what), rule::kOpcodes,
-          {copy(one, {.to = there})});
+      // So that its rows have 8 bytes.
+      if (depth == 1 && std::string(name) == "packed") one.map = art(1, {0, 0, 64, 24});
+      addWhole(format("depth-%d-%s", depth, name), format("Pixels of %d bits: %s.", depth, what), one);
     }
   }
-  Map tinted = art(1, whole);
+  Map tinted = art(1, all);
   tinted.table = {kYellow, kBlue};
-  add("depth-1-table", "A pixel map of one bit with a table of its own.", rule::kOpcodes,
-      {copy({.map = tinted}, {.to = to})});
+  addWhole("depth-1-table", "A pixel map of one bit with a table of its own.", {.map = tinted});
 
   struct Direct {
     const char* name;
@@ -89,14 +91,12 @@ std::vector<Entry> bits() {
       {"32-padded", "32 bits, in rows that are longer than their pixels, of which nothing is packed", 32, 4, 3, 8},
   };
   for (const auto& [name, what, depth, packType, components, padding] : kDirect) {
-    add(std::string("direct-") + name, std::string("Direct pixels of ") + what + ".", rule::kOpcodes,
-        {copy({.map = art(depth, whole), .packType = packType, .components = components, .padding = padding},
-              {.to = to})});
+    addWhole(std::string("direct-") + name, std::string("Direct pixels of ") + what + ".",
+             {.map = art(depth, all), .packType = packType, .components = components, .padding = padding});
   }
   for (const auto& [depth, width] : {std::pair(16, 3), std::pair(32, 1)}) {
-    const Map narrow = art(depth, {0, 0, width, 18});
-    add(format("direct-%d-short", depth), format("Direct pixels of %d bits in rows of less than 8 bytes.", depth),
-        rule::kOpcodes, {copy({.map = narrow, .packType = depth == 16 ? 3 : 4}, {.to = Rect{3, 3, 27, 21}})});
+    addWhole(format("direct-%d-short", depth), format("Direct pixels of %d bits in rows of less than 8 bytes.", depth),
+             {.map = art(depth, {0, 0, width, 24}), .packType = depth == 16 ? 3 : 4});
   }
   // Of rows longer than 250 bytes the count of packed bytes is a word.
   const Rect part = {100, 1, 126, 5};
@@ -112,27 +112,24 @@ std::vector<Entry> bits() {
       add(format("wide-%d-%d", depth, bytes),
           format("Rows of %d bytes, of %d bits a pixel: the count of a packed row is a %s.", bytes, depth,
                  bytes > 250 ? "word" : "byte"),
-          rule::kOpcodes,
-          {copy({.map = wide, .packType = depth == 16 ? 3 : 4}, {.from = seen, .to = Rect{3, 4, 29, 20}})});
+          rule::kOpcodes, {copy({.map = wide, .packType = depth == 16 ? 3 : 4}, {.from = seen, .to = all})});
     }
   }
 
   // By hand, as none of the usual packers would.
   {
-    const Map map = art(8, {0, 0, 26, 6});
+    const Map map = art(8, {0, 0, 32, 6});
     Written written = {.map = map};
     std::string text =
-        "PackBitsRect " + mapText(written) + " " + model::text(map.bounds) + " (3, 6, 29, 18) 0 rows {\n";
+        "PackBitsRect " + mapText(written) + " " + model::text(map.bounds) + " (0, 0, 32, 24) 0 rows {\n";
     for (int y = 0; y < 6; ++y) {
       std::vector<std::uint8_t> row;
-      for (int x = 0; x < 26; ++x) row.push_back(static_cast<std::uint8_t>(map.at(x, y)));
+      for (int x = 0; x < 32; ++x) row.push_back(static_cast<std::uint8_t>(map.at(x, y)));
       text += "  " + strangelyPacked(row) + "\n";
     }
     add("packed-strangely", "Rows packed byte by byte, with counts of -128 between them, which mean nothing.",
-        rule::kOpcodes, {Step{text + "}", [=](model::Player& p) {
-                                p.bits(map, map.bounds, {3, 6, 29, 18}, 0);
-                              }}});
-    Map wide(8, {0, 0, 128, 4}, art(8, whole).table);
+        rule::kOpcodes, {Step{text + "}", [=](model::Player& p) { p.bits(map, map.bounds, all, 0); }}});
+    Map wide(8, {0, 0, 128, 4}, art(8, all).table);
     for (int x = 0; x < 128; ++x) {
       wide.at(x, 0) = 7;
       wide.at(x, 1) = static_cast<std::uint32_t>(x);
@@ -140,9 +137,10 @@ std::vector<Entry> bits() {
       wide.at(x, 3) = x < 1 ? 90U : 200U;
     }
     add("packed-128", "The longest runs and the longest literals: of 128 bytes.", rule::kOpcodes,
-        {copy({.map = wide}, {.to = Rect{0, 4, 32, 20}})});
+        {copy({.map = wide}, {.to = all})});
   }
 
+  const Rect whole = {0, 0, 26, 18}, to = {3, 3, 29, 21};
   const Map map = art(4, whole), one = art(1, whole);
   struct Place {
     const char* name;

@@ -206,24 +206,24 @@ std::vector<Entry> images() {
   const auto add = [&entries](const std::string& name, const std::string& shows, const Lines& lines) {
     entries.push_back({name, shows, rule::kQuickTime, lines});
   };
-  const Rect whole = {0, 0, 24, 16};
+  const Rect all = {0, 0, 32, 24}, whole = {0, 0, 24, 16};
   for (const int depth : {1, 2, 4, 8, 16, 24, 32}) {
-    Map map = art(depth == 24 ? 32 : depth, whole);
+    Map map = art(depth == 24 ? 32 : depth, all);
     if (depth == 1) map.table = {kYellow, kBlue};
     add(format("raw-%d", depth), format("Pixels of %d bits, not compressed.", depth),
         {image(map, uncompressed(map, depth, depth <= 8 ? 0 : -1))});
   }
   for (const int depth : {34, 36, 40}) {
-    Map map(depth - 32, whole, model::tableOf(depth));
-    const Map form = art(depth - 32, whole);
+    Map map(depth - 32, all, model::tableOf(depth));
+    const Map form = art(depth - 32, all);
     map.pixels = form.pixels;
     add(format("raw-grey-%d", depth - 32),
         format("Greys of %d bits, which as depths are %d, not compressed.", depth - 32, depth),
         {image(map, uncompressed(map, depth, -1))});
   }
   for (const auto& [depth, id] : {std::pair(4, 68), std::pair(8, 72)}) {
-    Map map(depth, whole, model::tableOf(id));
-    map.pixels = art(depth, whole).pixels;
+    Map map(depth, all, model::tableOf(id));
+    map.pixels = art(depth, all).pixels;
     add(format("raw-standard-%d", depth), format("Pixels of %d bits in the system's colours, without a table.", depth),
         {image(map, uncompressed(map, depth, -1))});
   }

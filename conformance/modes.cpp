@@ -10,29 +10,29 @@ using model::format;
 enum Needs : unsigned { kFore = 1, kBack = 2, kOperand = 4 };
 struct Mode {
   int number;
+  unsigned needs;
   const char* name;
   const char* what;
-  unsigned needs;
 };
 constexpr Mode kPatternModes[] = {
-    {8, "copy", "set bits get the foreground's colour, clear ones the background's", kFore | kBack},
-    {9, "or", "set bits get the foreground's colour, clear ones leave what is there", kFore},
-    {10, "xor", "set bits invert what is there", 0},
-    {11, "bic", "set bits get the background's colour", kBack},
-    {12, "not-copy", "the same as copying, with the pattern inverted", kFore | kBack},
-    {13, "not-or", "clear bits get the foreground's colour", kFore},
-    {14, "not-xor", "clear bits invert what is there", 0},
-    {15, "not-bic", "clear bits get the background's colour", kBack},
+    {8, kFore | kBack, "copy", "set bits get the foreground's colour, clear ones the background's"},
+    {9, kFore, "or", "set bits get the foreground's colour, clear ones leave what is there"},
+    {10, 0, "xor", "set bits invert what is there"},
+    {11, kBack, "bic", "set bits get the background's colour"},
+    {12, kFore | kBack, "not-copy", "the same as copying, with the pattern inverted"},
+    {13, kFore, "not-or", "clear bits get the foreground's colour"},
+    {14, 0, "not-xor", "clear bits invert what is there"},
+    {15, kBack, "not-bic", "clear bits get the background's colour"},
 };
 constexpr Mode kArithmetic[] = {
-    {32, "blend", "each component is a weighted mean, the operand being the source's weight", kFore | kBack | kOperand},
-    {33, "add-pin", "components are added, but not over the operand", kFore | kBack | kOperand},
-    {34, "add-over", "components are added and run over", kFore | kBack},
-    {35, "sub-pin", "the source is taken from what is there, but not under the operand", kFore | kBack | kOperand},
-    {36, "transparent", "what has the background's colour is left out", kFore},
-    {37, "ad-max", "of each component the greater stays", kFore | kBack},
-    {38, "sub-over", "the source is taken from what is there and runs over", kFore | kBack},
-    {39, "ad-min", "of each component the smaller stays", kFore | kBack},
+    {32, kFore | kBack | kOperand, "blend", "each component is a weighted mean, the operand being the source's weight"},
+    {33, kFore | kBack | kOperand, "add-pin", "components are added, but not over the operand"},
+    {34, kFore | kBack, "add-over", "components are added and run over"},
+    {35, kFore | kBack | kOperand, "sub-pin", "the source is taken from what is there, but not under the operand"},
+    {36, kFore, "transparent", "what has the background's colour is left out"},
+    {37, kFore | kBack, "ad-max", "of each component the greater stays"},
+    {38, kFore | kBack, "sub-over", "the source is taken from what is there and runs over"},
+    {39, kFore | kBack, "ad-min", "of each component the smaller stays"},
 };
 
 constexpr Color kInk = rgb(0x904010), kPaper = rgb(0x30C0E0), kWeight = rgb(0x60A0B0);
