@@ -123,9 +123,9 @@ std::vector<Entry> bits() {
     std::string text =
         "PackBitsRect " + mapText(written) + " " + model::text(map.bounds) + " (0, 0, 32, 24) 0 rows {\n";
     for (int y = 0; y < 6; ++y) {
-      std::vector<std::uint8_t> row;
-      for (int x = 0; x < 32; ++x) row.push_back(static_cast<std::uint8_t>(map.at(x, y)));
-      text += "  " + strangelyPacked(row) + "\n";
+      model::Out row;
+      for (int x = 0; x < 32; ++x) row.u8(static_cast<int>(map.at(x, y)));
+      text += "  " + strangelyPacked(row.bytes) + "\n";
     }
     add("packed-strangely", "Rows packed byte by byte, with counts of -128 between them, which mean nothing.",
         rule::kOpcodes, {Step{text + "}", [=](model::Player& p) { p.bits(map, map.bounds, all, 0); }}});

@@ -20,10 +20,11 @@ namespace {
 
 // Red, green and blue, a byte each.
 struct Pixels {
-  explicit Pixels(const Rect& rect) : width(rect.width()), height(rect.height()) {
-    rgb.resize(static_cast<std::size_t>(3 * width * height));
+  explicit Pixels(const Rect& rect) : width(rect.width()), height(rect.height()) { rgb.resize(offset(0, height)); }
+  std::size_t offset(int x, int y) const {
+    return 3 * (static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x));
   }
-  const std::uint8_t* at(int x, int y) const { return &rgb[static_cast<std::size_t>(3 * (y * width + x))]; }
+  const std::uint8_t* at(int x, int y) const { return &rgb[offset(x, y)]; }
   bool operator==(const Pixels&) const = default;
 
   int width, height;
@@ -60,9 +61,7 @@ Pixels played(const Bytes& file, const Rect& size) {
   }
   Pixels pixels(size);
   for (int y = 0; y < size.height(); ++y)
-    world->rgb(
-        y, std::span(pixels.rgb)
-               .subspan(static_cast<std::size_t>(3 * y * pixels.width), static_cast<std::size_t>(3 * pixels.width)));
+    world->rgb(y, std::span(pixels.rgb).subspan(pixels.offset(0, y), pixels.offset(0, 1)));
   return pixels;
 }
 

@@ -39,7 +39,7 @@ constexpr Color kInk = rgb(0x904010), kPaper = rgb(0x30C0E0), kWeight = rgb(0x60
 
 Lines portOf(unsigned needs) {
   Lines lines;
-  lines.push_back((needs & kFore) != 0 ? fore(kInk) : fore(kBlack));
+  if ((needs & kFore) != 0) lines.push_back(fore(kInk));
   if ((needs & kBack) != 0) lines.push_back(back(kPaper));
   if ((needs & kOperand) != 0) lines.emplace_back(model::color("OpColor", kWeight));
   return lines;
@@ -59,9 +59,6 @@ std::vector<Entry> penModes() {
     entry.rule = rule::kModes;
     const Line set = model::penMode(number);
     entry.lines = backdrop() + portOf(mode.needs) + Lines{penPattern, number == 8 ? idle(set.step) : set, oval};
-    // What inverts needs no colour.
-    if ((mode.needs & kFore) == 0) entry.lines.erase(entry.lines.begin() + 10);
-    // To the background's colour nothing transparent changes, so that another would look the same.
     entries.push_back(entry);
   };
   for (const Mode& mode : kPatternModes)
@@ -125,7 +122,6 @@ std::vector<Entry> copyModes() {
     entry.shows = shows;
     entry.rule = about;
     entry.lines = backdrop() + portOf(needs) + Lines{copied};
-    if ((needs & kFore) == 0) entry.lines.erase(entry.lines.begin() + 10);
     entries.push_back(entry);
   };
   for (const Mode& mode : kPatternModes) {
