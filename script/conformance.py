@@ -370,8 +370,8 @@ details pre {{ max-height: 20rem; font-size: 0.75rem; }}
 <body>
 <header>
 <h1>A conformance set for readers of PICT</h1>
-<p>{count} small pictures for QuickDraw, each with its text, its bytes and the pixels that a Mac shows, by the rules that each
-names. <a href="README.md">How to use it</a>, <a href="index.json">all of it as data</a>; it is in the public domain
+<p>{count} small pictures for QuickDraw, each with its text, its bytes and the pixels that it shows by the rule that it
+names; no Mac has been asked. <a href="README.md">How to use it</a>, <a href="index.json">all of it as data</a>; it is in the public domain
 (<a href="LICENSE">CC0 1.0</a>). Where a dashed line goes round an area, fonts differ: in it something of the ink's colour is asked for, and
 around it what is shown.</p>
 </header>
