@@ -362,6 +362,11 @@ h3 a {{ color: inherit; text-decoration: none; }}
 .seen {{ position: relative; outline: 1px solid var(--line); align-self: center; background: var(--well); line-height: 0; }}
 .seen img {{ display: block; width: 100%; height: 100%; image-rendering: pixelated; }}
 .seen i {{ position: absolute; border: 1px dashed #d0207a; }}
+@media (max-width: 48rem) {{
+  caption, tbody th {{ white-space: normal; }}
+  tbody th {{ min-width: 7.5rem; }}
+  th, td {{ padding-right: 0.5rem; }}
+}}
 details {{ margin-top: auto; }}
 summary {{ cursor: pointer; font-size: 0.8125rem; color: var(--faint); }}
 details pre {{ max-height: 20rem; font-size: 0.75rem; }}
