@@ -6,14 +6,6 @@
 #include "tests/model/scene.h"
 
 namespace model {
-namespace {
-
-std::string text(const Color& c) {
-  return format("#%04X%04X%04X", static_cast<unsigned>(c[0]), static_cast<unsigned>(c[1]), static_cast<unsigned>(c[2]));
-}
-
-}  // namespace
-
 // A coordinate in the world or about it; now and then far away.
 int Chance::near(int high) {
   if (!oneIn(24)) return any(-8, high + 8);
@@ -146,11 +138,7 @@ Written written(Chance& chance, const Map& map) {
 
 namespace {
 
-void add(Scene& scene, const std::string& line, std::function<void(Player&)> play) {
-  scene.steps.push_back({line, std::move(play)});
-}
-
-std::string kVerbs[] = {"Frame", "Paint", "Erase", "Invert", "Fill"};
+void add(Scene& scene, Step step) { scene.steps.push_back(std::move(step)); }
 
 Pattern anyBits(Chance& chance) {
   Pattern pattern = {kSolid, {}};
@@ -160,69 +148,42 @@ Pattern anyBits(Chance& chance) {
 }
 
 void addPattern(Chance& chance, Scene& scene) {
-  const auto [name, field] =
-      chance.of(std::array{std::pair("Pn", &Player::penPattern), std::pair("Bk", &Player::backPattern),
-                           std::pair("Fill", &Player::fillPattern)});
+  const PatternName name = chance.of(kPatternNames);
   Pattern pattern = anyBits(chance);
-  std::string line = std::string(name) + "Pat " + hex({pattern.bits.begin(), pattern.bits.end()});
-  if (chance.oneIn(4)) {
-    Out out;
-    const bool isColor = chance.oneIn(3);
-    out.u16(isColor ? 2 : 1).put({pattern.bits.begin(), pattern.bits.end()});
-    if (isColor) {
-      const Color color = anyColor(chance, scene);
-      out.color(color);
-      pattern.tile.emplace(32, Rect{0, 0, 1, 1});
-      pattern.tile->at(0, 0) = pattern.tile->pixelOf(color);
-    } else {
-      constexpr int kSizes[] = {1, 2, 3, 8, 16, 32};
-      constexpr int kDepths[] = {1, 2, 4, 8};
-      const int left = chance.any(-2, 2), top = chance.any(-2, 2);
-      Map tile =
-          anyMap(chance, scene, chance.of(kDepths), {left, top, left + chance.of(kSizes), top + chance.of(kSizes)});
-      Written bytes = written(chance, tile);
-      // Rows of a tile that are long are always packed.
-      while (tile.table.empty() || (!bytes.isPacked && bytes.map[1] >= 8)) {
-        tile = anyMap(chance, scene, tile.depth, tile.bounds);
-        bytes = written(chance, tile);
-      }
-      out.put(bytes.map).put(bytes.rows);
-      pattern.tile = tile;
+  if (!chance.oneIn(4)) return add(scene, model::pattern(name, pattern.bits));
+  Out out;
+  const bool isColor = chance.oneIn(3);
+  out.u16(isColor ? 2 : 1).put({pattern.bits.begin(), pattern.bits.end()});
+  if (isColor) {
+    const Color color = anyColor(chance, scene);
+    out.color(color);
+    pattern.tile.emplace(32, Rect{0, 0, 1, 1});
+    pattern.tile->at(0, 0) = pattern.tile->pixelOf(color);
+  } else {
+    constexpr int kSizes[] = {1, 2, 3, 8, 16, 32};
+    constexpr int kDepths[] = {1, 2, 4, 8};
+    const int left = chance.any(-2, 2), top = chance.any(-2, 2);
+    Map tile =
+        anyMap(chance, scene, chance.of(kDepths), {left, top, left + chance.of(kSizes), top + chance.of(kSizes)});
+    Written bytes = written(chance, tile);
+    // Rows of a tile that are long are always packed.
+    while (tile.table.empty() || (!bytes.isPacked && bytes.map[1] >= 8)) {
+      tile = anyMap(chance, scene, tile.depth, tile.bounds);
+      bytes = written(chance, tile);
     }
-    line = std::string(name) + "PixPat hex " + hex(out.bytes);
+    out.put(bytes.map).put(bytes.rows);
+    pattern.tile = tile;
   }
-  add(scene, line, [pattern, field = field](Player& p) { p.*field = pattern; });
+  add(scene, {std::string(name.name) + "PixPat hex " + hex(out.bytes),
+              [pattern, field = name.field](Player& p) { p.*field = pattern; }});
 }
 
-struct Classic {
-  int number;
-  Color color;
-};
-const Classic kClassics[] = {{30, {0xFFFF, 0xFFFF, 0xFFFF}},  {33, {0, 0, 0}},
-                             {69, {0xFC00, 0xF37D, 0x052F}},  {137, {0xF2D7, 0x0856, 0x84EC}},
-                             {205, {0xDD6B, 0x08C2, 0x06A2}}, {273, {0x0241, 0xAB54, 0xEAFF}},
-                             {341, {0x0000, 0x64AF, 0x11B0}}, {409, {0x0000, 0x0000, 0xD400}}};
-
 void addColor(Chance& chance, Scene& scene) {
-  using Field = Color Player::*;
-  struct Name {
-    const char* name;
-    const char* classic;
-    Field field;
-  };
-  constexpr Name kNames[] = {{"RGBFgCol", "FgColor", &Player::foreground},
-                             {"RGBBkCol", "BkColor", &Player::background},
-                             {"OpColor", nullptr, &Player::operand},
-                             {"HiliteColor", nullptr, &Player::highlight}};
-  const Name name = chance.of(kNames);
-  const auto set = [field = name.field](const Color& color) { return [=](Player& p) { p.*field = color; }; };
-  if (name.field == &Player::highlight && chance.oneIn(4)) return add(scene, "DefHilite", set(kHighlight));
-  if (name.classic != nullptr && chance.oneIn(6)) {
-    const Classic classic = chance.of(kClassics);
-    return add(scene, name.classic + format(" %d", classic.number), set(classic.color));
-  }
-  const Color color = anyColor(chance, scene);
-  add(scene, name.name + (" " + text(color)), set(color));
+  constexpr const char* kNames[] = {"RGBFgCol", "RGBBkCol", "OpColor", "HiliteColor"};
+  const int name = chance.any(0, 3);
+  if (name < 2 && chance.oneIn(6)) return add(scene, color(chance.of(kClassics), name == 1));
+  if (name == 3 && chance.oneIn(4)) return add(scene, defaultHighlight());
+  add(scene, color(kNames[name], anyColor(chance, scene)));
 }
 
 constexpr int kPenModes[] = {8,  9,  10, 11, 12, 13, 14, 15, 32, 33, 34,     35, 36, 37, 38, 39,
@@ -307,18 +268,7 @@ void addBitsThrough(Chance& chance, Scene& scene, const Map* matte) {
   const std::string line = name + (isMasked ? "Rgn" : "Rect") + " hex " + hex(out.bytes);
   const std::vector<Region> masks(isMasked ? 1 : 0, mask);
   const auto through = matte != nullptr ? std::optional(*matte) : std::nullopt;
-  add(scene, line, [=](Player& p) { p.bits(map, from, to, mode, masks, through ? &*through : nullptr); });
-}
-
-// The size of an opcode's data, and they.
-std::string sized(const Out& out) {
-  return "QuickTime hex " + hex(Out().u32(static_cast<std::uint32_t>(out.bytes.size())).put(out.bytes).bytes);
-}
-
-// Nothing of it is turned or slanted; numbers are quarters of a pixel.
-void putMatrix(Out& out, int across, int down, int left, int top) {
-  for (const int cell : {across, 0, 0, 0, down, 0, left, top}) out.u32(static_cast<std::uint32_t>(cell * 0x4000));
-  out.u32(0x40000000);
+  add(scene, {line, [=](Player& p) { p.bits(map, from, to, mode, masks, through ? &*through : nullptr); }});
 }
 
 }  // namespace
@@ -331,39 +281,29 @@ void addState(Chance& chance, Scene& scene) {
       return addColor(chance, scene);
     case 3:
       return addPattern(chance, scene);
-    case 4: {
-      const int mode = chance.of(kPenModes);
-      return add(scene, format("PnMode %d", mode), [mode](Player& p) { p.penMode = mode; });
-    }
+    case 4:
+      return add(scene, penMode(chance.of(kPenModes)));
     case 5: {
       const auto one = [&chance] { return chance.oneIn(12) ? chance.any(-1, 20) : chance.any(1, 5); };
-      const Point size = {one(), one()};
-      return add(scene, "PnSize " + text(size), [size](Player& p) { p.penSize = size; });
+      return add(scene, penSize({one(), one()}));
     }
-    case 6: {
-      const Point size = {chance.any(-1, 24), chance.any(-1, 16)};
-      return add(scene, "OvSize " + text(size), [size](Player& p) { p.ovalSize = size; });
-    }
-    case 7: {
-      if (!chance.oneIn(3)) return add(scene, "HiliteMode", [](Player& p) { p.highlights = true; });
-      const int dh = chance.any(-4, 4), dv = chance.any(-4, 4);
-      return add(scene, format("Origin %d %d", dh, dv), [=](Player& p) { p.origin(dh, dv); });
-    }
+    case 6:
+      return add(scene, ovalSize({chance.any(-1, 24), chance.any(-1, 16)}));
+    case 7:
+      if (!chance.oneIn(3)) return add(scene, highlightMode());
+      return add(scene, origin(chance.any(-4, 4), chance.any(-4, 4)));
     default: {
       const Region region =
           chance.oneIn(2) ? Region(Rect{chance.any(-3, 10), chance.any(-3, 8), chance.any(20, 45), chance.any(15, 40)})
                           : anyRegion(chance);
-      if (chance.oneIn(9)) return add(scene, "Clip (0, 0, 0, 0)", [](Player& p) { p.clip(Region()); });
-      const Region open = Region(Rect{-32767, -32767, 32767, 32767});
-      if (chance.oneIn(4)) return add(scene, "Clip " + text(open), [](Player& p) { p.unclip(); });
-      return add(scene, "Clip " + text(region), [region](Player& p) { p.clip(region); });
+      if (chance.oneIn(9)) return add(scene, clip(Region()));
+      return add(scene, chance.oneIn(4) ? unclip() : clip(region));
     }
   }
 }
 
 void addShape(Chance& chance, Scene& scene) {
   const auto verb = static_cast<Verb>(chance.any(0, 4));
-  const std::string verbs = kVerbs[static_cast<std::size_t>(verb)];
   const bool isSame = chance.oneIn(5);
   const auto point = [&chance] { return Point{chance.near(40), chance.near(30)}; };
   switch (chance.any(0, 8)) {
@@ -371,46 +311,23 @@ void addShape(Chance& chance, Scene& scene) {
     case 1: {
       const Point from = point(), to = point();
       const int dh = chance.any(-30, 30), dv = chance.any(-30, 30);
-      switch (chance.any(0, 3)) {
-        case 0:
-          return add(scene, "Line " + text(from) + " " + text(to), [=](Player& p) { p.line(from, to); });
-        case 1:
-          return add(scene, "LineFrom " + text(to), [=](Player& p) { p.lineTo(to); });
-        case 2:
-          return add(scene, format("ShortLineFrom %d %d", dh, dv), [=](Player& p) { p.lineBy(dh, dv); });
-        default:
-          return add(scene, "ShortLine " + text(from) + format(" %d %d", dh, dv), [=](Player& p) {
-            p.line(from, {from.h + dh, from.v + dv});
-          });
-      }
+      const Step lines[] = {line(from, to), lineFrom(to), shortLineFrom(dh, dv), shortLine(from, dh, dv)};
+      return add(scene, chance.of(lines));
     }
     case 2: {
-      if (isSame) return add(scene, verbs + "SamePoly", [=](Player& p) { p.polygon(verb); });
+      if (isSame) return add(scene, polygon(verb));
       std::vector<Point> points;
-      std::string all;
-      for (int i = chance.any(1, chance.oneIn(9) ? 80 : 7); i > 0; --i) {
-        points.push_back(point());
-        all += " " + text(points.back());
-      }
-      return add(scene, verbs + "Poly {" + all + " }", [=](Player& p) { p.polygon(verb, points); });
+      for (int i = chance.any(1, chance.oneIn(9) ? 80 : 7); i > 0; --i) points.push_back(point());
+      return add(scene, polygon(verb, points));
     }
-    case 3: {
-      if (isSame) return add(scene, verbs + "SameRgn", [=](Player& p) { p.region(verb); });
-      const Region region = anyRegion(chance);
-      return add(scene, verbs + "Rgn " + text(region), [=](Player& p) { p.region(verb, region); });
-    }
+    case 3:
+      return add(scene, isSame ? region(verb) : region(verb, anyRegion(chance)));
     default: {
       const auto shape = static_cast<Shape>(chance.any(0, 3));
-      const char* const kNames[] = {"Rect", "RRect", "Oval", "Arc"};
-      const std::string name = kNames[static_cast<std::size_t>(shape)];
       const int unit = chance.oneIn(2) ? 1 : 45;
       const int start = chance.any(-400 / unit, 400 / unit) * unit, arc = chance.any(-400 / unit, 400 / unit) * unit;
-      const std::string angles = shape == Shape::arc ? format(" %d %d", start, arc) : "";
-      if (isSame)
-        return add(scene, verbs + "Same" + name + angles, [=](Player& p) { p.shape(shape, verb, start, arc); });
-      const Rect rect = anyRect(chance);
-      return add(scene, verbs + name + " " + text(rect) + angles,
-                 [=](Player& p) { p.shape(shape, verb, rect, start, arc); });
+      return add(scene, isSame ? model::shape(verb, shape, start, arc)
+                               : model::shape(verb, shape, anyRect(chance), start, arc));
     }
   }
 }
@@ -459,8 +376,8 @@ void addImage(Chance& chance, Scene& scene) {
   std::vector<Region> masks;
   if (hasMask) masks.push_back(mask);
   if (isCut) masks.emplace_back(placed(part));
-  add(scene, "Compressed" + sized(out) + "\n" + next,
-      [=](Player& p) { p.bits(image.map, all, placed(all), mode, masks, hasMatte ? &matte.map : nullptr); });
+  add(scene, {"Compressed" + sized(out) + "\n" + next,
+              [=](Player& p) { p.bits(image.map, all, placed(all), mode, masks, hasMatte ? &matte.map : nullptr); }});
   scene.steps.back().isRecorded = !hasMatte;
 }
 

@@ -4,13 +4,11 @@
 
 #include <qdraw/qdraw.h>
 
-#include <functional>
 #include <random>
-#include <span>
 #include <string>
 #include <vector>
 
-#include "tests/model/model.h"
+#include "tests/model/step.h"
 
 namespace model {
 
@@ -27,33 +25,6 @@ class Chance {
 
  private:
   std::mt19937 random_;
-};
-
-// The bytes of a picture's operands.
-class Out {
- public:
-  Out& u8(int value);
-  Out& u16(int value);
-  Out& u32(std::uint32_t value);
-  Out& words(std::initializer_list<int> values);
-  Out& rect(const Rect& r) { return words({r.top, r.left, r.bottom, r.right}); }
-  Out& color(const Color& c) { return words({c[0], c[1], c[2]}); }
-  Out& region(const Region& region);
-  Out& put(const std::vector<std::uint8_t>& more);
-
-  std::vector<std::uint8_t> bytes;
-};
-// A pixel of that depth in a row, the most significant bits first.
-void putPixel(std::span<std::uint8_t> row, int depth, int x, std::uint32_t pixel);
-
-__attribute__((format(printf, 1, 2))) std::string format(const char* pattern, ...);
-std::string hex(const std::vector<std::uint8_t>& bytes);
-
-// A line of the picture, and what it means.
-struct Step {
-  std::string line;
-  std::function<void(Player&)> play;
-  bool isRecorded = true;  // there is an opcode for it
 };
 
 // Many of its pixels have one of the colours.
@@ -100,9 +71,6 @@ qd::Playback playInto(Map& map, const std::vector<std::uint8_t>& picture);
 // What commands can be made of.
 qd::Point plain(Point p);
 qd::Rect plain(const Rect& r);
-std::string text(Point p);
-std::string text(const Rect& r);
-std::string text(const Region& region);
 Rect anyRect(Chance& chance);
 Region anyRegion(Chance& chance);
 Color anyColor(Chance& chance, const Scene& scene);
