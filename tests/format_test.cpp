@@ -131,12 +131,21 @@ TEST(Format, TextsBecomeTheseBytes) {
       {"PackBitsRect map { rowBytes bitMap 8 bounds (0, 0, 64, 2) } (0,0,1,2) (0,0,1,2) 0 rows { pack FFFFFFFFFFFFFFFF "
        "F900 }",
        "00980008000000000002004000000000000200010000000000020001000002F9FF02F900"},
+      {"BitsRect { rowBytes pixMap 2 bounds (0, 0, 2, 1) hRes 72 vRes 72 pixelSize 1 cmpCount 1 cmpSize 1 colors { "
+       "entries "
+       "{ 0 #FFFFFF 1 #12AB34 } } } (0, 0, 2, 1) (0, 0, 2, 1) 0 { C000 }",
+       "009080020000000000010002000000000000000000480000004800000000000100010001000000000000000000000000000000000000000"
+       "100"
+       "00FFFFFFFFFFFF00011212ABAB3434000000000001000200000000000100020000C000"},
       {"PnSize hex 0102\nbytes \"A\"", "0007010241"},
       {"Line from (1, 2) to (3, 4)\nOpEndPic\nbytes 0001", "0020000200010004000300FF0001"},
   };
   for (const auto& [text, hex] : cases) {
     const PictBytes picture = assembled(text);
     EXPECT_EQ(hexOf(Bytes(picture).subspan(14)), hex) << text;
+    std::string listed;
+    listFully(picture, [&listed](const std::string& line) { listed += line + "\n"; });
+    EXPECT_EQ(assemblePicture(listed).picture, picture) << listed;
   }
   EXPECT_EQ(hexOf(assembled("TxFace 1\nPaintRect (0, 0, 1, 1)\nOpEndPic", 1)),
             "0018000000000020002811010401310000000000010001FF");
