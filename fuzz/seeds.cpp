@@ -380,10 +380,12 @@ void writeTiffs() {
                             {530, {2, 2}}},
                            {File(strip.begin(), strip.end())});
   };
-  constexpr int kFax3 = 3, kFax4 = 4, kJpeg = 7, kYCbCr = 6, kPlain = 1;
+  constexpr int kFax2 = 2, kFax4 = 4, kJpeg = 7, kYCbCr = 6, kPlain = 1;
   write("image/tiff-jpeg", file(8, kJpeg, kYCbCr, 3, jpeg({"", 3, 2, 2})));
   write("image/tiff-ycbcr", file(8, kPlain, kYCbCr, 3, rowOf(std::size_t{11} * 9 * 6, 3)));
-  for (const int fax : {kFax3, kFax4}) write(format("image/tiff-fax-%d", fax), file(1, fax, 0, 1, rowOf(120, 5)));
+  write("image/tiff-fax-4", file(1, kFax4, 0, 1, rowOf(120, 5)));
+  // A white row is a code of seven bits, 0010111.
+  write("image/tiff-fax-2", file(1, kFax2, 0, 1, File(kHeight, 0x2E)));
 }
 
 void writeImages() {
