@@ -366,6 +366,28 @@ void writeCoded() {
   }
 }
 
+// What only the library reads: JPEG, fax, and colours that it converts itself.
+void writeTiffs() {
+  const auto file = [](int bits, int packing, int meaning, int samples, Bytes strip) {
+    return coded::tiffFile(true,
+                           {{256, {kWidth}},
+                            {257, {kHeight}},
+                            {258, std::vector<int>(static_cast<std::size_t>(samples), bits)},
+                            {259, {packing}},
+                            {262, {meaning}},
+                            {277, {samples}},
+                            {278, {kHeight}},
+                            {530, {2, 2}}},
+                           {File(strip.begin(), strip.end())});
+  };
+  constexpr int kFax2 = 2, kFax4 = 4, kJpeg = 7, kYCbCr = 6, kPlain = 1;
+  write("image/tiff-jpeg", file(8, kJpeg, kYCbCr, 3, jpeg({"", 3, 2, 2})));
+  write("image/tiff-ycbcr", file(8, kPlain, kYCbCr, 3, rowOf(std::size_t{11} * 9 * 6, 3)));
+  write("image/tiff-fax-4", file(1, kFax4, 0, 1, rowOf(120, 5)));
+  // A white row is a code of seven bits, 0010111.
+  write("image/tiff-fax-2", file(1, kFax2, 0, 1, File(kHeight, 0x2E)));
+}
+
 void writeImages() {
   constexpr JpegForm kJpegs[] = {{"jpeg-grey", 1, 1, 1},
                                  {"jpeg-rgb", 3, 1, 1},
@@ -404,6 +426,7 @@ void writeImages() {
     writeTold(format("raw-%d", depth), operandsOf("raw ", depth, rows, depth == 24, depth == 8));
   }
   writeCoded();
+  writeTiffs();
   const std::string inner = bits<op::PackBitsRect>({8, 0, 1, 36}, true, 0);
   ByteWriter uncompressed;
   uncompressed.u16(0);

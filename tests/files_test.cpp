@@ -316,6 +316,10 @@ TEST_F(Files, TransparencyIsKeptOrLaidOnAColour) {
     expect("--background '#00FF00' " + path(image), "00007F80");
   }
   expect("--alpha " + path("opaque.png"), "000000FF");
+  // Where the library can't be loaded, our own decoder reads the same.
+  write("libtiff.so.6", "");
+  EXPECT_EQ(in("LD_LIBRARY_PATH=% " MACPICT " record --alpha %/t.tiff %/own.pict").status, 0);
+  EXPECT_NE(run("list --full " + path("own.pict")).text.find(" 800000FF\n"), std::string::npos);
   // More than an image, or one without, has none to keep.
   const Outcome none = in(MACPICT " render --alpha %/a.pict %/none.png");
   EXPECT_EQ(none.status, 0);

@@ -31,9 +31,9 @@ constexpr Decoder kDecoders[] = {
     {"tga ", "", openTarga},
     {"WRLE", "BM", openBmp},
     {".BMP", "", openBmp},
-    {"gif ", "GIF8", openGif},
-    {"tiff", "II*\0"sv, openTiff},
-    {"tiff", "MM\0*"sv, openTiff},
+    {"gif ", "GIF8", SYSTEM_OR(openGif, openOwnGif)},
+    {"tiff", "II*\0"sv, SYSTEM_OR(openTiff, openOwnTiff)},
+    {"tiff", "MM\0*"sv, SYSTEM_OR(openTiff, openOwnTiff)},
 };
 
 template <class Serves>

@@ -15,6 +15,8 @@ std::unique_ptr<ImageReader> openFile(const ImageSource& source, std::string& wh
 // By libraries that the system keeps safe: row by row.
 std::unique_ptr<ImageReader> openJpeg(const ImageSource& source, std::string& why);
 std::unique_ptr<ImageReader> openPng(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openGif(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openTiff(const ImageSource& source, std::string& why);  // our own where libtiff isn't
 // By a small decoder for all processors, which believes what it reads: only after a check, and the whole image at once.
 std::unique_ptr<ImageReader> openCheckedJpeg(const ImageSource& source, std::string& why);
 std::unique_ptr<ImageReader> openCheckedPng(const ImageSource& source, std::string& why);
@@ -27,7 +29,7 @@ std::unique_ptr<ImageReader> openSmc(const ImageSource& source, std::string& why
 std::unique_ptr<ImageReader> openPlanar(const ImageSource& source, std::string& why);
 std::unique_ptr<ImageReader> openTarga(const ImageSource& source, std::string& why);
 std::unique_ptr<ImageReader> openBmp(const ImageSource& source, std::string& why);
-std::unique_ptr<ImageReader> openGif(const ImageSource& source, std::string& why);
-std::unique_ptr<ImageReader> openTiff(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openOwnGif(const ImageSource& source, std::string& why);
+std::unique_ptr<ImageReader> openOwnTiff(const ImageSource& source, std::string& why);
 
 }  // namespace qd

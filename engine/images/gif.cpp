@@ -1,126 +1,164 @@
-// GIF files: the first image, on the screen's background.
+// GIF by giflib: the first image, on the screen's background; row by row, and what is interlaced as a whole.
+#include <gif_lib.h>
+
 #include <algorithm>
+#include <array>
 #include <vector>
 
 #include "engine/images/decoders.h"
-#include "engine/images/lzw.h"
-#include "engine/images/ordered.h"
-#include "engine/images/whole.h"
+#include "engine/pict/bytes.h"
 
 namespace qd {
 namespace {
 
-// A code of 12 bits gives 4096 at most.
-constexpr std::int64_t kMostPixelsPerByte = 4096;
-
-constexpr int kHasTable = 0x80, kIsInterlaced = 0x40;
-
-ColorTablePtr readTable(OrderedReader& in, int flags) {
-  std::vector<RGBColor> colors(std::size_t{2} << (flags & 7));
-  const auto component = [&in] { return static_cast<std::uint16_t>(in.u8() * 257); };
-  for (RGBColor& color : colors) {
-    const std::uint16_t red = component();
-    const std::uint16_t green = component();
-    color = {red, green, component()};
+class GifReader final : public ImageReader {
+ public:
+  explicit GifReader(Bytes data) : data_(data) {}
+  ~GifReader() override {
+    if (gif_ != nullptr) DGifCloseFile(gif_, nullptr);
   }
-  return std::make_shared<const ColorTable>(std::move(colors));
-}
 
-// What stands in blocks of up to 255 bytes up to an empty one; as far as there is any.
-std::vector<std::uint8_t> takeBlocks(OrderedReader& in) {
-  std::vector<std::uint8_t> bytes;
-  for (std::size_t size = in.u8(); size > 0; size = in.u8()) {
-    const Bytes block = in.take(std::min(size, in.left()));
-    bytes.insert(bytes.end(), block.begin(), block.end());
-  }
-  return bytes;
-}
-
-constexpr int kOpaque = -1;
-
-struct Frame {
-  int transparent = kOpaque;  // the index of no colour
-  int left = 0, top = 0, width = 0, height = 0;
-  bool isInterlaced = false;
-  ColorTablePtr colors;
-  int rootBits = 0;
-  std::vector<std::uint8_t> codes;
-};
-
-// False without any.
-bool readFrame(OrderedReader& in, ColorTablePtr colors, Frame& frame) {
-  constexpr int kExtension = 0x21, kImage = 0x2C;
-  int block = in.u8();
-  for (; block == kExtension; block = in.u8()) {
-    constexpr int kGraphicControl = 0xF9;
-    const int label = in.u8();
-    const std::vector<std::uint8_t> control = takeBlocks(in);
-    if (label == kGraphicControl && control.size() >= 4)
-      frame.transparent = (control[0] & 1) != 0 ? control[3] : kOpaque;
-  }
-  if (block != kImage) return false;
-  frame.left = in.u16();
-  frame.top = in.u16();
-  frame.width = in.u16();
-  frame.height = in.u16();
-  const int flags = in.u8();
-  frame.isInterlaced = (flags & kIsInterlaced) != 0;
-  frame.colors = (flags & kHasTable) != 0 ? readTable(in, flags) : std::move(colors);
-  frame.rootBits = in.u8();
-  if (!in.good() || frame.rootBits < 1 || frame.rootBits > 8 || frame.colors == nullptr) return false;
-  frame.codes = takeBlocks(in);
-  return true;
-}
-
-bool decode(const Frame& frame, int background, WholeImage& image) {
-  auto colors = frame.colors->deepPixels();
-  if (image.format().hasAlpha) {
-    for (std::uint32_t& color : colors) color |= 0xFF000000;
-    colors[static_cast<std::size_t>(frame.transparent)] &= onesOf(32);
-  }
-  const std::vector<std::uint32_t> empty(static_cast<std::size_t>(image.format().width),
-                                         image.format().hasAlpha ? 0 : colors[static_cast<std::size_t>(background)]);
-  for (int y = 0; y < image.format().height; ++y) image.put(y, 0, empty);
-
-  const auto width = static_cast<std::size_t>(frame.width);
-  std::vector<std::uint8_t> pixels(width * static_cast<std::size_t>(frame.height));
-  const std::size_t count = unpackLzw(frame.codes, {frame.rootBits, false}, pixels);
-  std::vector<std::uint32_t> row(width);
-  std::size_t at = 0;
-  const auto putRows = [&](int first, int step) {
-    for (int y = first; y < frame.height && at + width <= count; y += step, at += width) {
-      for (std::size_t x = 0; x < width; ++x) row[x] = colors[pixels[at + x]];
-      image.put(frame.top + y, frame.left, row);
+  bool open(std::string& why) {
+    const std::size_t size = data_.left();
+    if (!readHead()) {
+      why = kSenseless;
+      return false;
     }
-  };
-  if (frame.isInterlaced) {
-    for (const auto& [first, step] : {std::pair(0, 8), {4, 8}, {2, 4}, {1, 2}}) putRows(first, step);
-  } else {
-    putRows(0, 1);
+    const GifImageDesc& frame = gif_->Image;
+    if (!mayBeHeldWhole(gif_->SWidth, gif_->SHeight, size, kMostLzwPerByte, why) ||
+        !mayBeHeldWhole(frame.Width, frame.Height, size, kMostLzwPerByte, why)) {
+      return false;
+    }
+    format_.width = gif_->SWidth;
+    format_.height = gif_->SHeight;
+    format_.hasAlpha = transparent_ != kOpaque;
+    lines_.resize(lineBytes() * static_cast<std::size_t>(frame.Interlace ? frame.Height : 1));
+    readColors();
+    return true;
   }
-  return count == pixels.size();
-}
+
+  bool next(std::span<std::uint32_t> row) override {
+    std::ranges::fill(row, background_);
+    const GifImageDesc& frame = gif_->Image;
+    const int y = y_++ - frame.Top;
+    if (y < 0 || y >= frame.Height) return true;
+    const int line = frame.Interlace ? lineOf(y) : y;
+    while (linesThere_ <= line && !isOver_) readLine();
+    if (line >= linesThere_) {
+      isDamaged_ = true;
+      return linesThere_ > 0;
+    }
+    if (frame.Left >= format_.width || row.empty()) return true;
+    const std::uint8_t* const from = place(line);
+    const auto shown = row.subspan(static_cast<std::size_t>(frame.Left));
+    const auto count = std::min(shown.size(), static_cast<std::size_t>(frame.Width));
+    std::transform(from, from + count, shown.begin(), [this](std::uint8_t index) { return colors_[index]; });
+    return true;
+  }
+
+ private:
+  static constexpr int kOpaque = -1;
+
+  // Up to the first image's codes.
+  bool readHead() {
+    gif_ = DGifOpen(
+        this,
+        [](GifFileType* gif, GifByteType* to, int count) {
+          return static_cast<GifReader*>(gif->UserData)->read(to, static_cast<std::size_t>(count));
+        },
+        nullptr);
+    GifRecordType record = UNDEFINED_RECORD_TYPE;
+    while (gif_ != nullptr && DGifGetRecordType(gif_, &record) == GIF_OK) {
+      if (record == EXTENSION_RECORD_TYPE && readExtension()) continue;
+      if (record != IMAGE_DESC_RECORD_TYPE || DGifGetImageDesc(gif_) != GIF_OK) return false;
+      isInCodes_ = true;
+      return colorMap() != nullptr;
+    }
+    return false;
+  }
+
+  bool readExtension() {
+    int label = 0;
+    GifByteType* block = nullptr;  // its size, and its bytes
+    std::vector<std::uint8_t> control;
+    for (int result = DGifGetExtension(gif_, &label, &block); block != nullptr;
+         result = DGifGetExtensionNext(gif_, &block)) {
+      if (result != GIF_OK) return false;
+      if (label == GRAPHICS_EXT_FUNC_CODE) control.insert(control.end(), block + 1, block + 1 + block[0]);
+    }
+    if (control.size() >= 4) transparent_ = (control[0] & 1) != 0 ? control[3] : kOpaque;
+    return true;
+  }
+
+  const ColorMapObject* colorMap() const {
+    return gif_->Image.ColorMap != nullptr ? gif_->Image.ColorMap : gif_->SColorMap;
+  }
+
+  // What has no colour in the table is black.
+  void readColors() {
+    const auto opaque = format_.hasAlpha ? 0xFF000000 : 0;
+    colors_.fill(opaque);
+    const ColorMapObject& map = *colorMap();
+    std::transform(map.Colors, map.Colors + std::min(map.ColorCount, 256), colors_.begin(),
+                   [opaque](const auto& color) {
+                     return opaque | static_cast<std::uint32_t>(color.Red << 16 | color.Green << 8 | color.Blue);
+                   });
+    if (format_.hasAlpha) colors_[static_cast<std::size_t>(transparent_)] &= onesOf(32);
+    background_ = format_.hasAlpha ? 0 : colors_[static_cast<std::size_t>(gif_->SBackGroundColor)];
+  }
+
+  // The codes are in blocks, each after a byte of its size. A block that is cut off counts as far as it goes.
+  int read(GifByteType* to, std::size_t count) {
+    if (isInCodes_) isInBlock_ = !isInBlock_;
+    if (isInCodes_ && isInBlock_) {
+      const std::size_t size = data_.u8();
+      *to = static_cast<GifByteType>(std::min(size, data_.left()));
+      isInBlock_ = *to > 0;
+      return 1;
+    }
+    const Bytes bytes = data_.take(std::min(count, data_.left()));
+    std::ranges::copy(bytes, to);
+    return static_cast<int>(bytes.size());
+  }
+
+  // Which line of the file a row of the frame is.
+  int lineOf(int y) const {
+    constexpr std::pair<int, int> kPasses[] = {{0, 8}, {4, 8}, {2, 4}, {1, 2}};
+    int before = 0;
+    for (const auto& [first, step] : kPasses) {
+      if (y % step == first) return before + y / step;
+      before += (gif_->Image.Height + step - 1 - first) / step;
+    }
+    return before;
+  }
+
+  std::size_t lineBytes() const { return static_cast<std::size_t>(gif_->Image.Width); }
+  std::uint8_t* place(int line) {
+    return lines_.data() + (gif_->Image.Interlace ? static_cast<std::size_t>(line) * lineBytes() : 0);
+  }
+  void readLine() {
+    isOver_ = DGifGetLine(gif_, place(linesThere_), gif_->Image.Width) != GIF_OK;
+    if (!isOver_) ++linesThere_;
+  }
+
+  ByteReader data_;
+  GifFileType* gif_ = nullptr;
+  bool isInCodes_ = false, isInBlock_ = false;
+  int transparent_ = kOpaque;
+  std::uint32_t background_ = 0;
+  std::array<std::uint32_t, 256> colors_ = {};
+  std::vector<std::uint8_t> lines_;  // of indices: the last one, or all
+  int linesThere_ = 0;
+  bool isOver_ = false;
+  int y_ = 0;
+};
 
 }  // namespace
 
 std::unique_ptr<ImageReader> openGif(const ImageSource& source, std::string& why) {
-  why = kSenseless;
-  OrderedReader in(source.data);
-  in.take(6);
-  const int width = in.u16();
-  const int height = in.u16();
-  const int flags = in.u8();
-  const int background = in.u8();
-  in.u8();
-  const ColorTablePtr colors = (flags & kHasTable) != 0 ? readTable(in, flags) : nullptr;
-  Frame frame;
-  if (!in.good() || !readFrame(in, colors, frame)) return nullptr;
-  const auto isPossible = [&](int w, int h) {
-    return mayBeHeldWhole(w, h, source.data.size(), kMostPixelsPerByte, why);
-  };
-  if (!isPossible(width, height) || !isPossible(frame.width, frame.height)) return nullptr;
-  return WholeImage::decoded({width, height, 32, nullptr, frame.transparent != kOpaque}, why,
-                             [&](WholeImage& image) { return decode(frame, background, image); });
+  auto reader = std::make_unique<GifReader>(source.data);
+  if (!reader->open(why)) return nullptr;
+  return reader;
 }
 
 }  // namespace qd

@@ -79,5 +79,7 @@ bool mayBeHeldWhole(std::int64_t width, std::int64_t height, std::size_t bytes, 
 constexpr std::int64_t kMostJpegPixelsPerByte = 512;
 // A byte of deflate gives at most 1032.
 constexpr std::int64_t kMostInflatedPerByte = 1032;
+// A code of LZW gives 4096 at most.
+constexpr std::int64_t kMostLzwPerByte = 4096;
 
 }  // namespace qd

@@ -42,6 +42,11 @@ Played played(const Image& image, const Data& data) {
 // The image comes out pixel by pixel. Cut short anywhere, it is told as damaged or not drawn.
 void expectDecoded(const Image& image) {
   const Played whole = played(image, image.data);
+  if (image.isForLibrary && sizeof(void*) == 4) {
+    EXPECT_EQ(whole.playback.undrawn, 1) << image.name;
+    EXPECT_EQ(whole.playback.remarks.size(), 1U) << image.name;
+    return;
+  }
   EXPECT_EQ(whole.pixels, image.pixels) << image.name;
   EXPECT_EQ(whole.playback.drawn, 1) << image.name;
   EXPECT_TRUE(whole.playback.remarks.empty()) << image.name << ": " << whole.playback.remarks[0];

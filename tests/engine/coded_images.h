@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -79,8 +80,9 @@ struct Image {
   std::string codec;
   int width, height, depth;
   Data data;
-  std::string pixels;        // of all rows
-  std::size_t unneeded = 0;  // bytes at the end that no pixel needs
+  std::string pixels;         // of all rows
+  std::size_t unneeded = 0;   // bytes at the end that no pixel needs
+  bool isForLibrary = false;  // our own decoder, which serves 32 bits, doesn't read it
 };
 using Images = std::vector<Image>;
 
@@ -397,6 +399,54 @@ inline Images gifFiles() {
   return images;
 }
 
+// A file of pieces, which are strips unless there is a width of tiles, and of fields by their tags.
+inline Data tiffFile(bool isLittle, std::map<int, std::vector<int>> fields, const std::vector<Data>& pieces) {
+  const bool isTiled = fields.contains(322);
+  const int places = isTiled ? 324 : 273;
+  const int sizes = isTiled ? 325 : 279;
+  fields[places].resize(pieces.size());
+  for (const Data& piece : pieces) fields[sizes].push_back(static_cast<int>(piece.size()));
+  const auto isLong = [=](int tag) { return tag == places || tag == sizes; };
+  const int lists = 8 + 2 + 12 * static_cast<int>(fields.size()) + 4;
+  int end = lists;
+  for (const auto& [tag, values] : fields) {
+    const int size = static_cast<int>(values.size()) * (isLong(tag) ? 4 : 2);
+    if (size > 4) end += size;
+  }
+  for (std::size_t i = 0; i < pieces.size(); ++i) {
+    fields[places][i] = end;
+    end += static_cast<int>(pieces[i].size());
+  }
+
+  Out out, far;
+  const auto word = [isLittle](Out& to, int value) { isLittle ? to.lowWords({value}) : to.words({value}); };
+  const auto longWord = [isLittle](Out& to, std::size_t value) {
+    isLittle ? to.lowLongs({static_cast<int>(value)}) : to.longs({value});
+  };
+  out.text(isLittle ? "II" : "MM");
+  word(out, 42);
+  longWord(out, 8);
+  word(out, static_cast<int>(fields.size()));
+  for (const auto& [tag, values] : fields) {
+    word(out, tag);
+    word(out, isLong(tag) ? 4 : 3);
+    longWord(out, values.size());
+    Out list;
+    for (const int value : values) isLong(tag) ? longWord(list, static_cast<std::size_t>(value)) : word(list, value);
+    if (list.data.size() > 4) {
+      longWord(out, static_cast<std::size_t>(lists) + far.data.size());
+      far.put(list.data);
+    } else {
+      list.data.resize(4);
+      out.put(list.data);
+    }
+  }
+  longWord(out, 0);
+  out.put(far.data);
+  for (const Data& piece : pieces) out.put(piece);
+  return out.data;
+}
+
 inline Images tiffFiles() {
   Images images;
   struct Fields {
@@ -404,47 +454,17 @@ inline Images tiffFiles() {
   };
   // Two rows of three pixels, in a strip each.
   const auto file = [](bool isLittle, const Fields& fields, const Data& first, const Data& second,
-                       const Data& palette) {
-    const int entries = 11;
-    const int lists = 8 + 2 + entries * 12 + 4;
-    const int pixels = lists + 16 + static_cast<int>(palette.size());
-    Out out;
-    const auto word = [&](int value) { isLittle ? out.lowWords({value}) : out.words({value}); };
-    const auto longWord = [&](int value) {
-      isLittle ? out.lowLongs({value}) : out.longs({static_cast<std::size_t>(value)});
-    };
-    const auto entry = [&](int tag, int type, int count, int value) {
-      word(tag);
-      word(type);
-      longWord(count);
-      if (type == 3 && count == 1) {
-        word(value);
-        word(0);
-      } else {
-        longWord(value);
-      }
-    };
-    out.text(isLittle ? "II" : "MM");
-    word(42);
-    longWord(8);
-    word(entries);
-    entry(256, 3, 1, 3);
-    entry(257, 3, 1, 2);
-    entry(258, 3, 1, fields.bits);
-    entry(259, 3, 1, fields.packing);
-    entry(262, 3, 1, fields.meaning);
-    entry(273, 4, 2, lists);
-    entry(277, 3, 1, fields.samples);
-    entry(278, 3, 1, 1);
-    entry(279, 4, 2, lists + 8);
-    entry(317, 3, 1, fields.differences);
-    entry(320, 3, static_cast<int>(palette.size()) / 2, lists + 16);
-    longWord(0);
-    longWord(pixels);
-    longWord(pixels + static_cast<int>(first.size()));
-    longWord(static_cast<int>(first.size()));
-    longWord(static_cast<int>(second.size()));
-    return out.put(palette).put(first).put(second).data;
+                       const std::vector<int>& palette) {
+    std::map<int, std::vector<int>> all = {{256, {3}},
+                                           {257, {2}},
+                                           {258, {fields.bits}},
+                                           {259, {fields.packing}},
+                                           {262, {fields.meaning}},
+                                           {277, {fields.samples}},
+                                           {278, {1}},
+                                           {317, {fields.differences}}};
+    if (!palette.empty()) all[320] = palette;
+    return tiffFile(isLittle, all, {first, second});
   };
   const Data rgb = {255, 0, 0, 0, 255, 0, 0, 0, 255};
   const Data black(9);
@@ -459,12 +479,40 @@ inline Images tiffFiles() {
   images.push_back({"tiff of bits", "tiff", 3, 2, 1, file(false, {1, 1, 0, 1, 1}, {0x40}, {0xE0}, {}), ".#.###"});
   images.push_back(
       {"tiff of greys", "tiff", 3, 2, 8, file(true, {8, 1, 1, 1, 1}, {0, 100, 200}, {255, 0, 0}, {}), "#dl.##"});
-  Out palette;  // 16 reds, greens and blues
-  for (const int first : {0, 1, 2}) {
-    for (int i = 0; i < 16; ++i) palette.lowWords({i == first ? 0xFFFF : 0});
-  }
+  std::vector<int> palette(48);  // 16 reds, greens and blues
+  for (const std::size_t i : {0U, 16U + 1, 32U + 2}) palette[i] = 0xFFFF;
   images.push_back({"tiff with a palette", "tiff", 3, 2, 4,
-                    file(true, {4, 1, 3, 1, 1}, {0x01, 0x20}, {0x33, 0x30}, palette.data), "rgb###"});
+                    file(true, {4, 1, 3, 1, 1}, {0x01, 0x20}, {0x33, 0x30}, palette), "rgb###"});
+
+  // The upper byte of 16 bits counts, whatever the lower one is.
+  for (const bool isLittle : {false, true}) {
+    const auto wide = [isLittle](const Data& bytes) {
+      Out out;
+      for (const int byte : bytes) isLittle ? out.bytes({0xFF, byte}) : out.bytes({byte, 0xFF});
+      return out.data;
+    };
+    images.push_back({isLittle ? "tiff of low words" : "tiff of words", "tiff", 3, 2, 24,
+                      file(isLittle, {16, 1, 2, 3, 1}, wide(rgb), wide(black), {}), "rgb###", 0, true});
+  }
+  images.push_back({"tiff of inks", "tiff", 3, 2, 32,
+                    file(true, {8, 1, 5, 4, 1}, {0, 255, 255, 0, 255, 0, 255, 0, 255, 255, 0, 0},
+                         {0, 0, 0, 255, 255, 255, 0, 255, 0, 0, 0, 0}, {}),
+                    "rgb##.", 0, true});
+  images.push_back(
+      {"tiff in planes", "tiff", 3, 2, 24,
+       tiffFile(false, {{256, {3}}, {257, {2}}, {258, {8}}, {262, {2}}, {277, {3}}, {278, {2}}, {284, {2}}},
+                {{255, 0, 0, 0, 0, 255}, {0, 255, 0, 0, 0, 255}, {0, 0, 255, 0, 255, 255}}),
+       "rgb#b.", 0, true});
+  // The second tile lies beside the first, and most of it beside the image.
+  Data left(256);
+  Data right(256);
+  left[1] = left[15] = right[16] = 200;
+  right[1] = left[16] = 100;
+  images.push_back(
+      {"tiff in tiles", "tiff", 18, 2, 8,
+       tiffFile(true, {{256, {18}}, {257, {2}}, {258, {8}}, {262, {1}}, {277, {1}}, {322, {16}}, {323, {16}}},
+                {left, right}),
+       "#l" + repeated("#", 13) + "l#d" + "d" + repeated("#", 15) + "l#", 0, true});
   return images;
 }
 
