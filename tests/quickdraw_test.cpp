@@ -94,6 +94,11 @@ TEST_F(QuickDraw, MasksCopyBlackLeaveWhiteAndMixBetween) {
                                                        "\0\x80\x80\x80"
                                                        "\0\xFF\xFF\xFF",
                                                        12));
+  const std::string before = target.pixels();
+  CopyMask(nullptr, mask.bits(), target.bits(), &all, &all, &all);
+  CopyMask(source.bits(), nullptr, target.bits(), &all, &all, &all);
+  CopyMask(source.bits(), mask.bits(), nullptr, &all, &all, &all);
+  EXPECT_EQ(target.pixels(), before);
 }
 
 TEST_F(QuickDraw, ScrollingErasesWhatItUncovers) {

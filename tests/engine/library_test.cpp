@@ -211,6 +211,7 @@ TEST(Library, TakesNoDamagedFont) {
       {"a short table", [](FontBytes& f) { f.set(f.row("loca") + 12, 8, 4); }},
       {"no outlines", [](FontBytes& f) { f.set(f.row("glyf"), 0x43464620, 4); }},
       {"pixels without end", [](FontBytes& f) { f.set(f.table("head") + 18, 0, 2); }},
+      {"places of another form", [](FontBytes& f) { f.set(f.table("head") + 50, 2, 2); }},
       {"many widths", [](FontBytes& f) { f.set(f.table("hhea") + 34, 0xFFFF, 2); }},
       {"characters elsewhere", [](FontBytes& f) { f.set(f.table("cmap") + 8, 0x7FFFFFFF, 4); }},
       {"characters of another kind",

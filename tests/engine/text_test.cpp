@@ -91,6 +91,20 @@ bool hasInk(const Rows& rows, int left, int top, int size) {
   return false;
 }
 
+// As Unicode's table of Mac OS Roman has them.
+TEST(Text, CharactersOfMacRomanAreThose) {
+  const std::string upper =
+      "ÄÅÇÉÑÖÜáàâäãåçéèêëíìîïñóòôöõúùûü"
+      "†°¢£§•¶ß®©™´¨≠ÆØ∞±≤≥¥µ∂∑∏π∫ªºΩæø"
+      "¿¡¬√ƒ≈∆«»… ÀÃÕŒœ–—“”‘’÷◊ÿŸ⁄€‹›ﬁﬂ"
+      "‡·‚„‰ÂÊÁËÈÍÎÏÌÓÔÒÚÛÙıˆ˜¯˘˙˚¸˝˛ˇ";
+  std::string roman, utf8 = "A~";
+  for (int byte = 0x80; byte < 0x100; ++byte) roman += static_cast<char>(byte);
+  EXPECT_EQ(qd::utf8OfMacRoman("A~" + roman), utf8 + upper);
+  EXPECT_EQ(qd::macRomanOfUtf8(utf8 + upper), "A~" + roman);
+  EXPECT_EQ(qd::macRomanOfUtf8("\xE2\x98\x83\xC3"), "??");
+}
+
 TEST(Text, EveryCharacterIsSeenAtEverySizeInEveryFace) {
   struct Font {
     int number, faces;
