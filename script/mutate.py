@@ -331,6 +331,7 @@ def main():
 
     def done(fault, noticed, reached=True):
         results.append({"key": fault.key(), "line": fault.line, "noticed": noticed, "reached": reached})
+        last.write_text(json.dumps(results))
         if len(results) % 20 == 0:
             say(f"{len(results)} of {len(chosen)} tried, {sum(1 for row in results if row['noticed'])} noticed")
 
@@ -344,7 +345,6 @@ def main():
             put_file(file, faults.replaced((ROOT / file).read_bytes(), fault))
             done(fault, notice_fixed(fault, tests, switched))
         put_file(file, clean)
-    last.write_text(json.dumps(results))
     report(results, unseen)
 
 
