@@ -147,6 +147,12 @@ TEST(Format, TextsBecomeTheseBytes) {
     listFully(picture, [&listed](const std::string& line) { listed += line + "\n"; });
     EXPECT_EQ(assemblePicture(listed).picture, picture) << listed;
   }
+  // Where there are several fields, each has its name.
+  std::string lines;
+  listFully(assembled("PnSize (5, 3)\nShortLine (5, 6) 4 -64"),
+            [&lines](const std::string& line) { lines += line + "\n"; });
+  EXPECT_NE(lines.find(" PnSize (5, 3)\n"), std::string::npos) << lines;
+  EXPECT_NE(lines.find(" ShortLine from (5, 6) dh 4 dv -64\n"), std::string::npos) << lines;
   EXPECT_EQ(hexOf(assembled("TxFace 1\nPaintRect (0, 0, 1, 1)\nOpEndPic", 1)),
             "0018000000000020002811010401310000000000010001FF");
 }

@@ -113,6 +113,25 @@ TEST_F(QuickDraw, ScrollingErasesWhatItUncovers) {
   DisposeRgn(update);
 }
 
+// Its bytes move while they are read.
+TEST_F(QuickDraw, ARecordingCanBePlayedIntoItself) {
+  Canvas canvas(32);
+  const PicHandle picture = openPicture(64, 48);
+  for (std::int16_t i = 0; i < 60; ++i) {
+    const Rect bar = MakeRect(i, 0, 1, 9);
+    PaintRect(&bar);
+  }
+  const Rect all = MakeRect(0, 0, 64, 48);
+  DrawPicture(picture, &all);
+  ClosePicture();
+  int painted = 0;
+  const std::string bytes = bytesOf(picture);
+  EXPECT_TRUE(
+      listPicture(span(bytes), [&](const std::string& line) { painted += line.find("PaintRect") != line.npos; }));
+  EXPECT_EQ(painted, 120);
+  KillPicture(picture);
+}
+
 // A locked handle can't grow: what doesn't fit is missing, and nothing that would have gone by it comes after.
 TEST_F(QuickDraw, ARecordingWithoutRoomTakesNoMoreAndIsWhole) {
   const auto record = [](bool lockedInBetween) {
