@@ -13,6 +13,7 @@ ASSIGNMENT = {"+=": "-=", "-=": "+=", "*=": "+=", "/=": "*=", "%=": "*=", "&=": 
               "<<=": ">>=", ">>=": "<<="}
 UNARY = {"!": "", "-": "", "~": "", "++": "--", "--": "++"}
 EXTREMES = {"std::min": "std::max", "std::max": "std::min"}
+SYMMETRIC = {"intersect", "unite"}  # whose arguments may trade places
 NUMBER = re.compile(r"(0[xX][\da-fA-F']+|0[bB][01']+|\d[\d']*)([uUlLzZ]*)")
 FRACTION = re.compile(r"(\d+\.\d*)([fF]?)")
 # A row of a table of macros, and the numbers in it.
@@ -142,7 +143,7 @@ class Finder:
                      if argument and span[0] <= self.span(argument)[0] < self.span(argument)[1] <= span[1]]
         if node.spelling in ("operator==", "operator!=") and len(arguments) == 2:
             return self.operator(span, arguments, BINARY, fixed)
-        if not arguments or not self.text(span[0], self.span(arguments[0])[0]).rstrip().endswith("("):
+        if not arguments or node.spelling in SYMMETRIC or not self.text(span[0], self.span(arguments[0])[0]).rstrip().endswith("("):
             return
         text = self.text(*span)
         for name, other in EXTREMES.items():

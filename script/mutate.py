@@ -36,7 +36,7 @@ import faults
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build/mutate"
 COPY = WORK / "source"
-BUILD = WORK / "build"
+BUILD = WORK / "out/build"  # two folders deeper: programs look for fonts beside what they are installed in
 ROOMS = ("engine", "plugin", "platform")
 TARGETS = ("tests", "engine-tests", "engine-tests-32", "containers-tests")
 JOBS = 2
