@@ -202,10 +202,9 @@ void TextReader::addQuoted(std::vector<std::uint8_t>& bytes) {
   std::string_view text = next_.text.substr(1, next_.text.size() - 2);
   while (!text.empty()) {
     if (text[0] != '\\') {
-      const char32_t character = takeCharacter(text);
-      const auto* const upper = std::find(std::begin(kMacRomanUpper), std::end(kMacRomanUpper), character);
-      if (character >= 0x80 && upper == std::end(kMacRomanUpper)) return fail("has a character that MacRoman has not");
-      bytes.push_back(static_cast<std::uint8_t>(character < 0x80 ? character : 0x80 + (upper - kMacRomanUpper)));
+      const auto byte = macRomanByteOf(takeCharacter(text));
+      if (!byte) return fail("has a character that MacRoman has not");
+      bytes.push_back(*byte);
     } else if (text.size() >= 4 && text[1] == 'x' && isHex(text.substr(2, 2))) {
       bytes.push_back(byteOf(text.substr(2)));
       text.remove_prefix(4);

@@ -1,6 +1,10 @@
 // MacRoman's upper half, 0x80 to 0xFF, in Unicode (Apple's ROMAN.TXT, with the euro sign at 0xDB).
 #pragma once
 
+#include <algorithm>
+#include <iterator>
+#include <optional>
+
 inline constexpr char32_t kMacRomanUpper[128] = {
     0x00C4, 0x00C5, 0x00C7, 0x00C9, 0x00D1, 0x00D6, 0x00DC, 0x00E1, 0x00E0, 0x00E2, 0x00E4, 0x00E3, 0x00E5,
     0x00E7, 0x00E9, 0x00E8, 0x00EA, 0x00EB, 0x00ED, 0x00EC, 0x00EE, 0x00EF, 0x00F1, 0x00F3, 0x00F2, 0x00F4,
@@ -13,3 +17,11 @@ inline constexpr char32_t kMacRomanUpper[128] = {
     0x00CB, 0x00C8, 0x00CD, 0x00CE, 0x00CF, 0x00CC, 0x00D3, 0x00D4, 0xF8FF, 0x00D2, 0x00DA, 0x00DB, 0x00D9,
     0x0131, 0x02C6, 0x02DC, 0x00AF, 0x02D8, 0x02D9, 0x02DA, 0x00B8, 0x02DD, 0x02DB, 0x02C7,
 };
+
+// The byte of a character; nothing for one that MacRoman hasn't.
+inline std::optional<unsigned char> macRomanByteOf(char32_t character) {
+  if (character < 0x80) return static_cast<unsigned char>(character);
+  const char32_t* const upper = std::find(std::begin(kMacRomanUpper), std::end(kMacRomanUpper), character);
+  if (upper == std::end(kMacRomanUpper)) return std::nullopt;
+  return static_cast<unsigned char>(0x80 + (upper - kMacRomanUpper));
+}

@@ -59,9 +59,7 @@ std::optional<std::string> encode(const std::u32string& text, std::uint32_t enco
       bytes += static_cast<char>(c < 0x800 ? 0xC0 | c >> 6 : 0x80 | (c >> 6 & 0x3F));
       bytes += static_cast<char>(0x80 | (c & 0x3F));
     } else if (encoding == kCFStringEncodingMacRoman) {
-      const char32_t* const end = std::end(kMacRomanUpper);
-      const char32_t* const found = std::find(std::begin(kMacRomanUpper), end, c);
-      bytes += found == end ? '?' : static_cast<char>(0x80 + (found - kMacRomanUpper));
+      bytes += static_cast<char>(macRomanByteOf(c).value_or('?'));
     } else if (encoding == kCFStringEncodingASCII) {
       bytes += '?';
     } else {
