@@ -1,7 +1,6 @@
 // What is packed: by gzip, or in a zip with other things.
 #include <archive.h>
 #include <archive_entry.h>
-#include <dlfcn.h>
 #include <zlib.h>
 
 #include <algorithm>
@@ -9,6 +8,7 @@
 #include <memory>
 
 #include "containers/finder.h"
+#include "engine/loaded.h"
 
 namespace containers {
 namespace {
@@ -61,36 +61,19 @@ void openGzip(Bytes file, const std::string& place, Finder& finder) {
 
 namespace {
 
-// libarchive, loaded when there is a zip: all that it takes along would double the time in which a program starts.
-class LibArchive {
- public:
-  // Null where it isn't installed.
-  static const LibArchive* get() {
-    static const LibArchive library;
-    return library.isWhole_ ? &library : nullptr;
-  }
+// Loaded when there is a zip.
+struct LibArchive : qd::LoadedLibrary {
+  LibArchive() : LoadedLibrary(LIBARCHIVE) {}
 
-#define FUNCTION(name) decltype(&::name) name = reinterpret_cast<decltype(&::name)>(find(#name))
- private:
-  void* library_ = dlopen(LIBARCHIVE, RTLD_NOW | RTLD_LOCAL);
-  bool isWhole_ = library_ != nullptr;
-  void* find(const char* name) {
-    void* const function = isWhole_ ? dlsym(library_, name) : nullptr;
-    isWhole_ = function != nullptr;
-    return function;
-  }
-
- public:
-  FUNCTION(archive_read_new);
-  FUNCTION(archive_read_free);
-  FUNCTION(archive_read_support_format_zip);
-  FUNCTION(archive_read_open_memory);
-  FUNCTION(archive_read_next_header);
-  FUNCTION(archive_read_data);
-  FUNCTION(archive_error_string);
-  FUNCTION(archive_entry_pathname);
-  FUNCTION(archive_entry_pathname_utf8);
-#undef FUNCTION
+  LOADED(archive_read_new);
+  LOADED(archive_read_free);
+  LOADED(archive_read_support_format_zip);
+  LOADED(archive_read_open_memory);
+  LOADED(archive_read_next_header);
+  LOADED(archive_read_data);
+  LOADED(archive_error_string);
+  LOADED(archive_entry_pathname);
+  LOADED(archive_entry_pathname_utf8);
 };
 
 // Reads an entry up to its end; less if it is nothing to look into. False if it is damaged.
@@ -114,7 +97,7 @@ bool readEntry(const LibArchive& library, archive* zip, Buffer& to, Finder& find
 bool isZip(Bytes file) { return hasAt(file, 0, "PK\3\4"); }
 
 void openZip(Bytes file, const std::string& place, Finder& finder) {
-  const LibArchive* const library = LibArchive::get();
+  const LibArchive* const library = qd::LoadedLibrary::get<LibArchive>();
   if (library == nullptr) return finder.note(place, "A zip is read by libarchive, and " LIBARCHIVE " isn't there.");
   const std::unique_ptr<archive, decltype(LibArchive::archive_read_free)> zip(library->archive_read_new(),
                                                                               library->archive_read_free);

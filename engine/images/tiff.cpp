@@ -1,7 +1,6 @@
 // TIFF by libtiff: a row of a strip after another, or those pieces at once that lie side by side, which are planes and
-// tiles. What isn't plain samples the library converts itself. It is loaded when there is a TIFF: all that it takes
-// along would double the time in which a program starts. Where it isn't installed, our own decoder serves.
-#include <dlfcn.h>
+// tiles. What isn't plain samples the library converts itself. It is loaded when there is a TIFF. Where
+// it isn't installed, our own decoder serves.
 #include <tiffio.h>
 
 #include <algorithm>
@@ -11,53 +10,37 @@
 
 #include "engine/images/decoders.h"
 #include "engine/images/tiff_samples.h"
+#include "engine/loaded.h"
 
 namespace qd {
 namespace {
 
-class LibTiff {
- public:
-  // Null where it isn't installed, or is older.
-  static const LibTiff* get() {
-    static const LibTiff library;
-    return library.isWhole_ ? &library : nullptr;
-  }
+struct LibTiff : LoadedLibrary {
+  LibTiff() : LoadedLibrary(LIBTIFF) {}
 
-#define FUNCTION(name) decltype(&::name) name = reinterpret_cast<decltype(&::name)>(find(#name))
- private:
-  void* library_ = dlopen(LIBTIFF, RTLD_NOW | RTLD_LOCAL);
-  bool isWhole_ = library_ != nullptr;
-  void* find(const char* name) {
-    void* const function = isWhole_ ? dlsym(library_, name) : nullptr;
-    isWhole_ = function != nullptr;
-    return function;
-  }
-
- public:
-  FUNCTION(TIFFOpenOptionsAlloc);
-  FUNCTION(TIFFOpenOptionsFree);
-  FUNCTION(TIFFOpenOptionsSetMaxSingleMemAlloc);
-  FUNCTION(TIFFOpenOptionsSetErrorHandlerExtR);
-  FUNCTION(TIFFOpenOptionsSetWarningHandlerExtR);
-  FUNCTION(TIFFClientOpenExt);
-  FUNCTION(TIFFClose);
-  FUNCTION(TIFFGetField);
-  FUNCTION(TIFFGetFieldDefaulted);
-  FUNCTION(TIFFSetField);
-  FUNCTION(TIFFIsTiled);
-  FUNCTION(TIFFScanlineSize64);
-  FUNCTION(TIFFStripSize64);
-  FUNCTION(TIFFTileSize64);
-  FUNCTION(TIFFTileRowSize64);
-  FUNCTION(TIFFComputeStrip);
-  FUNCTION(TIFFReadScanline);
-  FUNCTION(TIFFReadEncodedStrip);
-  FUNCTION(TIFFReadTile);
-  FUNCTION(TIFFRGBAImageOK);
-  FUNCTION(TIFFRGBAImageBegin);
-  FUNCTION(TIFFRGBAImageGet);
-  FUNCTION(TIFFRGBAImageEnd);
-#undef FUNCTION
+  LOADED(TIFFOpenOptionsAlloc);
+  LOADED(TIFFOpenOptionsFree);
+  LOADED(TIFFOpenOptionsSetMaxSingleMemAlloc);
+  LOADED(TIFFOpenOptionsSetErrorHandlerExtR);
+  LOADED(TIFFOpenOptionsSetWarningHandlerExtR);
+  LOADED(TIFFClientOpenExt);
+  LOADED(TIFFClose);
+  LOADED(TIFFGetField);
+  LOADED(TIFFGetFieldDefaulted);
+  LOADED(TIFFSetField);
+  LOADED(TIFFIsTiled);
+  LOADED(TIFFScanlineSize64);
+  LOADED(TIFFStripSize64);
+  LOADED(TIFFTileSize64);
+  LOADED(TIFFTileRowSize64);
+  LOADED(TIFFComputeStrip);
+  LOADED(TIFFReadScanline);
+  LOADED(TIFFReadEncodedStrip);
+  LOADED(TIFFReadTile);
+  LOADED(TIFFRGBAImageOK);
+  LOADED(TIFFRGBAImageBegin);
+  LOADED(TIFFRGBAImageGet);
+  LOADED(TIFFRGBAImageEnd);
 };
 
 // What scanners, fax machines and programs for printing write.
@@ -365,7 +348,7 @@ class TiffReader final : public ImageReader {
 }  // namespace
 
 std::unique_ptr<ImageReader> openTiff(const ImageSource& source, std::string& why) {
-  const LibTiff* const library = LibTiff::get();
+  const LibTiff* const library = LoadedLibrary::get<LibTiff>();
   if (library == nullptr) return openOwnTiff(source, why);
   auto reader = std::make_unique<TiffReader>(*library, source.data);
   if (!reader->open(why)) return nullptr;
