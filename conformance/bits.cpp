@@ -22,12 +22,7 @@ std::string strangelyPacked(const std::vector<std::uint8_t>& row) {
 std::vector<Entry> bits() {
   std::vector<Entry> entries;
   const auto add = [&entries](const std::string& name, const std::string& shows, const char* rule, const Lines& lines) {
-    Entry entry;
-    entry.name = name;
-    entry.shows = shows;
-    entry.rule = rule;
-    entry.lines = lines;
-    entries.push_back(entry);
+    entries.push_back({name, shows, rule, lines});
   };
   // What forms there are is shown over all of a picture as large as the map, so that nothing else counts.
   const Rect all = {0, 0, 32, 24};

@@ -9,19 +9,17 @@ std::vector<Entry> colors() {
   constexpr const char* kNames[] = {"white", "black", "yellow", "magenta", "red", "cyan", "green", "blue"};
   for (std::size_t i = 0; i < std::size(kNames); ++i) {
     const model::Classic& classic = model::kClassics[i];
-    Entry entry;
-    entry.name = std::string("fore-") + kNames[i];
-    entry.shows = format("The old %s, number %d, as the foreground's colour.", kNames[i], classic.number);
-    entry.rule = rule::kColor;
     // The foreground is black to begin with.
-    entry.lines = {fore(kGrey), paint({2, 2, 30, 22}), model::color(classic, false), paint({6, 6, 26, 18})};
-    entries.push_back(entry);
-    entry.name = std::string("back-") + kNames[i];
-    entry.shows = format("The old %s, number %d, as the background's colour.", kNames[i], classic.number);
+    const Lines grey = {fore(kGrey), paint({2, 2, 30, 22})};
+    entries.push_back({std::string("fore-") + kNames[i],
+                       format("The old %s, number %d, as the foreground's colour.", kNames[i], classic.number),
+                       rule::kColor, grey + Lines{model::color(classic, false), paint({6, 6, 26, 18})}});
     const Line ground = model::color(classic, true);
-    entry.lines = {fore(kGrey), paint({2, 2, 30, 22}), classic.number == 30 ? idle(ground.step) : ground,
-                   model::shape(Verb::erase, Shape::rect, {6, 6, 26, 18})};
-    entries.push_back(entry);
+    entries.push_back({std::string("back-") + kNames[i],
+                       format("The old %s, number %d, as the background's colour.", kNames[i], classic.number),
+                       rule::kColor,
+                       grey + Lines{classic.number == 30 ? idle(ground.step) : ground,
+                                    model::shape(Verb::erase, Shape::rect, {6, 6, 26, 18})}});
   }
   const Map form = art(1, {0, 0, 24, 12});
   const Rect whole = {2, 2, 30, 22}, low = {2, 12, 30, 22};

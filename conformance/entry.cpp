@@ -37,6 +37,23 @@ Line fore(const Color& color) { return model::color("RGBFgCol", color); }
 Line back(const Color& color) { return model::color("RGBBkCol", color); }
 Line paint(const Rect& rect) { return model::shape(Verb::paint, Shape::rect, rect); }
 
+std::vector<Entry> again(const std::string& shows, const Lines& before, const Step& fillPattern, Step (*same)(Verb)) {
+  const Line red = fore(kRed);
+  const struct {
+    Verb verb;
+    const char* name;
+    Lines state;
+  } verbs[] = {{Verb::frame, "frame", {red, model::penSize({2, 2})}},
+               {Verb::paint, "paint", {red}},
+               {Verb::erase, "erase", {}},
+               {Verb::invert, "invert", {}},
+               {Verb::fill, "fill", {red, fillPattern}}};
+  std::vector<Entry> entries;
+  for (const auto& [verb, name, state] : verbs)
+    entries.push_back({std::string("same-") + name, shows, rule::kOpcodes, before + state + Lines{same(verb)}});
+  return entries;
+}
+
 Lines backdrop() {
   Lines lines;
   const Color bands[] = {kRed, kBlack, kGreen, kBlue, rgb(0xC0B090)};

@@ -122,9 +122,13 @@ inline constexpr const char* kToolbox = "Inside Macintosh: More Macintosh Toolbo
 constexpr Color rgb(int color) { return {(color >> 16 & 255) * 257, (color >> 8 & 255) * 257, (color & 255) * 257}; }
 inline constexpr Color kBlack = rgb(0), kWhite = rgb(0xFFFFFF), kRed = rgb(0xD02020), kGreen = rgb(0x20A040),
                        kBlue = rgb(0x2040C0), kYellow = rgb(0xF0D020), kGrey = rgb(0x808080);
+inline constexpr Bits kBricks = {0xFF, 0x80, 0x80, 0x80, 0xFF, 0x08, 0x08, 0x08};  // a pattern
 Line fore(const Color& color);
 Line back(const Color& color);
 Line paint(const Rect& rect);
+// The last polygon or region once more, with each verb: `before` draws it, and something between. Fills have the
+// pattern.
+std::vector<Entry> again(const std::string& shows, const Lines& before, const Step& fillPattern, Step (*same)(Verb));
 // Bands of white, black and colours from left to right, on which a mode shows what it does.
 Lines backdrop();
 

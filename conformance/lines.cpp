@@ -24,13 +24,10 @@ std::vector<Entry> lines() {
   constexpr Point kPens[] = {{1, 1}, {4, 1}, {1, 4}, {5, 3}};
   for (const Way& way : kWays) {
     for (const Point pen : kPens) {
-      Entry entry;
-      entry.name = std::string(way.name) + format("-%dx%d", pen.h, pen.v);
-      entry.shows = std::string("A line that is ") + way.goes + format(", by a pen of %d by %d.", pen.h, pen.v);
-      entry.rule = rule::kLines;
-      if (pen.h * pen.v > 1) entry.lines.emplace_back(model::penSize(pen));
-      entry.lines.emplace_back(model::line(way.from, way.to));
-      entries.push_back(entry);
+      const Lines sized = pen.h * pen.v > 1 ? Lines{model::penSize(pen)} : Lines{};
+      entries.push_back({way.name + format("-%dx%d", pen.h, pen.v),
+                         std::string("A line that is ") + way.goes + format(", by a pen of %d by %d.", pen.h, pen.v),
+                         rule::kLines, sized + Lines{model::line(way.from, way.to)}});
     }
   }
 

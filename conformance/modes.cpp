@@ -53,13 +53,9 @@ std::vector<Entry> penModes() {
   const Line penPattern = model::pattern(model::kPatternNames[0], pattern);
   const Line oval = model::shape(Verb::paint, Shape::oval, {2, 2, 30, 22});
   const auto add = [&](const Mode& mode, int number, const std::string& name, const std::string& shows) {
-    Entry entry;
-    entry.name = name;
-    entry.shows = shows;
-    entry.rule = rule::kModes;
     const Line set = model::penMode(number);
-    entry.lines = backdrop() + portOf(mode.needs) + Lines{penPattern, number == 8 ? idle(set.step) : set, oval};
-    entries.push_back(entry);
+    const Lines drawn = {penPattern, number == 8 ? idle(set.step) : set, oval};
+    entries.push_back({name, shows, rule::kModes, backdrop() + portOf(mode.needs) + drawn});
   };
   for (const Mode& mode : kPatternModes)
     add(mode, mode.number, mode.name, format("The pen's mode %d: %s.", mode.number, mode.what));
@@ -117,12 +113,7 @@ std::vector<Entry> copyModes() {
   const Map oneBit = art(1, {0, 0, 24, 14}), table = art(4, {0, 0, 24, 14}), direct = art(32, {0, 0, 24, 14});
   const auto add = [&](const std::string& name, const std::string& shows, unsigned needs, const Step& copied,
                        const char* about = rule::kModes) {
-    Entry entry;
-    entry.name = name;
-    entry.shows = shows;
-    entry.rule = about;
-    entry.lines = backdrop() + portOf(needs) + Lines{copied};
-    entries.push_back(entry);
+    entries.push_back({name, shows, about, backdrop() + portOf(needs) + Lines{copied}});
   };
   for (const Mode& mode : kPatternModes) {
     const int number = mode.number - 8;

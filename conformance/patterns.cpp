@@ -6,7 +6,6 @@ namespace {
 using model::format;
 
 constexpr Bits kArrow = {0x10, 0x30, 0x7F, 0xFF, 0x7F, 0x30, 0x10, 0x00};
-constexpr Bits kBricks = {0xFF, 0x80, 0x80, 0x80, 0xFF, 0x08, 0x08, 0x08};
 
 struct Use {
   const char* name;
@@ -40,12 +39,7 @@ Step plain(const model::PatternName& name, const Color& color) {
 std::vector<Entry> patterns() {
   std::vector<Entry> entries;
   const auto add = [&entries](const std::string& name, const std::string& shows, const char* rule, const Lines& lines) {
-    Entry entry;
-    entry.name = name;
-    entry.shows = shows;
-    entry.rule = rule;
-    entry.lines = lines;
-    entries.push_back(entry);
+    entries.push_back({name, shows, rule, lines});
     return &entries.back();
   };
   const Rect box = {3, 2, 28, 21};

@@ -7,9 +7,8 @@ std::vector<Entry> polygons() {
   const std::vector<Point> star = {{16, 1}, {23, 22}, {3, 9}, {29, 9}, {8, 22}};
   const std::vector<Point> steps = {{4, 4}, {16, 4}, {16, 10}, {26, 10}, {26, 20}, {4, 20}};
   const std::vector<Point> bow = {{3, 3}, {29, 21}, {29, 3}, {3, 21}};
-  const Bits bricks = {0xFF, 0x80, 0x80, 0x80, 0xFF, 0x08, 0x08, 0x08};
   const Lines band = {fore(kYellow), paint({0, 8, 32, 15})};
-  const Step fillPattern = model::pattern(model::kPatternNames[2], bricks);
+  const Step fillPattern = model::pattern(model::kPatternNames[2], kBricks);
   std::vector<Entry> entries = {
       {"frame",
        "A framed polygon is its lines one by one, and isn't closed.",
@@ -77,23 +76,10 @@ std::vector<Entry> polygons() {
        {idle(model::polygon(Verb::paint, {{5, 5}})), idle(model::polygon(Verb::paint, {{5, 5}, {20, 15}})),
         model::polygon(Verb::frame, {{8, 20}, {28, 3}})}},
   };
-  const std::pair<Verb, const char*> verbs[] = {{Verb::frame, "frame"},
-                                                {Verb::paint, "paint"},
-                                                {Verb::erase, "erase"},
-                                                {Verb::invert, "invert"},
-                                                {Verb::fill, "fill"}};
-  for (const auto& [verb, name] : verbs) {
-    Entry entry;
-    entry.name = std::string("same-") + name;
-    entry.shows = "The last polygon once more, after a rectangle came between, with another verb.";
-    entry.rule = rule::kOpcodes;
-    entry.lines = {model::polygon(Verb::fill, steps), fore(kYellow), paint({0, 8, 32, 13}), fore(kRed)};
-    if (verb == Verb::frame) entry.lines.emplace_back(model::penSize({2, 2}));
-    if (verb == Verb::fill) entry.lines.emplace_back(fillPattern);
-    if (verb == Verb::erase || verb == Verb::invert) entry.lines.pop_back();
-    entry.lines.emplace_back(model::polygon(verb));
-    entries.push_back(entry);
-  }
+  const std::vector<Entry> last =
+      again("The last polygon once more, after a rectangle came between, with another verb.",
+            {model::polygon(Verb::fill, steps), fore(kYellow), paint({0, 8, 32, 13})}, fillPattern, model::polygon);
+  entries.insert(entries.end(), last.begin(), last.end());
   return entries;
 }
 

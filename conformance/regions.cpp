@@ -17,9 +17,8 @@ std::vector<Entry> regions() {
   const Region islands = of({{2, 2, 12, 10}, {18, 4, 30, 12}, {6, 14, 27, 22}});
   const Region checks = of({{2, 2, 16, 12}, {9, 7, 30, 22}});
   const Region rows = of({{5, 2, 27, 4}, {3, 6, 20, 7}, {14, 7, 30, 15}, {4, 12, 9, 22}});
-  const Bits bricks = {0xFF, 0x80, 0x80, 0x80, 0xFF, 0x08, 0x08, 0x08};
   const Lines band = {fore(kYellow), paint({0, 6, 32, 14})};
-  const Step fillPattern = model::pattern(model::kPatternNames[2], bricks);
+  const Step fillPattern = model::pattern(model::kPatternNames[2], kBricks);
   std::vector<Entry> entries = {
       {"rect",
        "A region that is a rectangle: its size is 10, and no rows follow.",
@@ -62,24 +61,11 @@ std::vector<Entry> regions() {
       {"fill", "A filled region has the fill pattern.", rule::kDrawing,
        band + Lines{fore(kBlue), fillPattern, model::region(Verb::fill, islands)}},
   };
-  const std::pair<Verb, const char*> verbs[] = {{Verb::frame, "frame"},
-                                                {Verb::paint, "paint"},
-                                                {Verb::erase, "erase"},
-                                                {Verb::invert, "invert"},
-                                                {Verb::fill, "fill"}};
-  for (const auto& [verb, name] : verbs) {
-    Entry entry;
-    entry.name = std::string("same-") + name;
-    entry.shows = "The last region once more, after an oval came between, with another verb.";
-    entry.rule = rule::kOpcodes;
-    entry.lines = {model::region(Verb::fill, checks), fore(kYellow),
-                   model::shape(Verb::paint, Shape::oval, {6, 5, 26, 16}), fore(kRed)};
-    if (verb == Verb::frame) entry.lines.emplace_back(model::penSize({2, 2}));
-    if (verb == Verb::fill) entry.lines.emplace_back(fillPattern);
-    if (verb == Verb::erase || verb == Verb::invert) entry.lines.pop_back();
-    entry.lines.emplace_back(model::region(verb));
-    entries.push_back(entry);
-  }
+  const std::vector<Entry> last =
+      again("The last region once more, after an oval came between, with another verb.",
+            {model::region(Verb::fill, checks), fore(kYellow), model::shape(Verb::paint, Shape::oval, {6, 5, 26, 16})},
+            fillPattern, model::region);
+  entries.insert(entries.end(), last.begin(), last.end());
   return entries;
 }
 

@@ -35,7 +35,6 @@ std::string sentence(const char* pattern, const std::string& what) {
 }
 
 constexpr Bits kSlanted = {0x11, 0x22, 0x44, 0x88, 0x11, 0x22, 0x44, 0x88};
-constexpr Bits kBricks = {0xFF, 0x80, 0x80, 0x80, 0xFF, 0x08, 0x08, 0x08};
 
 // What a verb goes by.
 Lines portOf(Verb verb) {
@@ -59,12 +58,7 @@ Lines portOf(Verb verb) {
 std::vector<Entry> shapes() {
   std::vector<Entry> entries;
   const auto add = [&entries](const std::string& name, const std::string& shows, const char* rule, const Lines& lines) {
-    Entry entry;
-    entry.name = name;
-    entry.shows = shows;
-    entry.rule = rule;
-    entry.lines = lines;
-    entries.push_back(entry);
+    entries.push_back({name, shows, rule, lines});
   };
 
   const Lines band = {fore(kYellow), paint({0, 9, 32, 15})};
