@@ -9,6 +9,7 @@
 #include <optional>
 #include <thread>
 
+#include "macpict/inputs.h"
 #include "tools/output.h"
 
 void addBatch(CLI::App& command, BatchOptions& options) {
@@ -20,6 +21,15 @@ void addBatch(CLI::App& command, BatchOptions& options) {
 
 void addQuiet(CLI::App& command, bool& isQuiet) {
   command.add_flag("-q,--quiet", isQuiet, "Tell nothing but what went wrong");
+}
+
+std::string inWords(const LeftOut& files, const std::string& what) {
+  std::string words;
+  if (files.failed > 0) words += ", " + std::to_string(files.failed) + " failed";
+  if (files.skipped > 0) words += ", " + std::to_string(files.skipped) + " were there";
+  if (files.others > 0) words += "; " + counted(files.others, "file holds", "files hold") + " no " + what;
+  if (files.unread > 0) words += "; " + std::to_string(files.unread) + " can't be read";
+  return words;
 }
 
 void tell(const Report& report, bool isQuiet, bool toErrors) {

@@ -22,6 +22,13 @@ struct Report {
   std::vector<std::string> complaints;  // in sentences
 };
 
+// What became of files of which nothing was made; others are those that hold nothing to make it of.
+struct LeftOut {
+  std::size_t failed = 0, skipped = 0, others = 0, unread = 0;
+};
+// ", 1 failed, 2 were there; 3 files hold no picture; 1 can't be read", as far as there are such; `what` is a picture.
+std::string inWords(const LeftOut& files, const std::string& what);
+
 // Does pieces of work, up to `threads` at a time. Each is told when it and all before it are done: lines where
 // `toErrors` says, unless it is to be quiet, and progress on a terminal that gets nothing else.
 void doAll(std::size_t count, const BatchOptions& options, bool toErrors,

@@ -92,17 +92,14 @@ Status recordMany(const Options& options, const Inputs& inputs, const fs::path& 
   });
   for (const std::string& sentence : inputs.unread()) complain(sentence);
   const auto count = [&done](Done what) { return static_cast<std::size_t>(std::ranges::count(done, what)); };
-  const std::size_t others = count(Done::noImage);
+  const LeftOut left = {count(Done::failed), count(Done::skipped), count(Done::noImage), inputs.unread().size()};
   if (!options.batch.isQuiet) {
-    std::string line = std::to_string(count(Done::recorded)) + " of " +
-                       counted(done.size() - others, "image", "images") + " recorded into " + folder.string();
-    if (count(Done::failed) > 0) line += ", " + std::to_string(count(Done::failed)) + " failed";
-    if (count(Done::skipped) > 0) line += ", " + std::to_string(count(Done::skipped)) + " were there";
-    if (others > 0) line += "; " + counted(others, "file holds", "files hold") + " no image";
-    if (!inputs.unread().empty()) line += "; " + std::to_string(inputs.unread().size()) + " can't be read";
+    const std::string line = std::to_string(count(Done::recorded)) + " of " +
+                             counted(done.size() - left.others, "image", "images") + " recorded into " +
+                             folder.string() + inWords(left, "image");
     std::printf("%s\n", line.c_str());
   }
-  return count(Done::failed) == 0 && inputs.unread().empty() ? kDone : kFailed;
+  return left.failed == 0 && left.unread == 0 ? kDone : kFailed;
 }
 
 Status record(const Options& options) {

@@ -24,9 +24,8 @@ struct Options {
 };
 
 // What became of pictures, and of files that were looked at for them.
-struct Sums {
-  std::size_t whole = 0, partly = 0, failed = 0, skipped = 0;
-  std::size_t others = 0, unread = 0;  // files without a picture, and what can't be read
+struct Sums : LeftOut {
+  std::size_t whole = 0, partly = 0;
 
   std::size_t& of(Outcome outcome) {
     return outcome == Outcome::whole ? whole : outcome == Outcome::partly ? partly : failed;
@@ -145,12 +144,9 @@ Status renderMany(const Options& options, const Inputs& inputs, const fs::path& 
   for (const std::string& sentence : inputs.unread()) complain(sentence);
   sum.unread += inputs.unread().size();
   if (!options.batch.isQuiet) {
-    std::string line = std::to_string(sum.whole) + " of " + counted(sum.pictures(), "picture", "pictures") +
-                       " rendered whole into " + folder.string() + ", " + std::to_string(sum.partly) + " partly";
-    if (sum.failed > 0) line += ", " + std::to_string(sum.failed) + " failed";
-    if (sum.skipped > 0) line += ", " + std::to_string(sum.skipped) + " were there";
-    if (sum.others > 0) line += "; " + counted(sum.others, "file holds", "files hold") + " no picture";
-    if (sum.unread > 0) line += "; " + std::to_string(sum.unread) + " can't be read";
+    const std::string line = std::to_string(sum.whole) + " of " + counted(sum.pictures(), "picture", "pictures") +
+                             " rendered whole into " + folder.string() + ", " + std::to_string(sum.partly) + " partly" +
+                             inWords(sum, "picture");
     std::printf("%s\n", line.c_str());
   }
   return sum.isWell(options) ? kDone : kFailed;
